@@ -1,0 +1,94 @@
+#include "platform/messages/PrintMessage.h"
+
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+#include "platform/messages/catalog.h"
+
+namespace {
+
+constexpr int maximalPlaces = 9;
+constexpr char severityOfUnknown = 'E';
+
+std::string& errorFile() {
+  static std::string name;
+  return name;
+}
+
+void appendArgument(std::string& line, const char* argument) {
+  constexpr std::string_view digits = "0123456789ABCDEF";
+  for (const char c : std::string_view(argument)) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x20 || byte == 0x7F) {
+      line += '\\';
+      line += digits[byte >> 4U];
+      line += digits[byte & 0xFU];
+    } else {
+      line += c;
+    }
+  }
+}
+
+/// The text with its places filled; a place reads %N$s.
+void appendText(std::string& line, std::string_view text, const char* const* arguments, int count) {
+  for (std::string_view::size_type i = 0; i < text.size(); ++i) {
+    if (text[i] != '%' || i + 3 >= text.size()) {
+      line += text[i];
+      continue;
+    }
+    const int place = text[i + 1] - '0';
+    if (place >= 1 && place <= count && arguments[place - 1] != nullptr) {
+      appendArgument(line, arguments[place - 1]);
+    }
+    i += 3;
+  }
+}
+
+}  // namespace
+
+void printMessageWithArguments(int set, int number, const char* const* arguments, int count) {
+  const CatalogMessage* message = findMessage(set, number);
+  const char severity = message != nullptr ? message->severity : severityOfUnknown;
+
+  std::array<char, 40> identifier{};
+  std::snprintf(identifier.data(), identifier.size(), "VNL%03d%03d%c:", set, number, severity);
+  std::string line = identifier.data();
+  if (message != nullptr) {
+    line += ' ';
+    appendText(line, message->text, arguments, count);
+  } else {
+    for (int i = 0; i < count; ++i) {
+      line += ' ';
+      appendArgument(line, arguments[i] != nullptr ? arguments[i] : "");
+    }
+  }
+  line += '\n';
+
+  std::FILE* stream = severity == 'I' ? stdout : stderr;
+  std::fwrite(line.data(), 1, line.size(), stream);
+  std::fflush(stream);
+}
+
+void PrintMessage(int set, int /*one*/, int number, ...) {
+  const CatalogMessage* message = findMessage(set, number);
+  const int count = message != nullptr ? message->argumentCount : 0;
+  std::array<const char*, maximalPlaces> arguments{};
+  va_list list;
+  va_start(list, number);
+  for (int i = 0; i < count && i < maximalPlaces; ++i) {
+    arguments[static_cast<std::size_t>(i)] = va_arg(list, const char*);
+  }
+  va_end(list);
+  printMessageWithArguments(set, number, arguments.data(), count);
+}
+
+void write_g_errorFile(const char* name) {
+  errorFile() = name != nullptr ? name : "";
+}
+
+const char* read_g_errorFile() {
+  return errorFile().c_str();
+}

@@ -1,0 +1,156 @@
+#include "platform/messages/PrintMessage.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <ostream>
+#include <set>
+#include <string>
+
+#include "platform/messages/catalog.h"
+
+void PrintTo(const CatalogMessage& message, std::ostream* out) {
+  *out << message.set << '/' << message.number;
+}
+
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+struct Output {
+  std::string out;
+  std::string err;
+};
+
+template <typename Call>
+Output captured(Call call) {
+  ::testing::internal::CaptureStdout();
+  ::testing::internal::CaptureStderr();
+  call();
+  Output output;
+  output.out = ::testing::internal::GetCapturedStdout();
+  output.err = ::testing::internal::GetCapturedStderr();
+  return output;
+}
+
+std::string nameOf(const CatalogMessage& message) {
+  return "Set" + std::to_string(message.set) + "Number" + std::to_string(message.number);
+}
+
+class CatalogRow : public ::testing::TestWithParam<CatalogMessage> {};
+
+TEST_P(CatalogRow, UsesEachOfItsPlacesAndNoOther) {
+  const std::string text = GetParam().text;
+  std::set<int> places;
+  for (std::string::size_type at = text.find('%'); at != std::string::npos;
+       at = text.find('%', at + 1)) {
+    ASSERT_LT(at + 3, text.size());
+    ASSERT_EQ(text.substr(at + 2, 2), "$s") << text.substr(at);
+    places.insert(text[at + 1] - '0');
+  }
+  std::set<int> expected;
+  for (int i = 1; i <= GetParam().argumentCount; ++i) {
+    expected.insert(i);
+  }
+  EXPECT_EQ(places, expected);
+}
+
+TEST_P(CatalogRow, FormatsWithItsArgumentsOnTheStreamOfItsSeverity) {
+  const char* const arguments[] = {"<first>", "<second>", "<third>"};
+  const CatalogMessage message = GetParam();
+  ASSERT_LE(message.argumentCount, 3);
+  const Output output = captured([&] {
+    printMessageWithArguments(message.set, message.number, arguments, message.argumentCount);
+  });
+  const std::string& used = message.severity == 'I' ? output.out : output.err;
+  const std::string& other = message.severity == 'I' ? output.err : output.out;
+  char identifier[16];
+  std::snprintf(identifier, sizeof identifier, "VNL%03d%03d%c: ", message.set, message.number,
+                message.severity);
+  EXPECT_THAT(used, StartsWith(identifier));
+  EXPECT_EQ(used.back(), '\n');
+  EXPECT_EQ(other, "");
+  for (int i = 0; i < message.argumentCount; ++i) {
+    EXPECT_THAT(used, HasSubstr(arguments[i]));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Catalog, CatalogRow,
+                         ::testing::ValuesIn(messageCatalog().begin(), messageCatalog().end()),
+                         [](const auto& row) { return nameOf(row.param); });
+
+TEST(Catalog, HoldsEveryNumberOfTheTool) {
+  for (const int number : {1,  2,  4,  5,  6,  7,  8,  13, 17, 19, 27, 28, 30, 33,
+                           34, 36, 37, 39, 40, 41, 43, 46, 48, 49, 51, 52, 60}) {
+    EXPECT_NE(findMessage(32, number), nullptr) << number;
+  }
+}
+
+TEST(Catalog, SeveritiesOfTheTool) {
+  const std::set<int> information = {1, 5, 28, 30, 37, 39, 43};
+  const std::set<int> warnings = {36, 60};
+  for (const CatalogMessage& message : messageCatalog()) {
+    if (message.set == 32) {
+      const char expected = information.count(message.number) != 0 ? 'I'
+                            : warnings.count(message.number) != 0  ? 'W'
+                                                                   : 'E';
+      EXPECT_EQ(message.severity, expected) << message.number;
+    }
+  }
+}
+
+TEST(PrintMessage, FillsThePlacesInTheTextsOrder) {
+  const Output output = captured([] { PrintMessage(32, 1, 48, "logfile", "7"); });
+  EXPECT_THAT(output.err, StartsWith("VNL032048E: Configuration file, line 7: \"logfile\""));
+}
+
+TEST(PrintMessage, VariadicFormTakesAsManyArgumentsAsTheCatalogHas) {
+  void (*variadic)(int, int, int, ...) = PrintMessage;
+  const Output output = captured([&] { variadic(32, 1, 1, "my.conf"); });
+  EXPECT_EQ(output.out, "VNL032001I: Configuration file: my.conf\n");
+}
+
+TEST(PrintMessage, NumberWithoutTextPrintsIdentifierAndArguments) {
+  const Output output = captured([] { PrintMessage(32, 1, 999, "a", "b"); });
+  EXPECT_EQ(output.err, "VNL032999E: a b\n");
+  EXPECT_EQ(output.out, "");
+}
+
+TEST(PrintMessage, NullArgumentPrintsAsNothing) {
+  const char* nothing = nullptr;
+  const Output output = captured([&] { PrintMessage(32, 1, 1, nothing); });
+  EXPECT_EQ(output.out, "VNL032001I: Configuration file: \n");
+}
+
+TEST(PrintMessage, PercentSignsInAnArgumentAreText) {
+  const Output output = captured([] { PrintMessage(32, 1, 1, "%1$s%n%s"); });
+  EXPECT_EQ(output.out, "VNL032001I: Configuration file: %1$s%n%s\n");
+}
+
+TEST(PrintMessage, LineEndsInAnArgumentDoNotBreakTheLine) {
+  const Output output = captured([] { PrintMessage(32, 1, 1, "a\nVNL032039I: b\x7f"); });
+  EXPECT_EQ(output.out, "VNL032001I: Configuration file: a\\0AVNL032039I: b\\7F\n");
+}
+
+TEST(PrintMessage, UsageNamesEveryOptionWithItsDefault) {
+  const Output output = captured([] { PrintMessage(32, 1, 5, "varnel"); });
+  for (const char* option : {"-f FILE", "-r ", "-d LEVEL", "-I INSTANCE"}) {
+    EXPECT_THAT(output.out, HasSubstr(option));
+  }
+  for (const char* value :
+       {"default: ./varnelConfig", "default: off", "default: 0", "default: none"}) {
+    EXPECT_THAT(output.out, HasSubstr(value));
+  }
+}
+
+TEST(ErrorFile, IsRegisteredByNameAndNotWritten) {
+  write_g_errorFile("some.log");
+  EXPECT_STREQ(read_g_errorFile(), "some.log");
+  EXPECT_EQ(std::fopen("some.log", "r"), nullptr);
+  write_g_errorFile(nullptr);
+  EXPECT_STREQ(read_g_errorFile(), "");
+}
+
+}  // namespace
