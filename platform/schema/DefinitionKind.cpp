@@ -27,7 +27,9 @@ constexpr Field objectClassFields[] = {
     {"AUXILIARY", ValueForm::flag}, {"MUST", ValueForm::oids},     {"MAY", ValueForm::oids},
 };
 
+/// RFC 4512 has no NAME here, but slapd's own files do.
 constexpr Field ldapSyntaxFields[] = {
+    {"NAME", ValueForm::qdescrs},
     {"DESC", ValueForm::qdstring},
 };
 

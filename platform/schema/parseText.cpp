@@ -17,6 +17,11 @@ namespace {
 /// Macros that build on macros could otherwise make OIDs that grow with every line of a file.
 constexpr std::size_t longestOid = 4096;
 
+/// Whether a value looks like a description, whatever its keyword.
+bool isParenthesised(std::string_view value) {
+  return withoutOuterBlanks(value).starts_with('(');
+}
+
 class FileParser {
  public:
   FileParser(std::string_view text, const std::string& fileName, Builder& builder)
@@ -89,6 +94,12 @@ void FileParser::ldifLine() {
     ldifValue(*kind, line_.text.substr(colon + 1));
   } else if (!isDescr(type) && !isNumericOid(type)) {
     strayLine(shown(type) + " before the colon is no type");
+  } else if (findDefinitionKind(FileForm::directives, type) != nullptr &&
+             isParenthesised(line_.text.substr(colon + 1))) {
+    report(Problem::Kind::badDefinition, line_.firstLine,
+           shown(type) +
+               " is the keyword of another kind of file; in LDIF it is a plural, such as "
+               "attributeTypes");
   }
 }
 
@@ -117,12 +128,17 @@ void FileParser::directiveLine() {
   const std::size_t end = line_.text.find_first_of(" \t\r\n(");
   const std::string_view keyword = line_.text.substr(0, end);
   const DefinitionKind* kind = findDefinitionKind(FileForm::directives, keyword);
+  const std::string_view value = line_.text.substr(keyword.size());
+  if (kind == nullptr && isParenthesised(value)) {
+    report(Problem::Kind::badDefinition, line_.firstLine, shown(keyword) + " is no keyword");
+    return;
+  }
   if (kind == nullptr) {
-    strayLine(shown(keyword) + " is no keyword of a schema file");
+    strayLine(shown(keyword) + " is no keyword");
     return;
   }
   namesAreOids_ = false;
-  definition(*kind, line_.text.substr(keyword.size()));
+  definition(*kind, value);
 }
 
 /// `value` is a piece of line_.text.
