@@ -23,10 +23,16 @@ bool sameNames(const std::vector<std::string>& a, const std::vector<std::string>
   return true;
 }
 
+/// The rule as far as it is known without the supertypes; a type without one inherits nothing.
+std::optional<EqualityRule> ownEquality(const AttributeDefinition& definition) {
+  const bool inherits = !definition.equality && !definition.supertype.empty();
+  return inherits ? std::nullopt : std::optional(definition.equality.value_or(EqualityRule::none));
+}
+
 /// Whether normal forms are the same under both definitions of one OID.
 bool agree(const AttributeDefinition& a, const AttributeDefinition& b) {
   return sameNames(a.names, b.names) && equalIgnoringCase(a.supertype, b.supertype) &&
-         a.equality == b.equality;
+         ownEquality(a) == ownEquality(b);
 }
 
 std::string textOf(const Place& place) {
