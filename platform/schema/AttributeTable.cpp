@@ -25,8 +25,8 @@ constexpr std::uint64_t upperCase(std::uint64_t bytes) {
   return bytes - (lowerCase >> 2U);
 }
 
-/// The word at `offset`, with zeros after the end of the text. A memcpy of variable length would
-/// be a call, which costs more than the rest of a lookup.
+/// The word at `offset`, with zeros after the end of the text. The last bytes are few, so a loop
+/// serves them; a memcpy of variable length would be a call.
 std::uint64_t wordAt(std::string_view text, std::size_t offset) {
   std::uint64_t word = 0;
   const std::size_t left = text.size() - offset;
