@@ -1,0 +1,41 @@
+#include "actors/AncestorWalk.h"
+
+#include "actors/normalizeDn.h"
+#include "platform/dirclient/isKnownNormalForm.h"
+
+namespace {
+
+/// Where the RDN that starts at `offset` of a normal form ends: at its comma, or npos.
+std::string::size_type rdnEnd(const std::string& dn, std::string::size_type offset) {
+  auto at = dn.find_first_of(",\\", offset);
+  while (at != std::string::npos && dn[at] == '\\') {
+    // The character behind a backslash is never a separator.
+    at = dn.find_first_of(",\\", at + 2);
+  }
+  return at;
+}
+
+}  // namespace
+
+AncestorWalk::AncestorWalk(const std::string& dn)
+    : current_(&dn),
+      parentsAreTails_(dn.find('+') == std::string::npos &&
+                       dirclient::isKnownNormalForm(dn, schemaInitialized)) {}
+
+bool AncestorWalk::up() {
+  if (parentsAreTails_) {
+    const auto end = rdnEnd(*current_, offset_);
+    if (end == std::string::npos) {
+      return false;
+    }
+    offset_ = end + 1;
+    return true;
+  }
+  std::unique_ptr<std::string> parent(nLdifActor::getParent(*current_));
+  if (parent == nullptr) {
+    return false;
+  }
+  parent_ = std::move(parent);
+  current_ = parent_.get();
+  return true;
+}

@@ -1,0 +1,3 @@
+#include "driver/loadSchemaFiles.h"
+
+void loadSchemaFiles(const std::string& /*instanceName*/) {}
