@@ -15,12 +15,21 @@ std::string::size_type rdnEnd(const std::string& dn, std::string::size_type offs
   return at;
 }
 
+/// Whether the parents of a DN in normal form are tails of its text: getParent joins the assertions
+/// of a multi-valued RDN in another way. An escaped '+' is rare enough to be taken for one of
+/// those.
+bool isSingleValued(const std::string& dn) {
+  return dn.find('+') == std::string::npos;
+}
+
 }  // namespace
 
 AncestorWalk::AncestorWalk(const std::string& dn)
     : current_(&dn),
-      parentsAreTails_(dn.find('+') == std::string::npos &&
-                       dirclient::isKnownNormalForm(dn, schemaInitialized)) {}
+      parentsAreTails_(isSingleValued(dn) && dirclient::isKnownNormalForm(dn, schemaInitialized)) {}
+
+AncestorWalk::AncestorWalk(const LdifEntry& entry)
+    : current_(&entry.name()), parentsAreTails_(isSingleValued(entry.name())) {}
 
 bool AncestorWalk::up() {
   if (parentsAreTails_) {

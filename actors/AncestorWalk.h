@@ -5,6 +5,8 @@
 #include <memory>
 #include <string>
 
+#include "actors/LdifEntry.h"
+
 /// Visits a DN and then each of its ancestors, nearest first, as repeated calls of
 /// nLdifActor::getParent yield them. Where the DN is known to be in normal form and no RDN has
 /// several values, an ancestor is a tail of its text, and no step parses or allocates anything.
@@ -12,6 +14,9 @@ class AncestorWalk {
  public:
   /// Starts at `dn` as it is written; the string has to outlive the walk.
   explicit AncestorWalk(const std::string& dn);
+
+  /// Starts at the entry's DN; the entry has to outlive the walk.
+  explicit AncestorWalk(const LdifEntry& entry);
 
   /// Whether the DN visited is exactly `dn`.
   bool isAt(const std::string& dn) const {

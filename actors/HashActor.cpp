@@ -33,13 +33,13 @@ std::vector<std::string>* HashActor::doGetOutputFilename(const std::string& dn) 
 bool HashActor::isInside(const std::string& dn) const {
   LdifEntry entry;
   entry.setName(dn);
-  if (entry.hasParent(baseDn_.c_str())) {
+  if (entry.hasParent(baseEntry())) {
     return true;
   }
-  if (!entry.hasAncestor(baseDn_.c_str())) {
+  if (!entry.hasAncestor(baseEntry())) {
     return false;
   }
-  AncestorWalk ancestor(entry.name());
+  AncestorWalk ancestor(entry);
   ancestor.up();
   while (ancestor.up()) {
     if (ancestor.isAt(baseDn_)) {

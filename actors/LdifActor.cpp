@@ -3,6 +3,7 @@
 #include <cstring>
 #include <memory>
 
+#include "actors/normalizeDn.h"
 #include "common/AutoClose.h"
 #include "common/AutoDelete.h"
 #include "platform/ldif/str_parse_line_v_or_bv.h"
@@ -21,12 +22,23 @@ LdifActor::LdifActor(const std::string& baseDn, const std::vector<ServerPairs>& 
 std::vector<std::string>* LdifActor::getOutputFilename(const std::string& dn) {
   LdifEntry entry;
   entry.setName(dn);
-  LdifEntry base;
-  base.setName(baseDn_);
+  return getOutputFilename(entry);
+}
+
+std::vector<std::string>* LdifActor::getOutputFilename(const LdifEntry& entry) {
+  const LdifEntry& base = baseEntry();
   if (entry.name() == base.name() || base.hasAncestor(entry)) {
     return new std::vector<std::string>(outputFiles_);
   }
   return doGetOutputFilename(entry.name());
+}
+
+const LdifEntry& LdifActor::baseEntry() const {
+  if (baseEntry_.name().empty() || baseEntryIsBySchema_ != schemaInitialized) {
+    baseEntry_.setName(baseDn_);
+    baseEntryIsBySchema_ = schemaInitialized;
+  }
+  return baseEntry_;
 }
 
 #pragma GCC diagnostic push

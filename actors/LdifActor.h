@@ -23,6 +23,7 @@ class LdifActor {
   /// pointer. The base DN itself and the DNs above it go to all files of the actor, in server
   /// order; for any other DN the kind of actor decides.
   std::vector<std::string>* getOutputFilename(const std::string& dn);
+  std::vector<std::string>* getOutputFilename(const LdifEntry& entry);
 
 // C++14 deprecates dynamic exception lists; here they are wanted: any other exception ends the
 // program.
@@ -51,6 +52,9 @@ class LdifActor {
  protected:
   LdifActor(const std::string& baseDn, const std::vector<ServerPairs>& servers);
 
+  /// The base DN as an entry, normalised by the schema in use now.
+  const LdifEntry& baseEntry() const;
+
   bool activated_ = false;       // ldifIterate was called
   bool needsInputPass_ = false;  // ldifIterate is to read the input; no actor asks for it yet
   bool spareFlag_ = false;
@@ -65,6 +69,9 @@ class LdifActor {
 
   /// Takes one entry of the input pass.
   virtual void receiveEntry(const LdifEntry& entry) = 0;
+
+  mutable LdifEntry baseEntry_;
+  mutable bool baseEntryIsBySchema_ = false;
 };
 
 /// Reads one line with fgets into `*buffer`, which has room for `*capacity` bytes and never grows.

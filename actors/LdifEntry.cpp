@@ -3,12 +3,6 @@
 #include "actors/AncestorWalk.h"
 #include "actors/normalizeDn.h"
 
-LdifEntry::LdifEntry() : rawEntry_(new RawEntry) {}
-
-LdifEntry::~LdifEntry() {
-  rawEntry_->word = 0;
-}
-
 void LdifEntry::setName(const std::string& dn) {
   dn_ = dn;
   nLdifActor::normalizeDn(dn_);
@@ -27,33 +21,33 @@ bool LdifEntry::hasParent(const char* parentDn) const {
   if (parentDn == nullptr) {
     return false;
   }
-  std::string wanted(parentDn);
-  nLdifActor::normalizeDn(wanted);
-  AncestorWalk walk(dn_);
-  return walk.up() && walk.isAt(wanted);
+  LdifEntry parent;
+  parent.setName(parentDn);
+  return hasParent(parent);
 }
 
-bool LdifEntry::hasParent(LdifEntry& other) const {
-  return hasParent(other.dn_.c_str());
+bool LdifEntry::hasParent(const LdifEntry& other) const {
+  AncestorWalk walk(*this);
+  return walk.up() && walk.isAt(other.dn_);
 }
 
 bool LdifEntry::hasAncestor(const char* ancestorDn) const {
-  std::string wanted(ancestorDn);
-  nLdifActor::normalizeDn(wanted);
-  AncestorWalk walk(dn_);
+  LdifEntry ancestor;
+  ancestor.setName(ancestorDn);
+  return hasAncestor(ancestor);
+}
+
+bool LdifEntry::hasAncestor(const LdifEntry& other) const {
+  AncestorWalk walk(*this);
   while (walk.up()) {
-    if (walk.isAt(wanted)) {
+    if (walk.isAt(other.dn_)) {
       return true;
     }
   }
   return false;
 }
 
-bool LdifEntry::hasAncestor(LdifEntry& other) const {
-  return hasAncestor(other.dn_.c_str());
-}
-
 RawEntry* LdifEntry::getEntry() {
-  rawEntry_->word = 0;
-  return rawEntry_.get();
+  rawEntry_.word = 0;
+  return &rawEntry_;
 }

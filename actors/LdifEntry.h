@@ -3,7 +3,6 @@
 #define ACTORS_LDIFENTRY_H
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,12 +12,13 @@ struct RawEntry {
   std::int32_t word = 0;
 };
 
+/// A DN in normal form, and what the tests for parents and ancestors make of it.
 class LdifEntry {
  public:
   using Attribute = std::pair<std::string, std::string>;  // type, value
 
-  LdifEntry();
-  virtual ~LdifEntry();
+  LdifEntry() = default;
+  virtual ~LdifEntry() = default;
   LdifEntry(const LdifEntry&) = delete;
   LdifEntry& operator=(const LdifEntry&) = delete;
 
@@ -35,19 +35,19 @@ class LdifEntry {
   /// Whether `parentDn`, in any spelling, is the DN right above this entry; false for a null
   /// pointer.
   bool hasParent(const char* parentDn) const;
-  bool hasParent(LdifEntry& other) const;
+  bool hasParent(const LdifEntry& other) const;
 
   /// Whether `ancestorDn`, in any spelling, is a DN above this entry. It must not be a null
   /// pointer.
   bool hasAncestor(const char* ancestorDn) const;
-  bool hasAncestor(LdifEntry& other) const;
+  bool hasAncestor(const LdifEntry& other) const;
 
   /// The raw record, its first word set to 0; still owned here.
   RawEntry* getEntry();
 
  private:
   std::string dn_;
-  std::unique_ptr<RawEntry> rawEntry_;
+  RawEntry rawEntry_;
   std::vector<Attribute> attributes_;  // the lines other than "dn", in input order
 };
 

@@ -7,8 +7,8 @@
 #include <memory>
 #include <vector>
 
+#include "actors/LdifEntry.h"
 #include "actors/LdifIterateException.h"
-#include "actors/normalizeDn.h"
 #include "common/AutoClose.h"
 #include "common/AutoDelete.h"
 #include "common/LineText.h"
@@ -96,7 +96,7 @@ class Splitter {
   void route();
   void setTargets(const std::vector<std::string>& names);
   void writeRecordStart(const Target& target, const char* dn) const;
-  void writeLine(const Target& target, const ParsedLine& line) const;
+  void writeAsRead(const Target& target, const char* line, std::size_t size) const;
   void traceReadError() const;
   [[noreturn]] void throwReadError() const;
   [[noreturn]] void throwInvalidLine() const;
@@ -110,7 +110,7 @@ class Splitter {
   OutputFileSet outputs_;
   int lineNumber_ = 0;
   LineCopies line_;
-  std::string currentDn_;
+  LdifEntry current_;            // names the current record
   std::vector<Target> targets_;  // of the current record; none before the first
 };
 
@@ -172,6 +172,12 @@ void Splitter::splitLine(const LineReader& reader) {
     }
     return;
   }
+  if (isPlainAttributeLine(reader.data(), reader.size())) {
+    for (const Target& target : targets_) {
+      writeAsRead(target, reader.data(), reader.size());
+    }
+    return;
+  }
   line_.set(reader.data(), reader.size());
   const ParsedLine line = parseLine();
   if (line.opensRecord()) {
@@ -187,7 +193,11 @@ void Splitter::splitLine(const LineReader& reader) {
     return;
   }
   for (const Target& target : targets_) {
-    writeLine(target, line);
+    if (line.type == nullptr) {
+      // A line that parses without a type is one that cannot be written.
+      throwFileWriteException<SplitOutputException>(target.name, lineNumber_);
+    }
+    writeAsRead(target, line_.asRead(), line_.size());
   }
 }
 
@@ -208,9 +218,8 @@ ParsedLine Splitter::parseLine() {
 /// Sets the targets of a new record; false, with the targets as they were, where it is to be
 /// skipped.
 bool Splitter::startRecord(const char* dn) {
-  currentDn_ = dn;
-  nLdifActor::normalizeDn(currentDn_);
-  if (currentDn_.empty()) {
+  current_.setName(dn);
+  if (current_.name().empty()) {
     throwInvalidLine();
   }
   if (lineNumber_ < firstLine_) {
@@ -225,13 +234,13 @@ bool Splitter::startRecord(const char* dn) {
 }
 
 void Splitter::route() {
-  const std::string baseDn = findNearestAncestor(currentDn_, baseDNs_);
-  if (baseDn.empty()) {
+  const std::string* baseDn = findNearestAncestor(current_, baseDNs_);
+  if (baseDn == nullptr) {
     setTargets({defaultOutputFile_});
     return;
   }
   const std::unique_ptr<std::vector<std::string>> names(
-      actors_.at(baseDn)->getOutputFilename(currentDn_));
+      actors_.at(*baseDn)->getOutputFilename(current_));
   setTargets(*names);
 }
 
@@ -245,7 +254,7 @@ void Splitter::setTargets(const std::vector<std::string>& names) {
 }
 
 void Splitter::writeRecordStart(const Target& target, const char* dn) const {
-  TRACE(traceError, "putting %s in file %s\n", currentDn_.c_str(), target.name.c_str());
+  TRACE(traceError, "putting %s in file %s\n", current_.name().c_str(), target.name.c_str());
   // A failure here stays in the stream and shows at the latest when it is closed.
   std::fputs("\ndn: ", target.stream);
   std::fputs(dn, target.stream);
@@ -254,11 +263,8 @@ void Splitter::writeRecordStart(const Target& target, const char* dn) const {
   }
 }
 
-void Splitter::writeLine(const Target& target, const ParsedLine& line) const {
-  // A line that parses without a type is one that cannot be written.
-  const std::size_t written =
-      line.type != nullptr ? std::fwrite(line_.asRead(), line_.size(), 1, target.stream) : 0;
-  if (written != 1) {
+void Splitter::writeAsRead(const Target& target, const char* line, std::size_t size) const {
+  if (::fwrite_unlocked(line, size, 1, target.stream) != 1) {
     throwFileWriteException<SplitOutputException>(target.name, lineNumber_);
   }
 }

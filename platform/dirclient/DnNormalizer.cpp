@@ -62,15 +62,32 @@ bool DnNormalizer::normalize(std::string_view dn) {
 
 bool DnNormalizer::scan(std::string_view dn) {
   auto keep = [this](const NormalAva& ava) { avas_.push_back(ava); };
-  NormalFormScan scan(dn, schema_, keep);
+  NormalFormScan<true, decltype(keep)> scan(dn, schema_, keep);
   if (!scan.run()) {
     return false;
   }
-  written_ = dn;
-  text_ = dn;
   rdnCount_ = scan.rdnCount();
-  wasNormal_ = true;
+  written_ = dn;
+  if (scan.sawLowerCase()) {
+    writeUpperCase(dn);
+  }
+  text_ = written_;
   return true;
+}
+
+/// Writes types, and values that ignore case, in upper case.
+void DnNormalizer::writeUpperCase(std::string_view dn) {
+  writtenBuffer_ = dn;
+  const auto raise = [this](std::size_t begin, std::size_t end) {
+    char* const text = writtenBuffer_.data();
+    for (std::size_t i = begin; i < end; ++i) {
+      text[i] = toAsciiUpper(text[i]);
+    }
+  };
+  for (const NormalAva& ava : avas_) {
+    raise(ava.begin, ava.ignoresCase ? ava.end : ava.equals);
+  }
+  written_ = writtenBuffer_;
 }
 
 bool DnNormalizer::parse(std::string_view dn) {
@@ -83,7 +100,7 @@ bool DnNormalizer::parse(std::string_view dn) {
     if (!avas_.empty()) {
       writtenBuffer_ += avas_.back().lastInRdn ? ',' : '+';
     }
-    NormalAva normal{writtenBuffer_.size(), 0, 0, ava.lastInRdn};
+    NormalAva normal{writtenBuffer_.size(), 0, 0, ava.lastInRdn, false};
     const schema::AttributeType* attribute =
         schema_ != nullptr ? schema_->findAttributeType(ava.type) : nullptr;
     appendType(ava.type, attribute, writtenBuffer_);
@@ -139,7 +156,7 @@ bool DnNormalizer::fail() {
 
 bool isKnownNormal(std::string_view dn, const schema::Schema* schema) {
   auto ignore = [](const NormalAva& /*ava*/) {};
-  return NormalFormScan(dn, schema, ignore).run();
+  return NormalFormScan<false, decltype(ignore)>(dn, schema, ignore).run();
 }
 
 }  // namespace dirclient

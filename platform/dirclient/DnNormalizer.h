@@ -34,6 +34,7 @@ struct NormalAva {
   std::size_t equals;
   std::size_t end;
   bool lastInRdn;
+  bool ignoresCase;  // the value is in upper case
 };
 
 /// Normalises one DN. The working memory stands in the object, on the stack where the object does:
@@ -60,12 +61,9 @@ class DnNormalizer {
 
   std::int32_t rdnCount() const { return rdnCount_; }
 
-  /// Whether the test for a text that is in normal form already, which costs one scan, recognised
-  /// `dn`; it never recognises anything else, and not quite everything that is.
-  bool wasNormal() const { return wasNormal_; }
-
  private:
   bool scan(std::string_view dn);
+  void writeUpperCase(std::string_view dn);
   bool parse(std::string_view dn);
   void sortAvas();
   bool fail();
@@ -80,10 +78,10 @@ class DnNormalizer {
   std::string_view written_;
   std::string_view text_;
   std::int32_t rdnCount_ = 0;
-  bool wasNormal_ = false;
 };
 
-/// Whether `dn` is in normal form by that same test, without keeping where its parts stand.
+/// Whether `dn` is recognised as its own normal form, in one scan and without memory. "No" says
+/// nothing.
 bool isKnownNormal(std::string_view dn, const schema::Schema* schema);
 
 }  // namespace dirclient

@@ -1,5 +1,6 @@
 #include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <string_view>
 
 #include "platform/dirclient/DnNormalizer.h"
@@ -82,6 +83,24 @@ void debugDecision(std::string_view part, int server, int serverCount) {
   dirclient::debugLine(what, part);
 }
 
+/// The light normal form of a DN; the text itself where that is known to be in normal form.
+class LightNormalForm {
+ public:
+  explicit LightNormalForm(std::string_view dn) : text_(dn) {
+    if (!dirclient::isKnownNormal(dn, nullptr)) {
+      normalizer_.emplace();
+      normalizer_->normalize(dn);
+      text_ = normalizer_->text();
+    }
+  }
+
+  std::string_view text() const { return text_; }
+
+ private:
+  std::string_view text_;
+  std::optional<DnNormalizer> normalizer_;
+};
+
 std::string_view orEmpty(const char* text) {
   return text != nullptr ? std::string_view(text) : std::string_view();
 }
@@ -92,10 +111,8 @@ int get_hash_value_from_dn(const char* dn, const char* baseDn, int serverCount) 
   if (serverCount < 1) {
     return 0;
   }
-  DnNormalizer entry;
-  entry.normalize(orEmpty(dn));
-  DnNormalizer base;
-  base.normalize(orEmpty(baseDn));
+  const LightNormalForm entry(orEmpty(dn));
+  const LightNormalForm base(orEmpty(baseDn));
   const std::string_view part = decidingPart(entry.text(), base.text());
   const int server = jumpConsistentHash(mix(fnv1a(part)), serverCount) + 1;
   if (dirclient::debugging(dirclient::debugHash)) {

@@ -68,10 +68,12 @@ char* unfold(char* line) {
   }
 }
 
-/// Behind the attribute description at `at` (its type, then its options), or a null pointer.
-char* skipAttributeDescription(char* at) {
+/// Behind the attribute description at `at` (its type, then its options), or a null pointer. Some
+/// byte that belongs to none, such as a NUL or a line feed, has to follow.
+template <typename Char>
+Char* skipAttributeDescription(Char* at) {
   for (;;) {
-    char* const part = at;
+    Char* const part = at;
     while (isTypeCharacter(*at)) {
       ++at;
     }
@@ -208,4 +210,14 @@ int str_parse_line_v_or_bv(char* line, char** type, char** value, int* valueLeng
   *value = at;
   *valueLength = clampToInt(length);
   return ldifLineParsed;
+}
+
+bool isPlainAttributeLine(const char* line, std::size_t size) {
+  if (size == 0 || line[size - 1] != '\n') {
+    return false;
+  }
+  const char* const colon = skipAttributeDescription(line);
+  // The line feed at the end stops the search at the latest, so that a byte follows a colon.
+  return colon != nullptr && *colon == ':' && colon[1] != ':' && colon[1] != '<' &&
+         !(colon - line == 2 && line[0] == 'd' && line[1] == 'n');
 }

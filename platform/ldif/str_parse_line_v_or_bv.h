@@ -2,6 +2,8 @@
 #ifndef PLATFORM_LDIF_STR_PARSE_LINE_V_OR_BV_H
 #define PLATFORM_LDIF_STR_PARSE_LINE_V_OR_BV_H
 
+#include <cstddef>
+
 /* Results of str_parse_line_v_or_bv. */
 enum {
   ldifLineParsed = 0,   /* type and value are set */
@@ -13,9 +15,9 @@ enum {
 enum { ldifValuePlain = 0, ldifValueBase64 = 1, ldifValueUrl = 2 };
 
 /// Takes `line` apart: one logical line, NUL-terminated, with its folds (LF or CR LF and one blank)
-/// and its line end (LF or CR LF), both of which go. It is changed in place; every result points into
-/// it and lives as long as it does, save that a DN which outgrows the line (below) stands in memory of
-/// the calling thread until its next call.
+/// and its line end (LF or CR LF), both of which go. It is changed in place; every result points
+/// into it and lives as long as it does, save that a DN which outgrows the line (below) stands in
+/// memory of the calling thread until its next call.
 ///
 /// `*type` is the attribute description as written, options included: letters, digits, `-`, `_`,
 /// `.`, then any number of `;` with at least one such character. Blanks before the colon are
@@ -34,5 +36,10 @@ enum { ldifValuePlain = 0, ldifValueBase64 = 1, ldifValueUrl = 2 };
 /// pointers. Safe to call from any thread.
 int str_parse_line_v_or_bv(char* line, char** type, char** value, int* valueLength, int flag,
                            char** url, int* encoding);
+
+/// Whether str_parse_line_v_or_bv is sure to find a plain value of another type than "dn" in the
+/// logical line of `size` bytes at `line`, so that a caller who only copies lines need not take it
+/// apart. "No" says nothing. The line is not changed.
+bool isPlainAttributeLine(const char* line, std::size_t size);
 
 #endif
