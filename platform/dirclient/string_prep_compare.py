@@ -175,7 +175,7 @@ def palettes():
     """Sets of characters that meet in some step; a random string draws from a few."""
     decomposing = [c for c in ASSIGNED if ucd_3_2_0.normalize('NFKD', c) != c]
     return [
-        [chr(code) for code in range(0x20, 0x7F)],
+        [chr(code) for code in range(0x80)],
         [c for c in ASSIGNED if ucd_3_2_0.combining(c)],
         [c for c in ASSIGNED if is_mark(c)],
         list(map(chr, (*range(0x300, 0x316), 0x323, 0x327, 0x328, 0x331, 0x345))),
