@@ -171,13 +171,13 @@ class Utf8Reader {
     if (lead < 0x80) {
       return take(1, lead, c);
     }
-    if (lead >= 0xC2 && lead <= 0xDF) {
+    if ((lead & 0xE0U) == 0xC0U) {
       return readContinuation(2, lead & 0x1FU, 0x80, c);
     }
-    if (lead >= 0xE0 && lead <= 0xEF) {
+    if ((lead & 0xF0U) == 0xE0U) {
       return readContinuation(3, lead & 0x0FU, 0x800, c);
     }
-    if (lead >= 0xF0 && lead <= 0xF4) {
+    if ((lead & 0xF8U) == 0xF0U) {
       return readContinuation(4, lead & 0x07U, 0x10000, c);
     }
     return false;
