@@ -109,6 +109,58 @@ constexpr CatalogMessage catalog[] = {
      "and this piece changes the output. Fold the input to lines of at most 4095 characters and "
      "run "
      "again."},
+
+    // Set 33, numbers 1 to 19: the instance (platform/instance).
+    {33, 1, 'E', 1,
+     "\"%1$s\" is not an instance name. A name is 1 to 64 letters, digits, \"-\", \"_\" or \".\" "
+     "and does not begin with \".\"; the path of an instance's directory has a \"/\" in it."},
+    {33, 2, 'E', 2,
+     "Instance %1$s: there is no directory %2$s. Check the name given with -I, or create the "
+     "directory with a file instance.conf in it."},
+    {33, 3, 'E', 3,
+     "Instance %1$s: its configuration file %2$s cannot be read: %3$s. Create it, or check your "
+     "permissions."},
+    {33, 4, 'E', 3,
+     "Instance configuration %1$s, line %2$s: \"%3$s\" has no colon after a key. Lines read "
+     "\"systemschema: PATH\" or \"userschema: PATH\", comments begin with #."},
+    {33, 5, 'E', 3,
+     "Instance configuration %1$s, line %2$s: \"%3$s\" is not a key. The keys are systemschema and "
+     "userschema."},
+    {33, 6, 'E', 3,
+     "Instance configuration %1$s, line %2$s: the key \"%3$s\" has no value. Name a schema file, "
+     "or "
+     "a directory of schema files."},
+    {33, 7, 'E', 3,
+     "Instance configuration %1$s, line %2$s: the schema path cannot be read: %3$s. Check the name "
+     "and your permissions; a relative path begins at the instance's directory."},
+    {33, 8, 'W', 3,
+     "Instance configuration %1$s, line %2$s: the directory %3$s holds no file that ends in "
+     ".schema "
+     "or .ldif, so nothing is read from it."},
+
+    // Set 33, numbers 20 to 39: the schema (platform/schema).
+    {33, 20, 'W', 2,
+     "Schema file %1$s cannot be read: %2$s. The run goes on without it; check the name and your "
+     "permissions."},
+    {33, 21, 'W', 3,
+     "Schema file %1$s, line %2$s: a definition cannot be read: %3$s. It is left out; mend it to "
+     "have it count."},
+    {33, 22, 'W', 3,
+     "Schema file %1$s, line %2$s: the line is no part of a schema file: %3$s. It is passed over; "
+     "a "
+     "line reads \"attributeTypes: ( ... )\", \"olcAttributeTypes: ( ... )\" or \"attributetype ( "
+     "... )\", and is continued by lines that begin with a blank."},
+    {33, 23, 'W', 2,
+     "Schema file %1$s: %2$s further lines are no part of a schema file and are passed over."},
+    {33, 24, 'W', 3,
+     "Schema file %1$s, line %2$s: %3$s. Check which of the files the server uses, and list only "
+     "those."},
+    {33, 25, 'W', 3,
+     "Schema file %1$s, line %2$s: %3$s. It counts as unknown; add the schema file that defines "
+     "the "
+     "supertype."},
+    {33, 26, 'W', 3,
+     "Schema file %1$s, line %2$s: %3$s. It counts as unknown; break the cycle of supertypes."},
 };
 
 constexpr bool before(const CatalogMessage& a, const CatalogMessage& b) {

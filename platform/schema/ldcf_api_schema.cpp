@@ -1,0 +1,109 @@
+#include "platform/schema/ldcf_api_schema.h"
+
+#include <atomic>
+#include <exception>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/messages/PrintMessage.h"
+#include "platform/schema/Builder.h"
+#include "platform/schema/Schema.h"
+#include "platform/schema/parseText.h"
+#include "platform/schema/readSchemaFile.h"
+#include "platform/trace/trace.h"
+
+namespace schema {
+
+namespace {
+
+constexpr int messageSet = 33;
+
+std::atomic<const Schema*> published{nullptr};
+
+/// The schema between init and complete; empty otherwise.
+std::unique_ptr<Builder>& begun() {
+  static std::unique_ptr<Builder> builder;
+  return builder;
+}
+
+/// Keeps a schema for ever: a reader may still hold one that another has replaced, and threads may
+/// read while the process ends.
+const Schema* kept(std::unique_ptr<Schema> schema) {
+  static auto* all = new std::vector<std::unique_ptr<Schema>>;
+  all->push_back(std::move(schema));
+  return all->back().get();
+}
+
+void print(const Problem& problem) {
+  const std::string line = std::to_string(problem.line);
+  const int number = static_cast<int>(problem.kind);
+  if (problem.line == 0) {
+    PrintMessage(messageSet, 1, number, problem.file.c_str(), problem.reason.c_str());
+  } else {
+    PrintMessage(messageSet, 1, number, problem.file.c_str(), line.c_str(), problem.reason.c_str());
+  }
+}
+
+Builder& builderInUse() {
+  if (begun() == nullptr) {
+    begun() = std::make_unique<Builder>(print);
+  }
+  return *begun();
+}
+
+void parseFile(const std::string& file, Builder& builder) {
+  std::string text;
+  const std::string fault = readSchemaFile(file, text);
+  if (fault.empty()) {
+    parseText(text, file, builder);
+  } else {
+    builder.report({Problem::Kind::unreadableFile, file, 0, fault});
+  }
+}
+
+void publish(Builder& builder) {
+  const Schema* schema = kept(builder.complete());
+  published.store(schema, std::memory_order_release);
+  TRACE(traceProgress, "Schema in use: %zu attribute types", schema->attributeTypeCount());
+}
+
+/// Runs one step of loading. Returns how many problems it reported. An exception can only be lack
+/// of memory here; it counts as a problem of the file.
+template <typename Step>
+int problemsOf(const std::string& file, Step step) {
+  Builder& builder = builderInUse();
+  const std::size_t before = builder.problemCount();
+  try {
+    step(builder);
+  } catch (const std::exception& error) {
+    builder.report({Problem::Kind::unreadableFile, file, 0, error.what()});
+  }
+  return static_cast<int>(builder.problemCount() - before);
+}
+
+}  // namespace
+
+const Schema* loadedSchema() {
+  return published.load(std::memory_order_acquire);
+}
+
+}  // namespace schema
+
+int ldcf_api_schema_init() {
+  schema::begun().reset();
+  return 0;
+}
+
+int ldcf_api_schema_parse(const char* file) {
+  const std::string name = file != nullptr ? file : "";
+  return schema::problemsOf(name,
+                            [&](schema::Builder& builder) { schema::parseFile(name, builder); });
+}
+
+int ldcf_api_schema_complete() {
+  const int problems = schema::problemsOf("(all schema files)", schema::publish);
+  schema::begun().reset();
+  return problems;
+}

@@ -1,0 +1,44 @@
+#include "platform/schema/readSchemaFile.h"
+
+#include <sys/stat.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+#include <system_error>
+
+namespace schema {
+
+namespace {
+
+std::string lastError() {
+  return std::generic_category().message(errno);
+}
+
+}  // namespace
+
+std::string readSchemaFile(const std::string& file, std::string& text) {
+  struct stat status {};
+  if (stat(file.c_str(), &status) != 0) {
+    return lastError();
+  }
+  // Opening a pipe would wait for its other end, and a device need not have an end.
+  if (!S_ISREG(status.st_mode)) {
+    return S_ISDIR(status.st_mode) ? "it is a directory" : "it is not a regular file";
+  }
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(std::fopen(file.c_str(), "r"),
+                                                               std::fclose);
+  if (stream == nullptr) {
+    return lastError();
+  }
+  std::array<char, 65536> buffer{};
+  text.clear();
+  for (std::size_t got = buffer.size(); got == buffer.size();) {
+    got = std::fread(buffer.data(), 1, buffer.size(), stream.get());
+    text.append(buffer.data(), got);
+  }
+  return std::ferror(stream.get()) != 0 ? lastError() : "";
+}
+
+}  // namespace schema
