@@ -73,11 +73,24 @@ ldap_escDN* makeRecord(const DnNormalizer& dn) {
   return record;
 }
 
+/// Tells which attribute types of a DN the schema does not know.
+void debugUnknownTypes(const DnNormalizer& dn, const schema::Schema& schema) {
+  for (const NormalAva& ava : dn.avas()) {
+    const std::string_view type = dn.written().substr(ava.begin, ava.equals - ava.begin);
+    if (schema.findAttributeType(type) == nullptr) {
+      dirclient::debugLine("not in the schema", type);
+    }
+  }
+}
+
 ldap_escDN* normalize(const char* text, const schema::Schema* schema) {
   DnNormalizer dn(schema);
   if (!dn.normalize(text != nullptr ? text : "") && text != nullptr && *text != '\0' &&
       dirclient::debugging(dirclient::debugUnparsedDn)) {
     dirclient::debugLine("not a usable DN", text);
+  }
+  if (schema != nullptr && dirclient::debugging(dirclient::debugSchema)) {
+    debugUnknownTypes(dn, *schema);
   }
   return makeRecord(dn);
 }
@@ -89,7 +102,7 @@ ldap_escDN* dn_normalize_light_esc(const char* dn) {
 }
 
 ldap_escDN* dn_normalize_esc(const char* dn) {
-  return normalize(dn, nullptr);
+  return normalize(dn, schema::loadedSchema());
 }
 
 void free_ldap_escDN(ldap_escDN** dn) {
