@@ -5,14 +5,23 @@
 
 namespace {
 
+/// Whether the comma at `at` of a normal form separates RDNs: an odd number of `\` before it
+/// escapes it.
+bool isSeparator(const std::string& dn, std::string::size_type at) {
+  std::string::size_type backslashes = 0;
+  while (backslashes < at && dn[at - 1 - backslashes] == '\\') {
+    ++backslashes;
+  }
+  return backslashes % 2 == 0;
+}
+
 /// Where the RDN that starts at `offset` of a normal form ends: at its comma, or npos.
 std::string::size_type rdnEnd(const std::string& dn, std::string::size_type offset) {
-  auto at = dn.find_first_of(",\\", offset);
-  while (at != std::string::npos && dn[at] == '\\') {
-    // The character behind a backslash is never a separator.
-    at = dn.find_first_of(",\\", at + 2);
+  auto comma = dn.find(',', offset);
+  while (comma != std::string::npos && !isSeparator(dn, comma)) {
+    comma = dn.find(',', comma + 1);
   }
-  return at;
+  return comma;
 }
 
 /// Whether the parents of a DN in normal form are tails of its text: getParent joins the assertions

@@ -20,7 +20,8 @@ class AncestorWalk {
 
   /// Whether the DN visited is exactly `dn`.
   bool isAt(const std::string& dn) const {
-    return current_->compare(offset_, std::string::npos, dn) == 0;
+    return current_->size() - offset_ == dn.size() &&
+           current_->compare(offset_, std::string::npos, dn) == 0;
   }
 
   /// The DN visited.

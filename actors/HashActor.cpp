@@ -32,7 +32,7 @@ std::vector<std::string>* HashActor::doGetOutputFilename(const std::string& dn) 
 /// the way up exactly as it is stored.
 bool HashActor::isInside(const std::string& dn) const {
   LdifEntry entry;
-  entry.setName(dn);
+  entry.setNormalName(dn);
   if (entry.hasParent(baseEntry())) {
     return true;
   }

@@ -25,6 +25,9 @@ class LdifEntry {
   /// Names the entry; the DN is stored in normal form, empty where it is no usable DN.
   void setName(const std::string& dn);
 
+  /// The same for a DN that is known to be in normal form.
+  void setNormalName(const std::string& dn) { dn_ = dn; }
+
   /// Takes the DN and the attributes away.
   void clear();
 

@@ -248,17 +248,16 @@ void Splitter::route() {
 void Splitter::setTargets(const std::vector<std::string>& names) {
   targets_.clear();
   for (const std::string& name : names) {
-    outputs_.open(name);
-    targets_.push_back({name, outputs_.stream(name)});
+    targets_.push_back({name, outputs_.open(name)});
   }
 }
 
 void Splitter::writeRecordStart(const Target& target, const char* dn) const {
   TRACE(traceError, "putting %s in file %s\n", current_.name().c_str(), target.name.c_str());
   // A failure here stays in the stream and shows at the latest when it is closed.
-  std::fputs("\ndn: ", target.stream);
-  std::fputs(dn, target.stream);
-  if (std::fwrite("\n", 1, 1, target.stream) != 1) {
+  ::fputs_unlocked("\ndn: ", target.stream);
+  ::fputs_unlocked(dn, target.stream);
+  if (::fwrite_unlocked("\n", 1, 1, target.stream) != 1) {
     throwFileWriteException<SplitOutputException>(target.name, lineNumber_);
   }
 }

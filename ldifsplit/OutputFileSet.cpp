@@ -8,15 +8,14 @@
 
 namespace ldifsplit {
 
-void OutputFileSet::open(const std::string& name) {
-  if (nametofp.find(name) == nametofp.end()) {
-    nametofp[name] = openNewLdif<LdifSplitException>(name.c_str());
+std::FILE* OutputFileSet::open(const std::string& nextFilename) {
+  auto found = nametofp.find(nextFilename);
+  if (found == nametofp.end()) {
+    std::FILE* const opened = openNewLdif<LdifSplitException>(nextFilename.c_str());
+    found = nametofp.emplace(nextFilename, opened).first;
   }
-}
-
-std::FILE* OutputFileSet::stream(const std::string& nextFilename) const {
-  assert(nametofp.find(nextFilename) != nametofp.end());
-  std::FILE* outfile = nametofp.find(nextFilename)->second;
+  assert(found != nametofp.end());
+  std::FILE* const outfile = found->second;
   assert(outfile != nullptr);
   return outfile;
 }

@@ -13,12 +13,9 @@ namespace ldifsplit {
 /// exits.
 class OutputFileSet {
  public:
-  /// Opens the file where the set does not have it yet: creates or empties it and writes the
-  /// header. Throws LdifSplitException, line 0.
-  void open(const std::string& name);
-
-  /// The stream of a file that was opened.
-  std::FILE* stream(const std::string& name) const;
+  /// The stream of the file. Where the set does not have it yet, it is created or emptied and gets
+  /// its header; throws LdifSplitException, line 0, where that fails.
+  std::FILE* open(const std::string& name);
 
   /// Closes every file, in ascending order of their names, also when one fails. Throws
   /// SplitOutputException with `line` for the first whose content may not be complete.
