@@ -5,8 +5,8 @@
     scripts/generate-unicode-tables.py --check platform/dirclient/unicode_tables.cpp
 
 The data come from Python's standard library, and are the same whatever Unicode version the
-interpreter itself follows: unicodedata.ucd_3_2_0 knows what Unicode 3.2 assigned, stringprep has the
-tables of RFC 3454. Where the library answers for later versions, the answer is left out.
+interpreter itself follows: unicodedata.ucd_3_2_0 knows what Unicode 3.2 assigned, stringprep has
+the tables of RFC 3454. Where the library answers for later versions, the answer is left out.
 """
 
 import stringprep
