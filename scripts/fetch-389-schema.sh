@@ -12,15 +12,16 @@ fi
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 chmod 755 "$work"
+download="apt-get download -q -o APT::Sandbox::User=root"
 
-if ! (cd "$work" && apt-get download -q 389-ds-base); then
+if ! (cd "$work" && $download 389-ds-base); then
   apt-get update -q
-  (cd "$work" && apt-get download -q 389-ds-base)
+  (cd "$work" && $download 389-ds-base)
 fi
 dpkg-deb -x "$work"/389-ds-base_*.deb "$work/package"
 
 mkdir -p "$dir/data" "$dir/schema"
 share=$work/package/usr/share/dirsrv
-grep -liE '^(attributetypes?|objectclasses?)[: ].*\(' "$share"/data/*.ldif "$share"/data/*.schema |
+grep -liE '^(attributetypes|objectclasses):|^attributetype ' "$share"/data/*.ldif "$share"/data/*.schema |
   xargs -I{} cp {} "$dir/data/"
 cp "$work"/package/etc/dirsrv/schema/*.ldif "$share"/schema/*.ldif "$dir/schema/"

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/schema/DefinitionKind.h"
 #include "platform/schema/asciiText.h"
 
 namespace schema {
@@ -14,11 +15,23 @@ bool isBlankLine(std::string_view line) {
   return std::all_of(line.begin(), line.end(), [](char c) { return isBlank(c); });
 }
 
-/// `type:` in the first column is LDIF; a directive has a blank before anything else.
-FileForm formOf(std::string_view line) {
-  const std::size_t end = line.find_first_of(": \t(");
-  return end != std::string_view::npos && line[end] == ':' ? FileForm::ldif : FileForm::directives;
-}
+/// How many lines look like each form: LDIF has `type:` in the first column, directives have one of
+/// their keywords there.
+struct Votes {
+  std::size_t ldif = 0;
+  std::size_t directives = 0;
+
+  void add(std::string_view line) {
+    const std::size_t end = std::min(line.find_first_of(" \t(:"), line.size());
+    const std::string_view word = line.substr(0, end);
+    if (end < line.size() && line[end] == ':') {
+      const std::string_view type = word.substr(0, word.find(';'));
+      ldif += isDescr(type) || isNumericOid(type) ? 1 : 0;
+    } else {
+      directives += findDefinitionKind(FileForm::directives, word) != nullptr ? 1 : 0;
+    }
+  }
+};
 
 }  // namespace
 
@@ -31,12 +44,17 @@ LogicalLineReader::LogicalLineReader(std::string_view text) : text_(text) {
   if (text_.starts_with(byteOrderMark)) {
     text_.remove_prefix(byteOrderMark.size());
   }
-  LogicalLine first;
-  if (next(first)) {
-    form_ = formOf(first.text);
+  form_ = findForm();
+}
+
+FileForm LogicalLineReader::findForm() {
+  Votes votes;
+  while (at_ < text_.size()) {
+    votes.add(takePhysicalLine());
   }
   at_ = 0;
   lineNumber_ = 0;
+  return votes.ldif > 0 && votes.ldif >= votes.directives ? FileForm::ldif : FileForm::directives;
 }
 
 std::string_view LogicalLineReader::takePhysicalLine() {

@@ -31,7 +31,8 @@ struct LogicalLine {
 /// nothing but blanks are left out, a byte order mark at the start too. A line end is LF or CR LF.
 class LogicalLineReader {
  public:
-  /// The first line that is not left out tells the form. `text` has to outlive the reader.
+  /// What most lines look like tells the form, so that one spoilt line does not spoil the others.
+  /// `text` has to outlive the reader.
   explicit LogicalLineReader(std::string_view text);
 
   FileForm form() const { return form_; }
@@ -40,6 +41,7 @@ class LogicalLineReader {
   bool next(LogicalLine& line);
 
  private:
+  FileForm findForm();
   std::string_view takePhysicalLine();
   bool atContinuation() const;
   void readContinuations(LogicalLine& line, std::size_t start);

@@ -1,0 +1,39 @@
+// For tests: a directory with an instance in it.
+#ifndef PLATFORM_INSTANCE_INSTANCEDIRECTORY_H
+#define PLATFORM_INSTANCE_INSTANCEDIRECTORY_H
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+/// Made at construction, removed with all that is in it at destruction.
+class InstanceDirectory {
+ public:
+  explicit InstanceDirectory(std::string path) : path_(std::move(path)) {
+    std::filesystem::remove_all(path_);
+    std::filesystem::create_directories(path_);
+  }
+  ~InstanceDirectory() { std::filesystem::remove_all(path_); }
+  InstanceDirectory(const InstanceDirectory&) = delete;
+  InstanceDirectory& operator=(const InstanceDirectory&) = delete;
+
+  const std::string& path() const { return path_; }
+  std::string path(const std::string& name) const { return path_ + "/" + name; }
+
+  /// Writes a file and returns its path; directories on the way are made.
+  std::string write(const std::string& name, const std::string& text = "") const {
+    std::filesystem::create_directories(std::filesystem::path(path(name)).parent_path());
+    std::ofstream(path(name), std::ios::binary) << text;
+    return path(name);
+  }
+
+  /// Writes the configuration file.
+  void configure(const std::string& text) const { write("instance.conf", text); }
+
+ private:
+  std::string path_;
+};
+
+#endif
