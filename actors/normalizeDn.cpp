@@ -2,7 +2,6 @@
 
 #include <memory>
 
-#include "actors/AncestorWalk.h"
 #include "platform/dirclient/dirclient.h"
 #include "platform/dirclient/isKnownNormalForm.h"
 
