@@ -69,7 +69,7 @@ build() {
 check_with_clang_tidy() {
   sources '*.cpp' |
     grep -zZvE '_test\.cpp$|^\./(bench|fuzz|tests)/' |
-    xargs -0 -n 2 -P "$jobs" clang-tidy -p build/release --quiet
+    xargs -0 -n 1 -P "$jobs" clang-tidy -p build/release --quiet
 }
 
 attribute() {
