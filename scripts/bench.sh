@@ -1,24 +1,27 @@
 #!/usr/bin/env bash
-# Measures varnel against cp of the same file: bench.sh [-d DIR] [-s MEGABYTES] [-n ROUNDS]
+# Measures varnel against cp of the same file: bench.sh [-d DIR] [-s MEGABYTES] [-n ROUNDS] [-c CORE]
 #   -d DIR        where the files go, on a disk or in /dev/shm (default: the temporary directory);
 #                 takes twice the size of the input
 #   -s MEGABYTES  size of the input (default 250)
 #   -n ROUNDS     how often each of the two runs (default 7)
+#   -c CORE       the core on which all of it runs (default 0)
 # Both run in turn on one core, cp, varnel, cp, varnel, ..., with the input in the page cache; a
-# second varnel configuration has more servers. Then the peak memory at two sizes of the input, and
-# the parsers alone.
+# second varnel configuration has more servers. Processor time counts where other work shares the
+# core. Then the peak memory at two sizes of the input, and the parsers alone.
 set -euo pipefail
 
 directory=${TMPDIR:-/tmp}
 megabytes=250
 rounds=7
-while getopts d:s:n: option; do
+core=0
+while getopts d:s:n:c: option; do
   case $option in
     d) directory=$OPTARG ;;
     s) megabytes=$OPTARG ;;
     n) rounds=$OPTARG ;;
+    c) core=$OPTARG ;;
     *)
-      echo "usage: $(basename "$0") [-d DIR] [-s MEGABYTES] [-n ROUNDS]" >&2
+      echo "usage: $(basename "$0") [-d DIR] [-s MEGABYTES] [-n ROUNDS] [-c CORE]" >&2
       exit 2
       ;;
   esac
@@ -63,35 +66,42 @@ empty_output() {
   sync -f "$work"
 }
 
-# timed COMMAND...: the seconds that it takes on one core.
+# timed COMMAND...: its wall-clock and its processor seconds on one core.
 timed() {
-  local start=$EPOCHREALTIME
-  taskset -c 0 "$@" >/dev/null
-  local end=$EPOCHREALTIME
-  local microseconds=$((${end/[.,]/} - ${start/[.,]/}))
-  printf '%d.%06d\n' $((microseconds / 1000000)) $((microseconds % 1000000))
+  local TIMEFORMAT='%3R %3U %3S'
+  { time taskset -c "$core" "$@" >/dev/null 2>&1; } 2>&1 | awk '{ print $1, $2 + $3 }'
 }
 
+# median COLUMN, of the lines of its input
 median() {
-  sort -n | awk '{ v[NR] = $1 } END { print NR % 2 ? v[(NR + 1) / 2] : (v[NR / 2] + v[NR / 2 + 1]) / 2 }'
+  sort -n -k "$1,$1" |
+    awk -v c="$1" '{ v[NR] = $c } END { print NR % 2 ? v[(NR + 1) / 2] : (v[NR / 2] + v[NR / 2 + 1]) / 2 }'
 }
 
-# compare SERVERS: medians of cp and varnel, and their ratio.
+# compare SERVERS: medians of cp and varnel, and their ratios.
 compare() {
-  local round cp_times=() varnel_times=()
+  local round
   write_config "$work/varnelConfig" "$input" "$out" "$1"
+  : >"$work/cp" && : >"$work/varnel"
   for ((round = 0; round < rounds; ++round)); do
     empty_output
-    cp_times+=("$(timed cp "$input" "$out/copy.ldif")")
+    timed cp "$input" "$out/copy.ldif" >>"$work/cp"
     empty_output
-    varnel_times+=("$(timed "$bin/varnel" -f "$work/varnelConfig")")
+    timed "$bin/varnel" -f "$work/varnelConfig" >>"$work/varnel"
+    if ! grep -q '^dn:' "$out/server1.ldif"; then
+      echo "varnel wrote nothing; run it on $work/varnelConfig" >&2
+      exit 1
+    fi
   done
-  local cp_median varnel_median
-  cp_median=$(printf '%s\n' "${cp_times[@]}" | median)
-  varnel_median=$(printf '%s\n' "${varnel_times[@]}" | median)
-  awk -v servers="$1" -v cp="$cp_median" -v varnel="$varnel_median" -v bytes="$(stat -c %s "$input")" \
-    'BEGIN { printf "%3d servers: cp %.3f s, varnel %.3f s (%.0f MB/s), ratio %.2f\n",
-             servers, cp, varnel, bytes / varnel / 1e6, varnel / cp }'
+  printf '%3d servers\n' "$1"
+  local column what
+  for column in 1 2; do
+    what=$( ((column == 1)) && echo elapsed || echo processor)
+    awk -v what="$what" -v bytes="$(stat -c %s "$input")" -v cp="$(median "$column" <"$work/cp")" \
+      -v varnel="$(median "$column" <"$work/varnel")" \
+      'BEGIN { printf "  %-9s  cp %.3f s, varnel %.3f s (%.0f MB/s), ratio %.2f\n",
+               what, cp, varnel, bytes / varnel / 1e6, varnel / cp }'
+  done
 }
 
 # peak_memory INPUT
@@ -119,5 +129,5 @@ peak_memory "$input"
 
 heading "The parsers alone"
 rm -rf "$work"
-taskset -c 0 "$bin/bench/ldif_bench" 2>/dev/null
-taskset -c 0 "$bin/bench/dirclient_bench" 2>/dev/null
+taskset -c "$core" "$bin/bench/ldif_bench" 2>/dev/null
+taskset -c "$core" "$bin/bench/dirclient_bench" 2>/dev/null

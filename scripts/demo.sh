@@ -49,7 +49,7 @@ cd "$work/split"
 run cat varnelConfig
 
 heading "The input: $(grep -c '^dn:' directory.ldif) entries of a small directory, exported as LDIF"
-run head -n 26 directory.ldif
+run head -n 28 directory.ldif
 echo "..."
 
 heading "The split"
