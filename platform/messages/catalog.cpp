@@ -16,38 +16,35 @@ constexpr CatalogMessage catalog[] = {
     {32, 4, 'E', 1,
      "Configuration file, line %1$s: this key is not allowed here. Global keys (actiontype, "
      "basedirectory, inputfile, logfile, defaultoutputfile, splitby) stand before the first "
-     "basedn, "
-     "basedirectory before every file name; after a basedn only url, file and basedn may follow. "
-     "Every line reads \"key: value\"."},
+     "basedn, basedirectory before every file name; after a basedn only url, file and basedn may "
+     "follow. Every line reads \"key: value\"."},
     {32, 5, 'I', 1,
      "Usage: %1$s [-f FILE] [-r] [-d LEVEL] [-I INSTANCE]\n"
-     "Splits the entries of one LDIF file over the LDIF files of the back-end servers that are to "
-     "hold them.\n"
-     "  -f FILE      configuration file, which names the input, the base DNs, and the servers "
-     "with\n"
-     "               their output files (default: ./varnelConfig)\n"
-     "  -r           recovery mode: the log file and the output files must already exist; the "
-     "input\n"
-     "               is split from its first line again (default: off; no output file may exist)\n"
-     "  -d LEVEL     debug level, a sum of 1 (what the run does), 2 (DNs that cannot be parsed),\n"
-     "               4 (hash decisions), 8 (schema); written to standard error (default: 0)\n"
-     "  -I INSTANCE  name or directory of the server instance whose schema decides which "
-     "spellings\n"
-     "               of a DN are the same (default: none, every value compared without case)\n"
-     "Exit status: 0 success or this text; 1 the options, the configuration or the input is at "
-     "fault; 2 the same, with the fault in the first nine lines of the input or in no line of it."},
+     "Splits the entries of one LDIF file over the LDIF files of back-end servers.\n"
+     "  -f FILE      configuration file: names the input, the base DNs, the servers\n"
+     "               and their output files (default: ./varnelConfig)\n"
+     "  -r           recovery mode: log and output files must exist already, and\n"
+     "               the input is split from its first line again (default: off;\n"
+     "               no output file may exist)\n"
+     "  -d LEVEL     debug output on standard error, a sum of 1 (what the run does),\n"
+     "               2 (DNs that cannot be parsed), 4 (hash decisions), 8 (schema)\n"
+     "               (default: 0)\n"
+     "  -I INSTANCE  name or directory of the server instance whose schema decides\n"
+     "               which spellings of a DN are the same (default: none; values\n"
+     "               compare without regard to case)\n"
+     "Exit status: 0 success, or this text; 1 failure; 2 failure of the split in\n"
+     "lines 1 to 9 of the input or in no line of it."},
     {32, 6, 'E', 2,
-     "Configuration file: \"%1$s\" is not a value that %2$s can have. actiontype takes splitonly, "
-     "splitby takes rdnhash or numservers, basedn takes a DN, url takes an LDAP URL; no value may "
-     "be "
-     "empty."},
+     "Configuration file: \"%1$s\" is not a value that %2$s can have. actiontype takes "
+     "splitonly, splitby takes rdnhash or numservers, basedn takes a DN, url takes an LDAP URL; "
+     "no value may be empty."},
     {32, 7, 'E', 2,
-     "File %1$s does not exist or cannot be opened (configuration file line %2$s; line 0 is a name "
-     "by default or the log file). Check the name, the directory and your permissions; with -r, "
-     "output files must exist already."},
+     "File %1$s does not exist or cannot be opened (configuration file line %2$s; line 0 is a "
+     "name by default or the log file). Check the name, the directory and your permissions; with "
+     "-r, output files must exist already."},
     {32, 8, 'E', 1,
-     "File %1$s exists and is not overwritten. Move it away or name another file; -r uses existing "
-     "files."},
+     "File %1$s exists and is not overwritten. Move it away or name another file; -r uses "
+     "existing files."},
     {32, 13, 'E', 1,
      "%1$s is not a directory. basedirectory has to name an existing directory in which the file "
      "names without a slash are looked up."},
@@ -55,40 +52,36 @@ constexpr CatalogMessage catalog[] = {
      "Configuration file, line %3$s: \"%1$s\" has the value \"%2$s\" already on an earlier line. "
      "Give each base DN one section with all of its servers."},
     {32, 19, 'E', 3,
-     "Configuration file, line %3$s: key \"%1$s\" is not allowed where splitby is %2$s. Remove the "
-     "line or change splitby."},
+     "Configuration file, line %3$s: key \"%1$s\" is not allowed where splitby is %2$s. Remove "
+     "the line or change splitby."},
     {32, 27, 'E', 0,
-     "The run ends before the split: the configuration cannot be used. The message before this one "
-     "names the fault; if there is none, set actiontype: splitonly. -d 1 shows the configuration "
-     "as "
-     "it was read."},
+     "The run ends before the split: the configuration cannot be used. The message before this "
+     "one names the fault; if there is none, set actiontype: splitonly. -d 1 shows the "
+     "configuration as it was read."},
     {32, 28, 'I', 0, "The log file is open; the line number of a failure is appended to it."},
     {32, 30, 'I', 1,
      "Recovery mode: the output files named in %1$s are kept in place and written again from the "
      "first line of the input."},
     {32, 33, 'E', 2,
      "Input file %2$s, line %1$s: not valid LDIF. A line reads \"type: value\" or \"type:: "
-     "base64\", "
-     "a comment starts with #, a continuation with one space; physical lines of more than 4095 "
-     "characters must be folded."},
+     "base64\", a comment starts with #, a continuation with one space; physical lines of more "
+     "than 4095 characters must be folded."},
     {32, 34, 'E', 1,
-     "The split stopped at input line %1$s; the entries before it are in the output files. Line 0: "
-     "the input file or an output file cannot be opened or created (check its name, your "
-     "permissions "
-     "and free space). Otherwise that line cannot be read, is not valid LDIF, or is a dn line "
-     "without a valid DN: mend it, remove the output files and run again."},
+     "The split stopped at input line %1$s; the entries before it are in the output files. Line "
+     "0: the input file or an output file cannot be opened or created (check its name, your "
+     "permissions and free space). Otherwise that line cannot be read, is not valid LDIF, or is "
+     "a dn line without a valid DN: mend it, remove the output files and run again."},
     {32, 36, 'W', 1,
      "No defaultoutputfile is configured: entries below no base DN go to %1$s in the working "
      "directory."},
     {32, 37, 'I', 1, "Beginning to split the input file named in %1$s."},
     {32, 39, 'I', 0, "The split is complete."},
     {32, 40, 'E', 1,
-     "File %1$s does not exist, so no referral can be added to it. Split first, and name the file "
-     "that the split wrote."},
+     "File %1$s does not exist, so no referral can be added to it. Split first, and name the "
+     "file that the split wrote."},
     {32, 41, 'E', 1,
      "File %1$s: a referral entry cannot be written in full. Check free space and that the "
-     "referral "
-     "URL is not empty."},
+     "referral URL is not empty."},
     {32, 43, 'I', 1, "The referrals to the server of %1$s are in the other servers' files."},
     {32, 46, 'E', 1,
      "Option -%1$s needs an argument that is not empty and does not begin with \"-\". An unknown "
@@ -96,19 +89,21 @@ constexpr CatalogMessage catalog[] = {
     {32, 48, 'E', 2,
      "Configuration file, line %2$s: \"%1$s\" is configured a second time. Keep one of the lines."},
     {32, 49, 'E', 1,
-     "The configuration file has no \"%1$s\" line, or has it too late: it is mandatory before the "
-     "first basedn (basedn itself: at least one)."},
+     "The configuration file has no \"%1$s\" line, or has it too late: it is mandatory before "
+     "the first basedn (basedn itself: at least one)."},
     {32, 51, 'E', 2,
      "The base DN section that ends before line %2$s of the configuration file lacks a \"%1$s\" "
      "line. Each server needs one url and one file."},
     {32, 52, 'E', 1,
-     "Output file %1$s cannot be written. Check free space, quota and file size limit, remove the "
-     "output files and run again."},
+     "Output file %1$s cannot be written. Check free space, quota and file size limit, remove "
+     "the output files and run again."},
     {32, 60, 'W', 2,
-     "Input file %2$s, line %1$s: a physical line of more than 4095 characters is read in pieces, "
-     "and this piece changes the output. Fold the input to lines of at most 4095 characters and "
-     "run "
-     "again."},
+     "Input file %2$s, line %1$s: a physical line of more than 4095 characters is read in "
+     "pieces, and this piece changes the output. Fold the input to lines of at most 4095 "
+     "characters and run again."},
+    {32, 61, 'E', 2,
+     "The split needs %1$s open files at a time, but only %2$s can be had: raise the limit of "
+     "open files (ulimit -n) and run again."},
 
     // Set 33, numbers 1 to 19: the instance (platform/instance).
     {33, 1, 'E', 1,
@@ -124,19 +119,17 @@ constexpr CatalogMessage catalog[] = {
      "Instance configuration %1$s, line %2$s: \"%3$s\" has no colon after a key. Lines read "
      "\"systemschema: PATH\" or \"userschema: PATH\", comments begin with #."},
     {33, 5, 'E', 3,
-     "Instance configuration %1$s, line %2$s: \"%3$s\" is not a key. The keys are systemschema and "
-     "userschema."},
+     "Instance configuration %1$s, line %2$s: \"%3$s\" is not a key. The keys are systemschema "
+     "and userschema."},
     {33, 6, 'E', 3,
      "Instance configuration %1$s, line %2$s: the key \"%3$s\" has no value. Name a schema file, "
-     "or "
-     "a directory of schema files."},
+     "or a directory of schema files."},
     {33, 7, 'E', 3,
-     "Instance configuration %1$s, line %2$s: the schema path cannot be read: %3$s. Check the name "
-     "and your permissions; a relative path begins at the instance's directory."},
+     "Instance configuration %1$s, line %2$s: the schema path cannot be read: %3$s. Check the "
+     "name and your permissions; a relative path begins at the instance's directory."},
     {33, 8, 'W', 3,
      "Instance configuration %1$s, line %2$s: the directory %3$s holds no file that ends in "
-     ".schema "
-     "or .ldif, so nothing is read from it."},
+     ".schema or .ldif, so nothing is read from it."},
 
     // Set 33, numbers 20 to 39: the schema (platform/schema).
     {33, 20, 'W', 2,
@@ -146,10 +139,9 @@ constexpr CatalogMessage catalog[] = {
      "Schema file %1$s, line %2$s: a definition cannot be read: %3$s. It is left out; mend it to "
      "have it count."},
     {33, 22, 'W', 3,
-     "Schema file %1$s, line %2$s: the line is no part of a schema file: %3$s. It is passed over; "
-     "a "
-     "line reads \"attributeTypes: ( ... )\", \"olcAttributeTypes: ( ... )\" or \"attributetype ( "
-     "... )\", and is continued by lines that begin with a blank."},
+     "Schema file %1$s, line %2$s: the line is no part of a schema file: %3$s. It is passed "
+     "over; a line reads \"attributeTypes: ( ... )\", \"olcAttributeTypes: ( ... )\" or "
+     "\"attributetype ( ... )\", and is continued by lines that begin with a blank."},
     {33, 23, 'W', 2,
      "Schema file %1$s: %2$s further lines are no part of a schema file and are passed over."},
     {33, 24, 'W', 3,
@@ -157,8 +149,7 @@ constexpr CatalogMessage catalog[] = {
      "those."},
     {33, 25, 'W', 3,
      "Schema file %1$s, line %2$s: %3$s. It counts as unknown; add the schema file that defines "
-     "the "
-     "supertype."},
+     "the supertype."},
     {33, 26, 'W', 3,
      "Schema file %1$s, line %2$s: %3$s. It counts as unknown; break the cycle of supertypes."},
 };

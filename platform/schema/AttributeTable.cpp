@@ -112,4 +112,9 @@ const AttributeType* AttributeTable::findAttributeType(std::string_view type) co
   return nullptr;
 }
 
+std::string_view AttributeTable::findObjectIdentifier(std::string_view name) const {
+  const AttributeType* attribute = findAttributeType(name);
+  return attribute != nullptr ? std::string_view(attribute->oid) : std::string_view();
+}
+
 }  // namespace schema

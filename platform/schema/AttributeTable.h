@@ -19,6 +19,8 @@ class AttributeTable : public Schema {
 
   const AttributeType* findAttributeType(std::string_view type) const override;
 
+  std::string_view findObjectIdentifier(std::string_view name) const override;
+
   std::size_t attributeTypeCount() const override { return attributeTypes_.size(); }
 
  private:

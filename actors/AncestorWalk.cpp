@@ -1,0 +1,59 @@
+#include "actors/AncestorWalk.h"
+
+#include "actors/normalizeDn.h"
+#include "platform/dirclient/isKnownNormalForm.h"
+
+namespace {
+
+/// Whether the comma at `at` of a normal form separates RDNs: an odd number of `\` before it
+/// escapes it.
+bool isSeparator(const std::string& dn, std::string::size_type at) {
+  std::string::size_type backslashes = 0;
+  while (backslashes < at && dn[at - 1 - backslashes] == '\\') {
+    ++backslashes;
+  }
+  return backslashes % 2 == 0;
+}
+
+/// Where the RDN that starts at `offset` of a normal form ends: at its comma, or npos.
+std::string::size_type rdnEnd(const std::string& dn, std::string::size_type offset) {
+  auto comma = dn.find(',', offset);
+  while (comma != std::string::npos && !isSeparator(dn, comma)) {
+    comma = dn.find(',', comma + 1);
+  }
+  return comma;
+}
+
+/// Whether the parents of a DN in normal form are tails of its text: getParent joins the assertions
+/// of a multi-valued RDN in another way. An escaped '+' is rare enough to be taken for one of
+/// those.
+bool isSingleValued(const std::string& dn) {
+  return dn.find('+') == std::string::npos;
+}
+
+}  // namespace
+
+AncestorWalk::AncestorWalk(const std::string& dn)
+    : current_(&dn),
+      parentsAreTails_(isSingleValued(dn) && dirclient::isKnownNormalForm(dn, schemaInitialized)) {}
+
+AncestorWalk::AncestorWalk(const LdifEntry& entry)
+    : current_(&entry.name()), parentsAreTails_(isSingleValued(entry.name())) {}
+
+bool AncestorWalk::up() {
+  if (parentsAreTails_) {
+    const auto end = rdnEnd(*current_, offset_);
+    if (end == std::string::npos) {
+      return false;
+    }
+    offset_ = end + 1;
+    return true;
+  }
+  std::unique_ptr<std::string> parent(nLdifActor::getParent(*current_));
+  if (parent == nullptr) {
+    return false;
+  }
+  parent_ = std::move(parent);
+  current_ = parent_.get();
+  return true;
+}

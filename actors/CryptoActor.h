@@ -1,0 +1,27 @@
+#ifndef ACTORS_CRYPTOACTOR_H
+#define ACTORS_CRYPTOACTOR_H
+
+#include <string>
+#include <vector>
+
+#include "actors/LdifActor.h"
+
+/// The base DN of the crypto subtree, as it stands in the actor map, and its child entry.
+extern const char* const cryptoDN;
+extern const char* const cryptoDNChild;
+
+/// The actor of the crypto subtree, of which every server gets an identical copy.
+class CryptoActor : public LdifActor {
+ public:
+  /// `outputFiles`: every output file of every other actor, each once, in ascending byte order.
+  CryptoActor(const std::string& baseDn, const std::vector<std::string>& outputFiles);
+
+ private:
+  /// All files, whatever the DN.
+  std::vector<std::string>* doGetOutputFilename(const std::string& dn) override;
+
+  /// Does nothing: the routing does not depend on the input.
+  void receiveEntry(const LdifEntry& entry) override;
+};
+
+#endif

@@ -1,0 +1,30 @@
+#ifndef ACTORS_HASHACTOR_H
+#define ACTORS_HASHACTOR_H
+
+#include <set>
+#include <string>
+#include <vector>
+
+#include "actors/LdifActor.h"
+
+/// The actor of a base DN that is split by hash: each entry below it goes to the one server that
+/// the client library's DN hash picks, as the proxy in front of the servers does.
+class HashActor : public LdifActor {
+ public:
+  /// `servers` in server order; the output file is the value of the last pair of each, whatever its
+  /// key. No list may be empty.
+  HashActor(const std::string& baseDn, const std::vector<ServerPairs>& servers);
+
+ private:
+  /// One file. For a DN that is not below the base DN its name is empty.
+  std::vector<std::string>* doGetOutputFilename(const std::string& dn) override;
+
+  /// Does nothing: the hash needs no look at the input.
+  void receiveEntry(const LdifEntry& entry) override;
+
+  bool isInside(const std::string& dn) const;
+
+  std::set<std::string> nameSet_;
+};
+
+#endif

@@ -1,0 +1,109 @@
+#include "actors/LdifActor.h"
+
+#include <cstring>
+#include <memory>
+
+#include "actors/normalizeDn.h"
+#include "common/AutoClose.h"
+#include "common/AutoDelete.h"
+#include "platform/ldif/str_parse_line_v_or_bv.h"
+
+namespace {
+
+bool endsRecord(const char* line) {
+  return *line == '\n' || *line == '\0';
+}
+
+}  // namespace
+
+LdifActor::LdifActor(const std::string& baseDn, const std::vector<ServerPairs>& servers)
+    : serverLists_(servers), baseDn_(baseDn) {}
+
+std::vector<std::string>* LdifActor::getOutputFilename(const std::string& dn) {
+  LdifEntry entry;
+  entry.setName(dn);
+  return getOutputFilename(entry);
+}
+
+std::vector<std::string>* LdifActor::getOutputFilename(const LdifEntry& entry) {
+  const LdifEntry& base = baseEntry();
+  if (entry.name() == base.name() || base.hasAncestor(entry)) {
+    return new std::vector<std::string>(outputFiles_);
+  }
+  return doGetOutputFilename(entry.name());
+}
+
+const LdifEntry& LdifActor::baseEntry() const {
+  if (baseEntry_.name().empty() || baseEntryIsBySchema_ != schemaInitialized) {
+    baseEntry_.setName(baseDn_);
+    baseEntryIsBySchema_ = schemaInitialized;
+  }
+  return baseEntry_;
+}
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated"
+
+void LdifActor::ldifIterate(const std::string& inputFile) throw(LdifIterateException) {
+  activated_ = true;
+  if (needsInputPass_) {
+    doLdifIterate(inputFile);
+  }
+}
+
+void LdifActor::doLdifIterate(const std::string& inputFile) throw(LdifIterateException) {
+  const AutoClose input(std::fopen(inputFile.c_str(), "r"));
+  if (input == nullptr) {
+    throw LdifIterateException(0, "Error opening input file");
+  }
+  const AutoDelete<char> line(new char[1]);
+  unsigned int capacity = 0;
+  int lineNumber = 0;
+  std::unique_ptr<LdifEntry> entry(new LdifEntry);
+  char* buffer = line.get();
+  while (getNextLine(&buffer, &capacity, input.get()) != -1) {
+    ++lineNumber;
+    if (*buffer == '#') {
+      continue;
+    }
+    if (endsRecord(buffer)) {
+      if (!entry->name().empty()) {
+        receiveEntry(*entry);
+        entry->clear();
+      }
+      continue;
+    }
+    char* type = nullptr;
+    char* value = nullptr;
+    char* url = nullptr;
+    int valueLength = 0;
+    int encoding = 0;
+    const int result =
+        str_parse_line_v_or_bv(buffer, &type, &value, &valueLength, 1, &url, &encoding);
+    if (result == ldifLineSkipped) {
+      continue;
+    }
+    if (result < 0) {
+      throw LdifIterateException(lineNumber, "Invalid LDIF line detected");
+    }
+    if (std::strcmp(type, "dn") == 0) {
+      // An entry that the blank line before its next "dn" line did not end is dropped.
+      entry.reset(new LdifEntry);
+      entry->setName(value);
+    } else {
+      entry->addAttribute(type, value);
+    }
+  }
+  if (!entry->name().empty()) {
+    receiveEntry(*entry);
+  }
+}
+
+#pragma GCC diagnostic pop
+
+int getNextLine(char** buffer, unsigned int* capacity, std::FILE* stream) {
+  if (std::fgets(*buffer, static_cast<int>(*capacity), stream) == nullptr) {
+    return -1;
+  }
+  return static_cast<int>(std::strlen(*buffer));
+}

@@ -1,0 +1,46 @@
+// Bytes a second of the DN normalisation without schema, and of the DN hash.
+
+#include <benchmark/benchmark.h>
+
+#include <cstring>
+
+#include "platform/dirclient/dirclient.h"
+
+namespace {
+
+// Of 60 characters each.
+const char* const normalForm = "CN=AMINA DIALLO 0123456789 ABCDE,OU=PEOPLE,DC=EXAMPLE,DC=ORG";
+const char* const lowerCase = "cn=amina diallo 0123456789 abcde,ou=people,dc=example,dc=org";
+const char* const spread = "cn = amina  diallo 0123456789 ab , ou=people,dc=example,dc=org";
+const char* const nonAscii = "cn=jörg åkesson 0123456789 abcde,ou=people,dc=example,dc=org";
+const char* const base = "OU=PEOPLE,DC=EXAMPLE,DC=ORG";
+
+void countBytes(benchmark::State& state, const char* dn) {
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(std::strlen(dn)));
+}
+
+void normalizeLight(benchmark::State& state, const char* dn) {
+  for (auto _ : state) {
+    ldap_escDN* parsed = dn_normalize_light_esc(dn);
+    benchmark::DoNotOptimize(parsed);
+    free_ldap_escDN(&parsed);
+  }
+  countBytes(state, dn);
+}
+
+void hash(benchmark::State& state, const char* dn) {
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(get_hash_value_from_dn(dn, base, 16));
+  }
+  countBytes(state, dn);
+}
+
+BENCHMARK_CAPTURE(normalizeLight, normalForm, normalForm);
+BENCHMARK_CAPTURE(normalizeLight, lowerCase, lowerCase);
+BENCHMARK_CAPTURE(normalizeLight, blanks, spread);
+BENCHMARK_CAPTURE(normalizeLight, nonAscii, nonAscii);
+BENCHMARK_CAPTURE(hash, normalForm, normalForm);
+BENCHMARK_CAPTURE(hash, lowerCase, lowerCase);
+BENCHMARK_CAPTURE(hash, nonAscii, nonAscii);
+
+}  // namespace

@@ -1,0 +1,20 @@
+// One line of the configuration file taken apart.
+#ifndef CONFIG_CONFIGLINE_H
+#define CONFIG_CONFIGLINE_H
+
+#include <string>
+
+/// "key: value". The key is lower-cased and without any white space, so that "Base DN" is "basedn";
+/// the value is without white space around it, but a value whose only such character is its first
+/// keeps what follows. A line without a colon is key and value both.
+struct ConfigLine {
+  explicit ConfigLine(const std::string& line);
+
+  /// Nothing to process: a blank line, a comment, or a line that begins with the colon.
+  bool isSkipped() const { return key.empty() || key.front() == '#'; }
+
+  std::string key;
+  std::string value;
+};
+
+#endif

@@ -1,0 +1,16 @@
+// What a run asks of its process.
+#ifndef DRIVER_PROCESSSETUP_H
+#define DRIVER_PROCESSSETUP_H
+
+#include <cstddef>
+
+/// Makes the process safe to write files from: standard streams that are closed are opened on
+/// /dev/null, so that no output file takes their place and receives messages; a closed pipe and the
+/// file size limit become failed writes instead of signals.
+void prepareProcess();
+
+/// Whether `count` more files can be open at a time, after the limit was raised as far as it may
+/// be. If not, prints message 61.
+bool canOpenFiles(std::size_t count);
+
+#endif

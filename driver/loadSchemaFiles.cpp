@@ -1,0 +1,72 @@
+#include "driver/loadSchemaFiles.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include "platform/instance/CfgInst.h"
+#include "platform/instance/validateCmdUtility.h"
+#include "platform/schema/ldcf_api_schema.h"
+#include "platform/trace/trace.h"
+
+char* g_configFile = nullptr;
+
+namespace {
+
+/// The kinds of schema files that an instance has.
+enum SchemaKind { systemSchema = 0, userSchema = 1 };
+
+/// The schema files of one kind; the instance has to outlive the list.
+class SchemaFiles {
+ public:
+  SchemaFiles(QuorInstanceUtils::CfgInst& instance, SchemaKind kind) : instance_(instance) {
+    instance_.querySchemaFiles(kind, &files_, &count_);
+  }
+  ~SchemaFiles() { instance_.freeSchemaFiles(files_); }
+  SchemaFiles(const SchemaFiles&) = delete;
+  SchemaFiles& operator=(const SchemaFiles&) = delete;
+
+  void parseAll() const {
+    for (int i = 0; i < count_; ++i) {
+      TRACE(traceProgress, "Processing schema:  filename = %s\n", files_[i]);
+      ldcf_api_schema_parse(files_[i]);
+    }
+  }
+
+ private:
+  QuorInstanceUtils::CfgInst& instance_;
+  char** files_ = nullptr;
+  int count_ = 0;
+};
+
+/// The instance name as validateCmdUtility may replace it.
+char* validated(char* name) {
+  g_configFile = nullptr;
+  if (validateCmdUtility(&name, &g_configFile, 1, 0, 0, 0) != 0) {
+    std::exit(1);
+  }
+  return name;
+}
+
+char* duplicate(const std::string& text) {
+  char* const copy = ::strdup(text.c_str());
+  if (copy == nullptr) {
+    throw std::bad_alloc();
+  }
+  return copy;
+}
+
+}  // namespace
+
+void loadSchemaFiles(const std::string& instanceName) {
+  ldcf_api_schema_init();
+  const std::unique_ptr<char, decltype(&std::free)> name(validated(duplicate(instanceName)),
+                                                         &std::free);
+  TRACE(traceProgress, "Reading schema from configuration file %s\n", g_configFile);
+  QuorInstanceUtils::CfgInst instance(name.get(), nullptr, true);
+  SchemaFiles(instance, systemSchema).parseAll();
+  const SchemaFiles userFiles(instance, userSchema);
+  userFiles.parseAll();
+  ldcf_api_schema_complete();
+}

@@ -1,0 +1,162 @@
+// varnel: splits one LDIF file over the LDIF files of the back-end servers of a partitioned
+// directory.
+
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "actors/CryptoActor.h"
+#include "actors/LdifActor.h"
+#include "actors/ldifActorFactory.h"
+#include "actors/normalizeDn.h"
+#include "common/AutoClose.h"
+#include "common/LineText.h"
+#include "config/VarnelConfig.h"
+#include "config/VarnelConfigException.h"
+#include "config/configKeys.h"
+#include "driver/ProcessSetup.h"
+#include "driver/findLastLineSplit.h"
+#include "driver/getOptArgs.h"
+#include "driver/loadSchemaFiles.h"
+#include "driver/traceConfig.h"
+#include "ldifsplit/LdifSplit.h"
+#include "platform/dirclient/dirclient.h"
+#include "platform/messages/PrintMessage.h"
+#include "platform/trace/trace.h"
+
+namespace {
+
+const char* const defaultConfigFile = "./varnelConfig";
+
+constexpr int messageSet = 32;
+constexpr int usageMessage = 5;
+constexpr int missingArgumentMessage = 46;
+
+/// The slots of the option vector, in the order of the option letters.
+enum OptionSlot { configFileSlot, recoverySlot, debugSlot, instanceSlot };
+
+/// The one line that a failed run leaves in the log, and its exit status.
+[[noreturn]] void exitAfterFailure(std::FILE* log, int line) {
+  // A failure this early is a matter of the set-up rather than of the data.
+  constexpr int lastEarlyLine = 9;
+  std::fprintf(log, "%d\n", line);
+  std::exit(line <= lastEarlyLine ? 2 : 1);
+}
+
+void loadSchema(const std::string& instanceName) {
+  if (instanceName.empty()) {
+    TRACE(traceProgress,
+          "instance name not specified.  DN's will be normalized without schema %s\n",
+          instanceName.c_str());
+    return;
+  }
+  TRACE(traceProgress, "Using schema in instance %s\n", instanceName.c_str());
+  loadSchemaFiles(instanceName);
+  schemaInitialized = true;
+}
+
+void initialize(VarnelConfig& config) {
+  try {
+    config.init();
+  } catch (const VarnelConfigException& failure) {
+    TRACE(traceError, "VarnelConfigException: line %d, input file %s\n", failure.line(),
+          config.configFile_.c_str());
+    TRACE(traceError, "message: %s\n", failure.message().c_str());
+    PrintMessage(messageSet, 1, 27);
+    std::exit(1);
+  }
+}
+
+/// Opens the log for appending; it stays open for the whole run.
+std::FILE* openLog(const std::string& name) {
+  std::FILE* log = std::fopen(name.c_str(), "a");
+  if (log == nullptr) {
+    PrintMessage(messageSet, 1, 7, name.c_str(), "0");
+    std::exit(1);
+  }
+  return log;
+}
+
+/// All output files may be open at once, and the input with them.
+std::size_t countFilesOfSplit(const std::map<std::string, LdifActor*>& actors) {
+  return actors.at(cryptoDN)->outputFiles().size() + 2;
+}
+
+void split(const VarnelConfig& config, const std::map<std::string, LdifActor*>& actors,
+           std::FILE* log) {
+  try {
+    TRACE(traceProgress, "About to call ldifSplit()\n");
+    ldifsplit::ldifSplit(config.inputFile_, actors, config.defaultOutputFile_, config.reserved_, 0);
+  } catch (const ldifsplit::LdifSplitException& failure) {
+    TRACE(traceError, "Caught LdifSplitException: %s, line number: %d\n", failure.message().c_str(),
+          failure.line());
+    PrintMessage(messageSet, 1, 34, LineText(failure.line()).c_str());
+    exitAfterFailure(log, failure.line());
+  } catch (const ldifsplit::SplitOutputException& failure) {
+    TRACE(traceError, "Caught SplitOutputException: %s, line number: %d\n",
+          failure.message().c_str(), failure.line());
+    PrintMessage(messageSet, 1, 52, failure.message().c_str());
+    exitAfterFailure(log, failure.line());
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  prepareProcess();
+  schemaInitialized = false;
+  const std::string optionString = std::string(":") + 'f' + ':' + 'r' + 'd' + ':' + 'I' + ':';
+  const std::vector<std::string> options =
+      getOptArgs(argc, argv, optionString, messageSet, usageMessage, missingArgumentMessage);
+  ldtr_init();
+  write_ldap_debug(static_cast<int>(std::strtol(options[debugSlot].c_str(), nullptr, 10)));
+  loadSchema(options[instanceSlot]);
+
+  const std::string configFile =
+      options[configFileSlot].empty() ? defaultConfigFile : options[configFileSlot];
+  PrintMessage(messageSet, 1, 1, configFile.c_str());
+  TRACE(traceProgress, "Configuration file: %s\n", configFile.c_str());
+  if (!options[recoverySlot].empty()) {
+    PrintMessage(messageSet, 1, 30, configFile.c_str());
+  }
+  const bool recovery = options[recoverySlot] == "true";
+  VarnelConfig config(configFile, recovery);
+  initialize(config);
+
+  std::FILE* const log = openLog(config.logFile_);
+  if (recovery) {
+    // Told in the traces only: every split starts from the first line.
+    findLastLineSplit(config.logFile_);
+  }
+  AutoClose(std::fopen(config.logFile_.c_str(), "r"));
+  write_g_errorFile(config.logFile_.c_str());
+  PrintMessage(messageSet, 1, 28);
+  if (config.defaultOutputFile_ == parentFileDefault) {
+    PrintMessage(messageSet, 1, 36, config.defaultOutputFile_.c_str());
+  }
+
+  TRACE(traceProgress, "About to trace the configuration object.\n");
+  traceConfig(config);
+  TRACE(traceProgress, "Done tracing the configuration object.\n");
+  if (config.actionType_ != VarnelConfig::splitOnly) {
+    PrintMessage(messageSet, 1, 27);
+    TRACE(traceError, "SplitAndConfigure and ConfigureOnly not available in this release\n");
+    std::exit(1);
+  }
+
+  {
+    const std::map<std::string, LdifActor*> actors = ldifActorFactory(config);
+    if (!canOpenFiles(countFilesOfSplit(actors))) {
+      std::exit(1);
+    }
+    TRACE(traceProgress, "Printing the BEGINNING_SPLIT message\n");
+    PrintMessage(messageSet, 1, 37, configFile.c_str());
+    split(config, actors, log);
+    TRACE(traceProgress, "Finished ldifSplit() successfully\n");
+    PrintMessage(messageSet, 1, 39);
+  }
+  std::fclose(log);
+  return 0;
+}

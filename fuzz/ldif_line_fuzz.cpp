@@ -1,0 +1,42 @@
+// LDIF lines: every result is one of the three, and nothing that comes out can break a line.
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "fuzz/require.h"
+#include "platform/ldif/str_parse_line_v_or_bv.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string text = std::string(reinterpret_cast<const char*>(data), size).c_str();
+  const bool knownPlain = isPlainAttributeLine(text.c_str(), text.size());
+  std::vector<char> line(text.c_str(), text.c_str() + text.size() + 1);
+  char* type = nullptr;
+  char* value = nullptr;
+  char* url = nullptr;
+  int length = 0;
+  int encoding = 0;
+  const int result =
+      str_parse_line_v_or_bv(line.data(), &type, &value, &length, 1, &url, &encoding);
+  if (result != 0) {
+    require(result == ldifLineInvalid || result == ldifLineSkipped, "the result is documented");
+    require(type == nullptr && value == nullptr && url == nullptr, "no result, no pointers");
+    // A line feed inside that is no fold is the caller's to cut: it hands over one logical line.
+    require(!knownPlain || text.find('\n') != text.size() - 1, "a plain line parses");
+    return 0;
+  }
+  require(value[length] == '\0', "the value ends in a NUL");
+  require(std::strlen(type) > 0, "the type is not empty");
+  require((encoding == ldifValueUrl) == (url != nullptr), "a URL is told by its encoding");
+  const bool isDn = std::strcmp(type, "dn") == 0;
+  if (knownPlain) {
+    require(encoding == ldifValuePlain && !isDn, "a plain line has a plain value");
+  }
+  if (isDn) {
+    require(std::strlen(value) == static_cast<std::size_t>(length), "a DN holds no NUL");
+    require(std::strchr(value, '\n') == nullptr, "a DN is one line");
+  }
+  return 0;
+}

@@ -1,0 +1,40 @@
+// The split: one pass over the input, every entry into its output files.
+#ifndef LDIFSPLIT_LDIFSPLIT_H
+#define LDIFSPLIT_LDIFSPLIT_H
+
+#include <map>
+#include <string>
+
+#include "actors/LdifActor.h"
+#include "ldifsplit/LdifSplitException.h"
+#include "ldifsplit/SplitOutputException.h"
+
+namespace ldifsplit {
+
+// C++14 deprecates dynamic exception lists; here they are wanted: any other exception ends the
+// program.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated"
+
+/// Splits the LDIF file `inputFile` (RFC 2849), which may be anything that can be read once. The
+/// actor of the nearest base DN at or above an entry names its output files; an entry below none
+/// goes to `defaultOutputFile`. An output file is created at its first entry. In it each entry is
+/// an empty line, "dn: " with the unfolded value, and the entry's other lines byte for byte;
+/// comments and empty lines of the input are left out. Entries whose "dn" line is before line
+/// `firstLine` are left out too.
+///
+/// `actors` is keyed by normalised base DN; the actors stay the caller's. The fourth argument is
+/// not read.
+///
+/// Throws LdifSplitException where the input cannot be read or parsed or an output file cannot be
+/// created, SplitOutputException where one cannot be written; each with the number of the input's
+/// last physical line read, 0 where no line is at fault.
+void ldifSplit(const std::string& inputFile, std::map<std::string, LdifActor*> actors,
+               const std::string& defaultOutputFile, const std::string& further,
+               int firstLine) throw(LdifSplitException, SplitOutputException);
+
+#pragma GCC diagnostic pop
+
+}  // namespace ldifsplit
+
+#endif

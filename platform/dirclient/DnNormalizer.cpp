@@ -1,0 +1,162 @@
+#include "platform/dirclient/DnNormalizer.h"
+
+#include <algorithm>
+
+#include "platform/dirclient/DnParser.h"
+#include "platform/dirclient/NormalFormScan.h"
+#include "platform/dirclient/normalizeValue.h"
+
+namespace dirclient {
+namespace {
+
+constexpr std::size_t usualAvaCount = 12;
+
+void appendType(std::string_view type, const schema::AttributeType* attribute,
+                std::pmr::string& text) {
+  if (attribute != nullptr) {
+    text += attribute->canonicalType;
+    return;
+  }
+  for (const char c : type) {
+    text += toAsciiUpper(c);
+  }
+}
+
+void appendValue(const WrittenAva& ava, const schema::AttributeType* attribute,
+                 const schema::Schema* schema, int nesting, std::pmr::string& text) {
+  if (ava.form == WrittenAva::Form::ber) {
+    text += '#';
+    for (const char c : ava.value) {
+      text += toAsciiUpper(c);
+    }
+    return;
+  }
+  const auto rule = attribute != nullptr ? attribute->equality : schema::EqualityRule::none;
+  if (ava.value.find('\\') == std::string_view::npos) {
+    appendNormalValue(ava.value, rule, schema, nesting, text);
+    return;
+  }
+  std::pmr::string bytes(text.get_allocator());
+  bytes.reserve(ava.value.size());
+  appendUnescaped(ava.value, bytes);
+  appendNormalValue(bytes, rule, schema, nesting, text);
+}
+
+}  // namespace
+
+DnNormalizer::DnNormalizer(const schema::Schema* schema, int nesting)
+    : schema_(schema),
+      nesting_(nesting),
+      memory_(stack_.data(), stack_.size()),
+      avas_(&memory_),
+      writtenBuffer_(&memory_),
+      sortedBuffer_(&memory_) {}
+
+bool DnNormalizer::normalize(std::string_view dn) {
+  avas_.reserve(usualAvaCount);
+  if (scan(dn)) {
+    return true;
+  }
+  return parse(dn) || fail();
+}
+
+bool DnNormalizer::scan(std::string_view dn) {
+  auto keep = [this](const NormalAva& ava) { avas_.push_back(ava); };
+  NormalFormScan<true, decltype(keep)> scan(dn, schema_, keep);
+  if (!scan.run()) {
+    return false;
+  }
+  rdnCount_ = scan.rdnCount();
+  written_ = dn;
+  if (scan.sawLowerCase()) {
+    writeUpperCase(dn);
+  }
+  text_ = written_;
+  return true;
+}
+
+/// Writes types, and values that ignore case, in upper case.
+void DnNormalizer::writeUpperCase(std::string_view dn) {
+  writtenBuffer_ = dn;
+  const auto raise = [this](std::size_t begin, std::size_t end) {
+    char* const text = writtenBuffer_.data();
+    for (std::size_t i = begin; i < end; ++i) {
+      text[i] = toAsciiUpper(text[i]);
+    }
+  };
+  for (const NormalAva& ava : avas_) {
+    raise(ava.begin, ava.ignoresCase ? ava.end : ava.equals);
+  }
+  written_ = writtenBuffer_;
+}
+
+bool DnNormalizer::parse(std::string_view dn) {
+  avas_.clear();
+  writtenBuffer_.reserve(dn.size() + dn.size() / 8);
+  DnParser parser(dn);
+  WrittenAva ava;
+  DnParser::Step step = DnParser::Step::end;
+  while ((step = parser.next(ava)) == DnParser::Step::ava) {
+    if (!avas_.empty()) {
+      writtenBuffer_ += avas_.back().lastInRdn ? ',' : '+';
+    }
+    NormalAva normal{writtenBuffer_.size(), 0, 0, ava.lastInRdn, false};
+    const schema::AttributeType* attribute =
+        schema_ != nullptr ? schema_->findAttributeType(ava.type) : nullptr;
+    appendType(ava.type, attribute, writtenBuffer_);
+    normal.equals = writtenBuffer_.size();
+    writtenBuffer_ += '=';
+    appendValue(ava, attribute, schema_, nesting_, writtenBuffer_);
+    normal.end = writtenBuffer_.size();
+    avas_.push_back(normal);
+    if (ava.lastInRdn && ++rdnCount_ > maximalRdnCount) {
+      return false;
+    }
+  }
+  if (step == DnParser::Step::error) {
+    return false;
+  }
+  written_ = writtenBuffer_;
+  sortAvas();
+  return true;
+}
+
+void DnNormalizer::sortAvas() {
+  const auto textOf = [this](const NormalAva& ava) {
+    return written_.substr(ava.begin, ava.end - ava.begin);
+  };
+  const auto before = [&](const NormalAva& a, const NormalAva& b) { return textOf(a) < textOf(b); };
+
+  text_ = written_;
+  if (static_cast<std::size_t>(rdnCount_) == avas_.size()) {
+    return;
+  }
+  std::pmr::vector<NormalAva> sorted(avas_, avas_.get_allocator());
+  sortedBuffer_.reserve(written_.size());
+  for (auto rdn = sorted.begin(); rdn != sorted.end();) {
+    const auto last =
+        std::find_if(rdn, sorted.end(), [](const auto& ava) { return ava.lastInRdn; });
+    std::sort(rdn, last + 1, before);
+    for (; rdn != last + 1; ++rdn) {
+      sortedBuffer_ += textOf(*rdn);
+      sortedBuffer_ += rdn == last ? ',' : '+';
+    }
+  }
+  sortedBuffer_.pop_back();
+  text_ = sortedBuffer_;
+}
+
+bool DnNormalizer::fail() {
+  avas_.clear();
+  written_ = {};
+  text_ = {};
+  rdnCount_ = 0;
+  return false;
+}
+
+bool isKnownNormal(std::string_view dn, const schema::Schema* schema) {
+  auto ignore = [](const NormalAva& /*ava*/) {};
+  return NormalFormScan<false, decltype(ignore)>(dn, schema, ignore).run();
+}
+
+}  // namespace dirclient

@@ -1,0 +1,223 @@
+#include "platform/ldif/str_parse_line_v_or_bv.h"
+
+#include <array>
+#include <climits>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "platform/ldif/base64.h"
+
+namespace {
+
+constexpr std::array<bool, 256> typeCharacters = [] {
+  std::array<bool, 256> table{};
+  for (const char c : std::string_view("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"
+                                       "0123456789-_.")) {
+    table[static_cast<unsigned char>(c)] = true;
+  }
+  return table;
+}();
+
+bool isTypeCharacter(char c) {
+  return typeCharacters[static_cast<unsigned char>(c)];
+}
+
+bool isHexDigit(char c) {
+  return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
+}
+
+bool isControl(char c) {
+  return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+}
+
+char* skipBlanks(char* at) {
+  while (*at == ' ') {
+    ++at;
+  }
+  return at;
+}
+
+/// Where the bytes before a line feed end: a carriage return right before it belongs to it.
+char* contentEnd(char* begin, char* lineFeed) {
+  return lineFeed != begin && lineFeed[-1] == '\r' ? lineFeed - 1 : lineFeed;
+}
+
+/// Takes the folds and the line end out of the line and ends it with a NUL; returns where, or a
+/// null pointer for a line feed that is neither a fold nor the end.
+char* unfold(char* line) {
+  char* const end = line + std::strlen(line);
+  char* out = line;
+  char* in = line;
+  for (;;) {
+    char* lineFeed = static_cast<char*>(std::memchr(in, '\n', static_cast<std::size_t>(end - in)));
+    char* const segmentEnd = lineFeed != nullptr ? contentEnd(in, lineFeed) : end;
+    const auto segment = static_cast<std::size_t>(segmentEnd - in);
+    if (out != in) {
+      std::memmove(out, in, segment);
+    }
+    out += segment;
+    if (lineFeed == nullptr || lineFeed + 1 == end) {
+      *out = '\0';
+      return out;
+    }
+    if (lineFeed[1] != ' ') {
+      return nullptr;
+    }
+    in = lineFeed + 2;
+  }
+}
+
+/// Behind the attribute description at `at` (its type, then its options), or a null pointer. Some
+/// byte that belongs to none, such as a NUL or a line feed, has to follow.
+template <typename Char>
+Char* skipAttributeDescription(Char* at) {
+  for (;;) {
+    Char* const part = at;
+    while (isTypeCharacter(*at)) {
+      ++at;
+    }
+    if (at == part) {
+      return nullptr;
+    }
+    if (*at != ';') {
+      return at;
+    }
+    ++at;
+  }
+}
+
+/// The DN text of `length` bytes at `dn`, made safe for one line: see the header. Leading blanks
+/// are gone already.
+std::string dnOnOneLine(const char* dn, std::size_t length) {
+  constexpr std::string_view digits = "0123456789ABCDEF";
+  std::string safe;
+  safe.reserve(length + 16);
+  const auto appendHex = [&](char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    safe += '\\';
+    safe += digits[byte >> 4U];
+    safe += digits[byte & 0xFU];
+  };
+  for (std::size_t i = 0; i < length; ++i) {
+    const bool escape = dn[i] == '\\' && i + 1 < length;
+    const char c = escape ? dn[i + 1] : dn[i];
+    const bool lastEscapedBlank = escape && c == ' ' && i + 2 == length;
+    if (isControl(c) || lastEscapedBlank) {
+      appendHex(c);
+      i += escape ? 1 : 0;
+    } else if (escape) {
+      const bool hexPair = i + 2 < length && isHexDigit(c) && isHexDigit(dn[i + 2]);
+      const std::size_t more = hexPair ? 2 : 1;
+      safe.append(dn + i, 1 + more);
+      i += more;
+    } else {
+      safe += c;
+    }
+  }
+  return safe;
+}
+
+bool needsRewriting(const char* dn, std::size_t length) {
+  for (std::size_t i = 0; i < length; ++i) {
+    if (isControl(dn[i])) {
+      return true;
+    }
+  }
+  return length >= 2 && dn[length - 1] == ' ' && dn[length - 2] == '\\';
+}
+
+/// Makes a decoded DN safe for one line. `value` and `length` change; `room` is how many bytes the
+/// line has from `value` on.
+void makeDnSafe(char*& value, std::size_t& length, std::size_t room) {
+  while (length > 0 && *value == ' ') {
+    ++value;
+    --length;
+    --room;
+  }
+  if (!needsRewriting(value, length)) {
+    return;
+  }
+  // Escaping makes the text longer, at worst longer than the line that it came from.
+  thread_local std::string grown;
+  std::string safe = dnOnOneLine(value, length);
+  length = safe.size();
+  if (length < room) {
+    std::memcpy(value, safe.c_str(), length + 1);
+  } else {
+    grown = std::move(safe);
+    value = grown.data();
+  }
+}
+
+int clampToInt(std::size_t length) {
+  return length > static_cast<std::size_t>(INT_MAX) ? INT_MAX : static_cast<int>(length);
+}
+
+}  // namespace
+
+int str_parse_line_v_or_bv(char* line, char** type, char** value, int* valueLength, int /*flag*/,
+                           char** url, int* encoding) {
+  *type = nullptr;
+  *value = nullptr;
+  *url = nullptr;
+  *valueLength = 0;
+  *encoding = ldifValuePlain;
+  if (*line == '#') {
+    return ldifLineSkipped;
+  }
+  char* const end = unfold(line);
+  if (end == nullptr) {
+    return ldifLineInvalid;
+  }
+  if (end == line) {
+    return ldifLineSkipped;
+  }
+  char* const typeEnd = skipAttributeDescription(line);
+  if (typeEnd == nullptr) {
+    return ldifLineInvalid;
+  }
+  char* at = skipBlanks(typeEnd);
+  if (*at != ':') {
+    return ldifLineInvalid;
+  }
+  ++at;
+  const bool base64 = *at == ':';
+  const bool isUrl = *at == '<';
+  at = skipBlanks(base64 || isUrl ? at + 1 : at);
+  *typeEnd = '\0';
+
+  auto length = static_cast<std::size_t>(end - at);
+  if (isUrl) {
+    *encoding = ldifValueUrl;
+    *url = at;
+    at = end;
+    length = 0;
+  } else if (base64) {
+    const auto decoded = ldif::decodeBase64InPlace(at, length);
+    if (!decoded) {
+      return ldifLineInvalid;
+    }
+    *encoding = ldifValueBase64;
+    const std::size_t room = length + 1;
+    length = *decoded;
+    at[length] = '\0';
+    if (std::strcmp(line, "dn") == 0) {
+      makeDnSafe(at, length, room);
+    }
+  }
+  *type = line;
+  *value = at;
+  *valueLength = clampToInt(length);
+  return ldifLineParsed;
+}
+
+bool isPlainAttributeLine(const char* line, std::size_t size) {
+  if (size == 0 || line[size - 1] != '\n') {
+    return false;
+  }
+  const char* const colon = skipAttributeDescription(line);
+  // The line feed at the end stops the search at the latest, so that a byte follows a colon.
+  return colon != nullptr && *colon == ':' && colon[1] != ':' && colon[1] != '<' &&
+         !(colon - line == 2 && line[0] == 'd' && line[1] == 'n');
+}

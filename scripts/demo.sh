@@ -1,0 +1,76 @@
+#!/usr/bin/env bash
+# Shows the tool at work on a bare Debian 12 or anything above it: installs what is missing, builds,
+# splits the example directory of examples/split and shows what went where. Works in a new temporary
+# directory each time, which it leaves for a closer look.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+top=$PWD
+
+heading() {
+  printf '\n========== %s ==========\n' "$*"
+}
+
+# Shows a command as it would be typed, then runs it.
+run() {
+  printf '\n$ %s\n' "$*"
+  "$@"
+}
+
+# The DNs of an LDIF file that varnel wrote: there every DN is one line of plain text.
+dns() {
+  sed -n 's/^dn: /  /p' "$1"
+}
+
+show_result() {
+  local file
+  for file in people?.ldif devices?.ldif parent.ldif; do
+    printf '\n%s\n' "$file"
+    dns "$file"
+  done
+}
+
+heading "Packages"
+./scripts/install-packages.sh g++ cmake ninja-build
+
+heading "Build"
+# The tests need further packages. A build directory that has them already keeps them.
+if [[ ! -f build/release/CMakeCache.txt ]]; then
+  cmake --preset release -DBUILD_TESTING=OFF
+fi
+cmake --build --preset release --target varnel -j "$(nproc)"
+PATH=$top/build/release:$PATH
+
+work=$(mktemp -d "${TMPDIR:-/tmp}/varnel-demo.XXXXXX")
+mkdir "$work/split"
+cp examples/split/varnelConfig examples/split/directory.ldif "$work/split"
+
+heading "The configuration: what to split, and over which servers"
+cd "$work/split"
+run cat varnelConfig
+
+heading "The input: $(grep -c '^dn:' directory.ldif) entries of a small directory, exported as LDIF"
+run head -n 28 directory.ldif
+echo "..."
+
+heading "The split"
+run varnel
+
+heading "What went where"
+cat <<'TEXT'
+Each server file holds its base entry, its share of the entries below, each with its whole subtree,
+and the cn=localhost subtree that every server needs. All else is in parent.ldif.
+TEXT
+show_result
+
+heading "One of the files, ready to be loaded into its server"
+run head -n 12 people1.ldif
+echo "..."
+cat <<TEXT
+
+To load it into a slapd whose database has the base DN as its suffix, start behind the header:
+  slapadd -j 3 -l people1.ldif
+The DN hash depends on nothing but the name, the base DN and the number of servers, so the proxy in
+front of the servers finds each entry where it lies.
+
+The files are in $work
+TEXT

@@ -1,0 +1,162 @@
+#!/usr/bin/env bash
+# Runs every check that the project has, on a bare Debian 12 or anything above it: installs what is
+# missing, checks the form of the sources, builds and tests, tests under sanitizers, analyses, fuzzes
+# for a moment. Runs on after a failure; the last line counts, and any failure gives a nonzero status.
+#
+#   VARNEL_FUZZ_SECONDS   seconds for each fuzz target (default 10; 0: only replay the kept inputs)
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+jobs=$(nproc)
+fuzz_seconds=${VARNEL_FUZZ_SECONDS:-10}
+passed=0
+failed=0
+summary=()
+
+heading() {
+  printf '\n========== %s ==========\n' "$*"
+}
+
+# count PASSED FAILED TEXT: adds to the totals and a line to the summary.
+count() {
+  passed=$((passed + $1))
+  failed=$((failed + $2))
+  summary+=("$(printf '%-6s %s' "$( (($2 == 0)) && echo ok || echo FAILED)" "$3")")
+}
+
+# check TITLE COMMAND...: one check that passes or fails as the command does.
+check() {
+  local title=$1
+  shift
+  heading "$title"
+  if "$@"; then
+    count 1 0 "$title"
+  else
+    count 0 1 "$title"
+  fi
+}
+
+# The files of our own whose names match: sources NAME-PATTERN...
+sources() {
+  local name tests=()
+  for name in "$@"; do
+    tests+=(-o -name "$name")
+  done
+  find . \( -path ./build -o -path ./.git \) -prune -o -type f \( "${tests[@]:1}" \) -print0 | sort -z
+}
+
+check_format() {
+  sources '*.h' '*.c' '*.cpp' | xargs -0 clang-format --dry-run -Werror
+}
+
+check_shell_scripts() {
+  { sources '*.sh' && printf '.ci/run\0'; } | xargs -0 shellcheck
+}
+
+check_man_pages() {
+  local pages
+  mapfile -d '' pages < <(sources '*.[1-8]')
+  if ((${#pages[@]} > 0)); then
+    mandoc -T lint -W warning "${pages[@]}"
+  fi
+}
+
+build() {
+  cmake --preset "$1" "${@:2}" && cmake --build --preset "$1" -j "$jobs"
+}
+
+# The product's own sources: no tests, no benches, no fuzz targets.
+check_with_clang_tidy() {
+  sources '*.cpp' |
+    grep -zZvE '_test\.cpp$|^\./(bench|fuzz|tests)/' |
+    xargs -0 -n 1 -P "$jobs" clang-tidy -p build/release --quiet
+}
+
+attribute() {
+  sed -n "s/.*<testsuite[^>]* $2=\"\([0-9]*\)\".*/\1/p;s/^[[:space:]]*$2=\"\([0-9]*\)\".*/\1/p" "$1" | head -n 1
+}
+
+# build_and_test PRESET [CMAKE-ARGUMENT...]: the tests count one by one.
+build_and_test() {
+  local preset=$1 report all bad skipped
+  shift
+  heading "Build: $preset"
+  if ! build "$preset" "$@"; then
+    count 0 1 "build $preset"
+    return
+  fi
+  count 1 0 "build $preset"
+  heading "Tests: $preset"
+  report=$PWD/build/$preset/ctest-report.xml
+  rm -f "$report"
+  local status=0
+  ctest --preset "$preset" -j "$jobs" --output-junit "$report" || status=$?
+  if [[ ! -f $report ]]; then
+    count 0 1 "tests of $preset did not run"
+    return
+  fi
+  all=$(attribute "$report" tests)
+  bad=$(attribute "$report" failures)
+  skipped=$(attribute "$report" skipped)
+  if ((status != 0 && bad == 0)); then
+    bad=1
+  fi
+  count $((all - bad - skipped)) "$bad" "tests of $preset: $all, of which failed $bad, skipped $skipped"
+}
+
+fuzz() {
+  local target targets status=0
+  build fuzz "$@" || return 1
+  mapfile -t targets < <(find build/fuzz -type f -executable -name '*_fuzz' | sort)
+  if ((${#targets[@]} == 0)); then
+    echo "No fuzz target was built."
+    return 1
+  fi
+  for target in "${targets[@]}"; do
+    local name corpus
+    name=$(basename "$target" _fuzz)
+    corpus=$(mktemp -d)
+    echo "-- $name: $fuzz_seconds s"
+    # New finds go to the first directory, a throw-away one; the kept inputs are only read.
+    local inputs=("$corpus")
+    if [[ -d fuzz/corpus/$name ]]; then
+      inputs+=("fuzz/corpus/$name")
+    fi
+    "$target" -max_total_time="$fuzz_seconds" -verbosity=0 -artifact_prefix=build/fuzz/ "${inputs[@]}" || status=1
+    rm -rf "$corpus"
+  done
+  return "$status"
+}
+
+heading "Packages"
+./scripts/install-packages.sh \
+  g++ cmake ninja-build clang clang-format clang-tidy libclang-rt-14-dev \
+  libgtest-dev libgmock-dev libbenchmark-dev python3 python3-pytest slapd ldap-utils mandoc shellcheck
+
+cmake_arguments=()
+if [[ -x scripts/fetch-389-schema.sh ]]; then
+  heading "Schema files of another server, as test input"
+  foreign_schema=$PWD/build/389-schema
+  mkdir -p "$foreign_schema"
+  if ./scripts/fetch-389-schema.sh "$foreign_schema"; then
+    cmake_arguments+=("-DVARNEL_389_SCHEMA_DIR=$foreign_schema")
+    count 1 0 "schema files of another server"
+  else
+    count 0 1 "schema files of another server"
+  fi
+fi
+
+check "Format of the C and C++ sources" check_format
+check "Shell scripts" check_shell_scripts
+check "Man pages" check_man_pages
+build_and_test release "${cmake_arguments[@]}"
+build_and_test asan "${cmake_arguments[@]}"
+check "Static analysis" check_with_clang_tidy
+if [[ -d fuzz ]] && ((fuzz_seconds > 0)); then
+  check "Fuzzing, a moment for each target" fuzz "${cmake_arguments[@]}"
+fi
+
+heading "Summary"
+printf '%s\n' "${summary[@]}"
+echo "$passed passed, $failed failed"
+((failed == 0))

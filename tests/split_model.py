@@ -1,0 +1,284 @@
+"""A second, plain implementation of what a split writes, to compare the program with.
+
+DNs of ASCII values only; no schema.
+"""
+
+import base64
+import binascii
+import re
+
+CRYPTO = b"CN=LOCALHOST"
+PIECE = 4095  # bytes of a physical line that are read at once
+
+
+class Invalid(Exception):
+    """The split stops; args[0] is the line number."""
+
+
+# --- Distinguished names -------------------------------------------------------------------------
+
+TYPE = re.compile(rb" *([A-Za-z0-9._-]+) *= *")
+HEX_PAIR = re.compile(rb"[0-9A-Fa-f]{2}")
+BER = re.compile(rb"#(?:[0-9A-Fa-f]{2})+")
+SEPARATORS = b",;+"
+
+
+def prepare(value):
+    assert all(byte < 0x80 for byte in value), "beyond this model"
+    kept = bytearray()
+    for byte in value:
+        if 0x09 <= byte <= 0x0D:
+            kept.append(0x20)
+        elif byte >= 0x20 and byte != 0x7F:
+            kept.append(byte)
+    words = [word for word in bytes(kept).split(b" ") if word]
+    return b" ".join(words).upper()
+
+
+def escape(prepared):
+    text = re.sub(rb'(["+,;<>\\])', rb"\\\1", prepared)
+    return b"\\" + text if text.startswith(b"#") else text
+
+
+def read_escape(text, at):
+    """Of the backslash at `at`: the byte, and where the text goes on; None at the end."""
+    pair = HEX_PAIR.match(text, at + 1)
+    if pair:
+        return bytes([int(pair.group(), 16)]), at + 3
+    return (text[at + 1 : at + 2], at + 2) if at + 1 < len(text) else None
+
+
+def read_quoted(text, at):
+    value = b""
+    at += 1
+    while at < len(text) and text[at : at + 1] != b'"':
+        if text[at : at + 1] == b"\\":
+            step = read_escape(text, at)
+            if step is None:
+                return None
+            value += step[0]
+            at = step[1]
+        else:
+            value += text[at : at + 1]
+            at += 1
+    if at >= len(text):
+        return None
+    at += 1
+    while text[at : at + 1] == b" ":
+        at += 1
+    if at < len(text) and text[at] not in SEPARATORS:
+        return None
+    return escape(prepare(value)), at
+
+
+def read_plain(text, at):
+    start = at
+    value = b""
+    while at < len(text) and text[at] not in SEPARATORS:
+        if text[at : at + 1] == b"\\":
+            step = read_escape(text, at)
+            if step is None:
+                return None
+            value += step[0]
+            at = step[1]
+        else:
+            value += text[at : at + 1]
+            at += 1
+    if BER.fullmatch(text[start:at].strip(b" ")):
+        return text[start:at].strip(b" ").upper(), at
+    return escape(prepare(value)), at
+
+
+def parse_dn(dn):
+    """[[(TYPE, VALUE), ...], ...] with the parts of an RDN in order, or None."""
+    text = dn.strip(b" ") if not dn.rstrip(b" ").endswith(b"\\") else dn.lstrip(b" ")
+    rdns = [[]]
+    at = 0
+    while True:
+        found = TYPE.match(text, at)
+        if not found:
+            return None
+        name = found.group(1).upper()
+        name = name[4:] if name.startswith(b"OID.") else name
+        at = found.end()
+        read = read_quoted if text[at : at + 1] == b'"' else read_plain
+        value = read(text, at)
+        if not name or value is None:
+            return None
+        rdns[-1].append((name, value[0]))
+        at = value[1]
+        if at == len(text):
+            return [sorted(rdn, key=b"=".join) for rdn in rdns]
+        if text[at : at + 1] != b"+":
+            rdns.append([])
+        at += 1
+
+
+def text_of(rdns):
+    return b",".join(b"+".join(map(b"=".join, rdn)) for rdn in rdns)
+
+
+def normal_form(dn):
+    rdns = parse_dn(dn)
+    return text_of(rdns) if rdns else b""
+
+
+def parent(dn):
+    """The next DN on the way up: the parts of an RDN run together."""
+    rdns = parse_dn(dn)
+    if not rdns or len(rdns) < 2:
+        return None
+    return normal_form(b",".join(b"".join(map(b"=".join, rdn)) for rdn in rdns[1:]))
+
+
+def way_up(dn):
+    while dn is not None:
+        yield dn
+        dn = parent(dn)
+
+
+# --- The server of a DN --------------------------------------------------------------------------
+
+MASK = (1 << 64) - 1
+
+
+def jump_hash(text, servers):
+    h = 0xCBF29CE484222325
+    for byte in text:
+        h = ((h ^ byte) * 0x100000001B3) & MASK
+    h ^= h >> 33
+    h = (h * 0xFF51AFD7ED558CCD) & MASK
+    h ^= h >> 33
+    h = (h * 0xC4CEB9FE1A85EC53) & MASK
+    h ^= h >> 33
+    b, j = -1, 0
+    while j < servers:
+        b = j
+        h = (h * 2862933555777941757 + 1) & MASK
+        j = ((b + 1) << 31) // ((h >> 33) + 1)
+    return b + 1
+
+
+def server_number(dn, base, servers):
+    """1 for the first server."""
+    rdns, base_rdns = parse_dn(dn), parse_dn(base)
+    below = len(rdns) - len(base_rdns)
+    if below > 0 and rdns[below:] == base_rdns:
+        rdns = [rdns[below - 1]]
+    return jump_hash(text_of(rdns), servers)
+
+
+def route(dn, bases, default):
+    """The files of an entry; `bases` maps each base DN to its files in server order."""
+    sections = {normal_form(base): files for base, files in bases.items()}
+    every_file = sorted({name for files in sections.values() for name in files})
+    name = normal_form(dn)
+    nearest = next((x for x in way_up(name) if x in sections or x == CRYPTO), None)
+    if nearest is None:
+        return [default]
+    if nearest == CRYPTO:
+        return every_file
+    files = sections[nearest]
+    if name == nearest:
+        return list(files)
+    return [files[server_number(name, nearest, len(files)) - 1]]
+
+
+# --- LDIF ----------------------------------------------------------------------------------------
+
+DESCRIPTION = re.compile(rb"([A-Za-z0-9._-]+(?:;[A-Za-z0-9._-]+)*) *:([:<]?) *", re.DOTALL)
+BASE64 = re.compile(rb"(?:[A-Za-z0-9+/]{4})*(?:[A-Za-z0-9+/]{2}==|[A-Za-z0-9+/]{3}=)?")
+
+
+def physical_lines(data):
+    for line in split_after_line_feeds(data):
+        for start in range(0, len(line), PIECE):
+            yield line[start : start + PIECE]
+
+
+def split_after_line_feeds(data):
+    start = 0
+    while start < len(data):
+        end = data.find(b"\n", start) + 1 or len(data)
+        yield data[start:end]
+        start = end
+
+
+def logical_lines(data):
+    """(number of its last physical line, the line as read)"""
+    current, count = b"", 0
+    for piece in physical_lines(data):
+        if count and not piece.startswith(b" "):
+            yield count, current
+            current = b""
+        current += piece
+        count += 1
+    if count:
+        yield count, current
+
+
+def unfold(line):
+    return re.sub(rb"\r?\n\Z", b"", re.sub(rb"\r?\n ", b"", line))
+
+
+def safe_on_one_line(dn):
+    """A decoded DN with its control bytes written in hexadecimal."""
+    dn = dn.lstrip(b" ")
+
+    def hexadecimal(byte):
+        return b"\\%02X" % byte
+
+    result, at = b"", 0
+    while at < len(dn):
+        escaped = dn[at : at + 1] == b"\\" and at + 1 < len(dn)
+        byte = dn[at + 1] if escaped else dn[at]
+        step = 2 if escaped else 1
+        control = byte < 0x20 or byte == 0x7F
+        last_blank = escaped and byte == 0x20 and at + 2 == len(dn)
+        result += hexadecimal(byte) if control or last_blank else dn[at : at + step]
+        at += step
+    return result
+
+
+def parse_line(line):
+    """(type, value), or None where the line is not valid."""
+    found = DESCRIPTION.match(unfold(line))
+    if not found:
+        return None
+    name, mark = found.group(1), found.group(2)
+    value = unfold(line)[found.end() :]
+    if mark == b"<":
+        return name, b""
+    if mark == b":":
+        if not BASE64.fullmatch(value):
+            return None
+        try:
+            value = base64.b64decode(value)
+        except binascii.Error:
+            return None
+        value = safe_on_one_line(value) if name == b"dn" else value
+    return name, value
+
+
+def split(data, bases, default):
+    """File -> content, for the files that a split opens. Raises Invalid where it stops."""
+    outputs = {}
+    current = []
+    for number, line in logical_lines(data):
+        if line[:1] in (b"#", b"\n", b"\0", b"\r"):
+            continue
+        parsed = parse_line(line)
+        if parsed is None:
+            raise Invalid(number)
+        name, value = parsed
+        if name == b"dn":
+            if not normal_form(value):
+                raise Invalid(number)
+            current = route(value, bases, default)
+            for file in current:
+                outputs.setdefault(file, b"version: 1\n\n")
+                outputs[file] += b"\ndn: " + value + b"\n"
+        else:
+            for file in current:
+                outputs[file] += line
+    return outputs

@@ -1,0 +1,249 @@
+"""Limits of the system, devices that are full, streams that are closed."""
+
+import os
+import resource
+import subprocess
+
+import pytest
+
+from varnel_run import (
+    BASE, DEFAULT_NAME, GLOBAL_LINES, HEADER, ONE_SERVER, SUCCESS, URL1, failed_configuration,
+    failed_split, m,
+)  # fmt: skip
+
+RECOVERY = (m(30, DEFAULT_NAME),)
+
+
+def limited(kind, soft, hard=None):
+    return lambda: resource.setrlimit(kind, (soft, soft if hard is None else hard))
+
+
+# --- Open files -----------------------------------------------------------------------------------
+
+SERVERS = 300
+# The server files, the default output file and the input, beside the three standard streams and
+# the log.
+NEEDED = SERVERS + 2
+OPEN_BEFORE = 4
+
+
+@pytest.fixture
+def many_servers(site):
+    lines = [*GLOBAL_LINES, BASE]
+    for i in range(SERVERS):
+        lines += [URL1, f"file: {i}.ldif"]
+    site.configure(*lines)
+    site.write("in.ldif", "dn: o=example\n\ndn: o=x\n")
+    return site
+
+
+@pytest.mark.parametrize("hard", [20, 100, OPEN_BEFORE + NEEDED - 1])
+def test_too_few_open_files_for_the_servers(many_servers, hard):
+    site = many_servers
+    run = site.run(preexec_fn=limited(resource.RLIMIT_NOFILE, hard))
+    assert run.identifiers() == ["VNL032001I", "VNL032028I", "VNL032061E"]
+    assert run.status == 1
+    (text,) = run.lines("stderr")
+    assert str(NEEDED) in text and str(hard - OPEN_BEFORE) in text
+    assert site.read("0.ldif") == site.read("rest.ldif") == site.read("run.log") == b""
+
+
+def test_just_enough_open_files(many_servers):
+    site = many_servers
+    site.run(preexec_fn=limited(resource.RLIMIT_NOFILE, OPEN_BEFORE + NEEDED)).expect(0, *SUCCESS)
+    assert site.read("299.ldif") == HEADER + b"\ndn: o=example\n"
+
+
+def test_a_soft_limit_is_raised(many_servers):
+    site = many_servers
+    _, hard = resource.getrlimit(resource.RLIMIT_NOFILE)
+    if hard < OPEN_BEFORE + NEEDED:
+        pytest.skip(f"only {hard} open files are allowed here")
+    site.run(preexec_fn=limited(resource.RLIMIT_NOFILE, 20, hard)).expect(0, *SUCCESS)
+
+
+def test_too_few_open_files_for_the_configuration(site):
+    site.configure(*ONE_SERVER)
+    site.write("in.ldif", "dn: o=x\n")
+    before = site.tree()
+    run = site.run(preexec_fn=limited(resource.RLIMIT_NOFILE, 3), name="varnel")
+    if run.status == 127 or b"loading shared libraries" in run.stderr:
+        pytest.skip("the program cannot be loaded with so few open files")
+    run.expect(1, *failed_configuration(m(2, DEFAULT_NAME)))
+    assert site.tree() == before
+
+
+# --- Size of files --------------------------------------------------------------------------------
+
+
+def test_a_file_size_limit_that_shows_when_the_file_is_closed(site):
+    site.configure(*ONE_SERVER)
+    site.write("in.ldif", b"dn: o=example\na: " + b"x" * 200 + b"\n\n# end\n")
+    site.run(preexec_fn=limited(resource.RLIMIT_FSIZE, 100)).expect(
+        2, *failed_split(m(52, site.absolute("one.ldif"))))
+    assert site.read("run.log") == b"4\n"
+    assert site.read("one.ldif") == (HEADER + b"\ndn: o=example\na: " + b"x" * 200)[:100]
+
+
+def test_a_file_size_limit_in_the_tenth_line(site):
+    site.configure(*ONE_SERVER)
+    site.write("in.ldif", b"dn: o=example\na: " + b"x" * 200 + b"\n" * 9)
+    site.run(preexec_fn=limited(resource.RLIMIT_FSIZE, 100)).expect(
+        1, *failed_split(m(52, site.absolute("one.ldif"))))
+    assert site.read("run.log") == b"10\n"
+
+
+def test_a_file_size_limit_that_shows_while_the_file_is_written(site):
+    line = b"a: " + b"x" * 96 + b"\n"
+    data = b"dn: o=example\n" + line * 20_000
+    site.configure(*ONE_SERVER)
+    site.write("in.ldif", data)
+    limit = 1_000_000
+    run = site.run(preexec_fn=limited(resource.RLIMIT_FSIZE, limit))
+    run.expect(1, *failed_split(m(52, site.absolute("one.ldif"))))
+    assert site.read("one.ldif") == (HEADER + b"\n" + data)[:limit]
+    # Told at the write that failed, not at the end: within what is held back at most.
+    number = int(site.read("run.log"))
+    assert limit // len(line) <= number < limit // len(line) + 12_000
+
+
+# --- Full devices ---------------------------------------------------------------------------------
+
+
+def with_file(site, name, *more):
+    site.configure(*GLOBAL_LINES, BASE, URL1, f"file: {name}", *more)
+    for existing in ("run.log", "rest.ldif"):
+        site.write(existing, b"")
+
+
+def failed(*messages):
+    return (m(1, DEFAULT_NAME),) + RECOVERY + (m(28), m(37, DEFAULT_NAME)) + messages
+
+
+def test_a_full_device_that_shows_when_the_file_is_closed(site):
+    with_file(site, "/dev/full")
+    site.write("in.ldif", "dn: o=example\n\ndn: o=x\nb: 1\n")
+    site.run("-r").expect(2, *failed(m(52, "/dev/full")))
+    assert site.read("run.log") == b"4\n"
+
+
+def test_the_other_files_are_closed_all_the_same(site):
+    """/dev/full comes first in the order of names: the others follow it."""
+    with_file(site, "/dev/full", "url: ldap://two", "file: two.ldif")
+    site.write("two.ldif", b"")
+    many = "".join(f"a: {i}\n" for i in range(40))
+    site.write("in.ldif", "dn: o=x\n" + many + "dn: o=example\n")
+    site.run("-r").expect(1, *failed(m(52, "/dev/full")))
+    assert site.read("run.log") == b"42\n"
+    assert site.read("rest.ldif") == HEADER + b"\ndn: o=x\n" + many.encode()
+    assert site.read("two.ldif") == HEADER + b"\ndn: o=example\n"
+
+
+def test_a_full_device_that_shows_at_a_write(site):
+    with_file(site, "/dev/full")
+    lines = 200_000
+    site.write("in.ldif", "dn: o=example\n" + "a: xxxxxxxxxxxxxxxxxxxxxxxxxxxxx\n" * lines)
+    site.run("-r").expect(1, *failed(m(52, "/dev/full")))
+    assert 10 < int(site.read("run.log")) < lines
+
+
+def test_a_full_log_changes_neither_messages_nor_status(site):
+    site.configure(*ONE_SERVER)
+    site.configure(*(x.replace("run.log", "/dev/full") for x in ONE_SERVER))
+    site.write("in.ldif", "no colon\n")
+    site.run().expect(2, *failed_split(m(33, 1, site.absolute("in.ldif")), m(34, 1)))
+
+
+def test_a_full_file_system(site):
+    disk = site.path / "disk"
+    disk.mkdir()
+    mounted = subprocess.run(
+        ["mount", "-t", "tmpfs", "-o", "size=64k", "varnel-test", disk], capture_output=True
+    )
+    if mounted.returncode != 0:
+        pytest.skip("no file system can be mounted here")
+    try:
+        site.configure(*ONE_SERVER[:-1], "file: disk/one.ldif")
+        record = b"dn: cn=x,o=example\na: " + b"x" * 200 + b"\n"
+        site.write("in.ldif", record * 2000)
+        run = site.run()
+        run.expect(1, *failed_split(m(52, "disk/one.ldif")))
+        expected = HEADER + (b"\n" + record) * 2000
+        assert site.read("disk/one.ldif") == expected[:65536]
+    finally:
+        subprocess.run(["umount", disk], check=True)
+
+
+# --- Standard streams -----------------------------------------------------------------------------
+
+
+def closing(*streams):
+    def close():
+        for stream in streams:
+            os.close(stream)
+
+    return close
+
+
+@pytest.fixture
+def ready(site):
+    site.configure(*ONE_SERVER)
+    site.write("in.ldif", "dn: o=example\no: example\n\ndn: o=x\n")
+    return site
+
+
+WRITTEN = {
+    "run.log": b"",
+    "rest.ldif": HEADER + b"\ndn: o=x\n",
+    "one.ldif": HEADER + b"\ndn: o=example\no: example\n",
+}
+
+
+@pytest.mark.parametrize("streams", [(0,), (1,), (2,), (1, 2), (0, 1), (0, 2), (0, 1, 2)])
+@pytest.mark.parametrize("options", [(), ("-d", "1")], ids=["", "traced"])
+def test_closed_streams_put_no_message_into_a_file(ready, streams, options):
+    before = ready.tree()
+    run = ready.run(*options, preexec_fn=closing(*streams))
+    assert run.status == 0
+    assert ready.tree() == {**before, **WRITTEN}
+    if 1 not in streams:
+        assert run.lines("stdout") == [x.line() for x in SUCCESS]
+
+
+@pytest.mark.parametrize("streams", [(1,), (2,), (1, 2), (0, 1, 2)])
+def test_closed_streams_of_a_failing_run(ready, streams):
+    ready.write("in.ldif", "dn: o=x\n" + "#\n" * 20 + "no colon\n")
+    before = ready.tree()
+    assert ready.run(preexec_fn=closing(*streams)).status == 1
+    assert ready.tree() == {
+        **before, "run.log": b"22\n", "rest.ldif": HEADER + b"\ndn: o=x\n", "one.ldif": b""
+    }
+
+
+@pytest.mark.parametrize("streams", [(1,), (2,), (1, 2), (0, 1, 2)])
+def test_closed_streams_of_a_configuration_that_fails(ready, streams):
+    ready.configure(*ONE_SERVER, "nonsense: 1")
+    before = ready.tree()
+    assert ready.run(preexec_fn=closing(*streams)).status == 1
+    assert ready.tree() == {**before, "run.log": b"", "rest.ldif": b"", "one.ldif": b""}
+
+
+@pytest.mark.parametrize("stream", ["stdout", "stderr"])
+def test_a_pipe_that_nobody_reads_any_more(ready, stream):
+    before = ready.tree()
+    reader, writer = os.pipe()
+    os.close(reader)
+    try:
+        run = ready.run("-d", "1", **{stream: writer})
+    finally:
+        os.close(writer)
+    assert run.status == 0, run
+    assert ready.tree() == {**before, **WRITTEN}
+
+
+@pytest.mark.parametrize("stream", ["stdout", "stderr"])
+def test_a_stream_on_a_full_device(ready, stream):
+    before = ready.tree()
+    with open("/dev/full", "wb") as full:
+        assert ready.run("-d", "1", **{stream: full}).status == 0
+    assert ready.tree() == {**before, **WRITTEN}

@@ -1,0 +1,32 @@
+// Where a test keeps its files.
+#ifndef TESTSUPPORT_TEMPORARYDIRECTORY_H
+#define TESTSUPPORT_TEMPORARYDIRECTORY_H
+
+#include <string>
+#include <vector>
+
+/// A new directory that goes, with all that is in it, when the object does. In a forked process the
+/// object has to be left alone: the directory is the parent's.
+class TemporaryDirectory {
+ public:
+  TemporaryDirectory();
+  ~TemporaryDirectory();
+  TemporaryDirectory(const TemporaryDirectory&) = delete;
+  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+
+  const std::string& name() const { return name_; }
+  std::string path(const std::string& file) const { return name_ + "/" + file; }
+
+  /// Creates or replaces a file, and returns its path.
+  std::string write(const std::string& file, const std::string& content) const;
+
+  /// The content of a file; "(no file)" where it cannot be read.
+  std::string read(const std::string& file) const;
+
+  bool has(const std::string& file) const;
+
+ private:
+  std::string name_;
+};
+
+#endif
