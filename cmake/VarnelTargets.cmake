@@ -42,7 +42,7 @@ function(varnel_unit_tests name)
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ${ARG_DEPENDS} GTest::gmock GTest::gtest_main)
   varnel_compile_settings(${name} "${ARG_PLATFORM}")
-  gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60)
+  gtest_discover_tests(${name} TEST_PREFIX "${name}." NO_PRETTY_VALUES DISCOVERY_TIMEOUT 60)
 endfunction()
 
 # A test file that no target compiles would never run: a configure error instead.

@@ -4,13 +4,13 @@ A private slapd is filled over LDAP with names and values that are hard to spell
 slapcat. The export is split over three servers, every file is loaded into a slapd of its own, and
 together they must hold what the first one held, each entry where the DN hash says.
 
-Needs slapd and ldap-utils, and from the environment VARNEL_BINARY and VARNEL_LIBDIRCLIENT. Every
+Needs slapd and ldap-utils, and from the environment VARNEL_BINARY and VARNEL_WHICH_SERVER. Every
 server listens on loopback only, keeps its data in a temporary directory and ends with the test.
 """
 
 import base64
 import collections
-import ctypes
+import functools
 import os
 import pathlib
 import random
@@ -291,11 +291,14 @@ Split = collections.namedtuple("Split", "original directory export outcome")
 
 @pytest.fixture(scope="module")
 def hash_of():
-    library = ctypes.CDLL(os.environ["VARNEL_LIBDIRCLIENT"])
-    function = library.get_hash_value_from_dn
-    function.argtypes = [ctypes.c_char_p, ctypes.c_char_p, ctypes.c_int]
-    function.restype = ctypes.c_int
-    return lambda dn: function(dn.encode(), BASE.encode(), SERVERS)
+    def server(dn):
+        answer = subprocess.run(
+            [os.environ["VARNEL_WHICH_SERVER"], BASE, str(SERVERS)],
+            input=dn + "\n", capture_output=True, text=True, check=True,
+        )  # fmt: skip
+        return int(answer.stdout)
+
+    return functools.lru_cache(maxsize=None)(server)
 
 
 @pytest.fixture(scope="module")

@@ -6,6 +6,8 @@
 #include <limits>
 #include <utility>
 
+#include "platform/schema/asciiText.h"
+
 namespace schema {
 
 namespace {
@@ -61,8 +63,10 @@ std::size_t keyCount(const std::vector<AttributeType>& attributeTypes) {
 
 }  // namespace
 
-AttributeTable::AttributeTable(std::vector<AttributeType> attributeTypes)
+AttributeTable::AttributeTable(std::vector<AttributeType> attributeTypes,
+                               std::unordered_map<std::string, std::string> otherNames)
     : attributeTypes_(std::move(attributeTypes)),
+      otherNames_(std::move(otherNames)),
       slots_(std::bit_ceil(2 * keyCount(attributeTypes_) + 1)) {
   for (std::size_t i = 0; i < attributeTypes_.size(); ++i) {
     addKey(attributeTypes_[i].oid, i);
@@ -113,8 +117,11 @@ const AttributeType* AttributeTable::findAttributeType(std::string_view type) co
 }
 
 std::string_view AttributeTable::findObjectIdentifier(std::string_view name) const {
-  const AttributeType* attribute = findAttributeType(name);
-  return attribute != nullptr ? std::string_view(attribute->oid) : std::string_view();
+  if (const AttributeType* attribute = findAttributeType(name)) {
+    return attribute->oid;
+  }
+  const auto found = otherNames_.find(schema::upperCase(name));
+  return found != otherNames_.end() ? std::string_view(found->second) : std::string_view();
 }
 
 }  // namespace schema

@@ -4,7 +4,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "platform/schema/Schema.h"
@@ -14,8 +16,9 @@ namespace schema {
 class AttributeTable : public Schema {
  public:
   /// Each OID and name of `attributeTypes` is a key; where two have the same key the earlier one
-  /// has it.
-  explicit AttributeTable(std::vector<AttributeType> attributeTypes);
+  /// has it. `otherNames` holds OIDs of other definitions by their names in upper case.
+  explicit AttributeTable(std::vector<AttributeType> attributeTypes,
+                          std::unordered_map<std::string, std::string> otherNames = {});
 
   const AttributeType* findAttributeType(std::string_view type) const override;
 
@@ -36,6 +39,7 @@ class AttributeTable : public Schema {
   bool hasKey(const Slot& slot, std::string_view key) const;
 
   std::vector<AttributeType> attributeTypes_;
+  std::unordered_map<std::string, std::string> otherNames_;
   std::vector<Slot> slots_;           ///< a power of two of them, at least half of them empty
   std::vector<std::uint64_t> words_;  ///< the keys in upper case, eight bytes a word
 };

@@ -43,11 +43,22 @@ std::string labelOf(const AttributeDefinition& definition) {
   return shown(definition.names.empty() ? definition.oid : definition.names.front());
 }
 
+/// The name that normal forms use: the first. Only cn is always CN, wherever that name stands: the
+/// system's own entries are found by it.
+std::string canonicalType(const AttributeType& type) {
+  const bool isCn = std::any_of(type.names.begin(), type.names.end(),
+                                [](const auto& name) { return equalIgnoringCase(name, "cn"); });
+  if (isCn) {
+    return "CN";
+  }
+  return upperCase(type.names.empty() ? type.oid : type.names.front());
+}
+
 AttributeType attributeTypeOf(AttributeDefinition& definition, EqualityRule equality) {
   AttributeType type;
   type.oid = std::move(definition.oid);
   type.names = std::move(definition.names);
-  type.canonicalType = upperCase(type.names.empty() ? type.oid : type.names.front());
+  type.canonicalType = canonicalType(type);
   type.equality = equality;
   return type;
 }
@@ -112,6 +123,12 @@ void Builder::addAttributeType(AttributeDefinition definition) {
   }
   definitions_.push_back(std::move(definition));
   indexNames(definitions_.size() - 1);
+}
+
+void Builder::addOtherNames(const std::vector<std::string_view>& names, const std::string& oid) {
+  for (const std::string_view name : names) {
+    otherNames_.emplace(upperCase(name), oid);
+  }
 }
 
 void Builder::addMacro(std::string_view name, const std::string& oid, const Place& place) {
@@ -195,7 +212,7 @@ std::unique_ptr<Schema> Builder::complete() {
   definitions_.clear();
   byKey_.clear();
   macros_.clear();
-  return std::make_unique<AttributeTable>(std::move(types));
+  return std::make_unique<AttributeTable>(std::move(types), std::exchange(otherNames_, {}));
 }
 
 }  // namespace schema

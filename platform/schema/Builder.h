@@ -68,6 +68,9 @@ class Builder {
   /// and left out.
   void addAttributeType(AttributeDefinition definition);
 
+  /// Adds the names of a definition that is no attribute type; the first to claim a name has it.
+  void addOtherNames(const std::vector<std::string_view>& names, const std::string& oid);
+
   /// Adds slapd's macro: `name` stands for `oid`. A later definition of the same name takes the
   /// place of an earlier one and is reported if it differs.
   void addMacro(std::string_view name, const std::string& oid, const Place& place);
@@ -98,8 +101,9 @@ class Builder {
   std::size_t problemCount_ = 0;
   std::array<std::size_t, definitionTypeCount> counts_{};
   std::vector<AttributeDefinition> definitions_;
-  Index byKey_;                                          ///< names and OIDs in upper case
-  std::unordered_map<std::string, std::string> macros_;  ///< by name in upper case
+  Index byKey_;                                              ///< names and OIDs in upper case
+  std::unordered_map<std::string, std::string> otherNames_;  ///< OIDs by name in upper case
+  std::unordered_map<std::string, std::string> macros_;      ///< by name in upper case
 };
 
 }  // namespace schema

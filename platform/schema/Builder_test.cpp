@@ -26,13 +26,30 @@ EqualityRule equalityOf(const Schema& schema, std::string_view type) {
 
 TEST(Builder, CanonicalTypeIsTheFirstNameInUpperCase) {
   SchemaProbe probe;
-  probe.parse(definition("1.1 NAME ( 'commonName' 'cn' ) SYNTAX 1.2") +
-              definition("1.2 SYNTAX 1.2") + definition("1.3 NAME 'x-y_z.9' SYNTAX 1.2"));
+  probe.parse(definition("1.1 NAME ( 'surName' 'sn' ) SYNTAX 1.2") + definition("1.2 SYNTAX 1.2") +
+              definition("1.3 NAME 'x-y_z.9' SYNTAX 1.2"));
   const auto schema = probe.complete();
-  EXPECT_EQ(schema->findAttributeType("CN")->canonicalType, "COMMONNAME");
-  EXPECT_EQ(schema->findAttributeType("cn")->names, (std::vector<std::string>{"commonName", "cn"}));
+  EXPECT_EQ(schema->findAttributeType("SN")->canonicalType, "SURNAME");
+  EXPECT_EQ(schema->findAttributeType("sn")->names, (std::vector<std::string>{"surName", "sn"}));
   EXPECT_EQ(schema->findAttributeType("1.2")->canonicalType, "1.2");
   EXPECT_EQ(schema->findAttributeType("1.3")->canonicalType, "X-Y_Z.9");
+}
+
+TEST(Builder, CnIsAlwaysCnWhereverThatNameStands) {
+  SchemaProbe probe;
+  probe.parse(definition("2.5.4.3 NAME ( 'commonName' 'cN' ) SYNTAX 1.2"));
+  const auto schema = probe.complete();
+  EXPECT_EQ(schema->findAttributeType("commonname")->canonicalType, "CN");
+}
+
+TEST(Builder, NamesOfOtherDefinitionsStandForTheirNumbers) {
+  SchemaProbe probe;
+  probe.parse("objectclass ( 2.5.6.6 NAME 'person' SUP top STRUCTURAL )\n" +
+              definition("2.5.4.4 NAME 'sn' SYNTAX 1.2"));
+  const auto schema = probe.complete();
+  EXPECT_EQ(schema->findObjectIdentifier("Person"), "2.5.6.6");
+  EXPECT_EQ(schema->findObjectIdentifier("SN"), "2.5.4.4");
+  EXPECT_EQ(schema->findObjectIdentifier("unknown"), "");
 }
 
 TEST(Builder, EqualityIsInheritedThroughTheChain) {

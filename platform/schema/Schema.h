@@ -48,8 +48,8 @@ class Schema {
   /// object.
   virtual const AttributeType* findAttributeType(std::string_view type) const = 0;
 
-  /// The dotted number of the definition of that name, of whatever kind, in any case; empty where the
-  /// schema has none. Lives as long as this object.
+  /// The dotted number of the definition of that name, of whatever kind, in any case; empty where
+  /// the schema has none. Lives as long as this object.
   virtual std::string_view findObjectIdentifier(std::string_view name) const = 0;
 
   /// How many attribute types the schema holds.

@@ -12,7 +12,6 @@
 #include "platform/schema/Schema.h"
 #include "platform/schema/parseText.h"
 #include "platform/schema/readSchemaFile.h"
-#include "platform/trace/trace.h"
 
 namespace schema {
 
@@ -66,7 +65,6 @@ void parseFile(const std::string& file, Builder& builder) {
 void publish(Builder& builder) {
   const Schema* schema = kept(builder.complete());
   published.store(schema, std::memory_order_release);
-  TRACE(traceProgress, "Schema in use: %zu attribute types", schema->attributeTypeCount());
 }
 
 /// Runs one step of loading. Returns how many problems it reported. An exception can only be lack

@@ -165,6 +165,8 @@ void FileParser::description(const DefinitionKind& kind, std::string_view text) 
   std::string oid = resolvedOid(parsed.identifier, parsed.identifierOffset);
   if (kind.type == DefinitionType::attributeType) {
     attributeType(parsed, std::move(oid));
+  } else {
+    builder_.addOtherNames(parsed.values("NAME"), oid);
   }
 }
 
