@@ -8,6 +8,8 @@
 
 #include "actors/normalizeDn.h"
 #include "common/AutoClose.h"
+#include "testsupport/FreshProcess.h"
+#include "testsupport/LoadedSchema.h"
 #include "testsupport/TemporaryDirectory.h"
 
 namespace {
@@ -121,13 +123,18 @@ TEST(LdifActor, EachCallReturnsANewList) {
 }
 
 TEST(LdifActor, BaseDnIsNormalisedByTheSchemaInUse) {
-  RecordingActor actor("o=c");
-  EXPECT_EQ(filesOf(actor, "O=C"), allFiles);
-  schemaInitialized = true;
-  EXPECT_EQ(filesOf(actor, "o = c"), allFiles);
-  EXPECT_EQ(filesOf(actor, "cn=x,o=c"), ownFiles);
-  schemaInitialized = false;
-  EXPECT_EQ(filesOf(actor, "o = c"), allFiles);
+  inFreshProcess([] {
+    loadSchema(
+        "attributetype ( 2.5.4.10 NAME 'o' EQUALITY caseExactMatch\n"
+        " SYNTAX 1.3.6.1.4.1.1466.115.121.1.15 )\n");
+    RecordingActor actor("o=c");
+    EXPECT_EQ(filesOf(actor, "O=C"), allFiles);
+    schemaInitialized = true;
+    EXPECT_EQ(filesOf(actor, "o = c"), allFiles);
+    EXPECT_EQ(filesOf(actor, "O=C"), ownFiles);
+    schemaInitialized = false;
+    EXPECT_EQ(filesOf(actor, "O=C"), allFiles);
+  });
 }
 
 class InputPass : public ::testing::Test {

@@ -8,6 +8,8 @@
 
 #include "platform/dirclient/dirclient.h"
 #include "testsupport/CapturedOutput.h"
+#include "testsupport/FreshProcess.h"
+#include "testsupport/LoadedSchema.h"
 
 namespace {
 
@@ -96,6 +98,20 @@ INSTANTIATE_TEST_SUITE_P(
         // The '#' of a BER value needs an even number of hex digits behind it, and nothing else.
         ParentRow{"MultiValuedBer", "cn=x,ou=#04+l=b,o=c", "OU=\\#04L=B,O=C"}),
     [](const ::testing::TestParamInfo<ParentRow>& row) { return row.param.name; });
+
+TEST(GetParent, IsByTheLoadedSchemaOnceThatIsInitialized) {
+  inFreshProcess([] {
+    loadSchema(
+        "attributetype ( 2.5.4.10 NAME ( 'organizationName' 'o' ) EQUALITY caseExactMatch\n"
+        " SYNTAX 1.3.6.1.4.1.1466.115.121.1.15 )\n");
+    EXPECT_EQ(normalized("o=Ab"), "O=AB");
+    EXPECT_EQ(parentOf("cn=x,o=Ab"), "O=AB");
+    schemaInitialized = true;
+    EXPECT_EQ(normalized("o=Ab"), "ORGANIZATIONNAME=Ab");
+    EXPECT_EQ(parentOf("cn=x,o=Ab"), "ORGANIZATIONNAME=Ab");
+    EXPECT_EQ(parentOf("cn=x,O=AB"), "ORGANIZATIONNAME=AB");
+  });
+}
 
 TEST(GetParent, LeavesItsArgumentAlone) {
   const std::string dn = "cn=a , o=b";
