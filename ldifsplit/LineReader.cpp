@@ -12,6 +12,9 @@ constexpr std::size_t initialCapacity = std::size_t{256} * 1024;
 
 }  // namespace
 
+// In C++14 a constant that is taken by reference needs a definition of its own.
+constexpr std::size_t LineReader::maximalPhysicalLine;
+
 LineReader::LineReader(std::FILE* stream)
     : file_(::fileno(stream)),
       holder_(new char[initialCapacity]),

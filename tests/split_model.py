@@ -5,14 +5,20 @@ DNs of ASCII values only; no schema.
 
 import base64
 import binascii
+import dataclasses
 import re
+import typing
 
 CRYPTO = b"CN=LOCALHOST"
 PIECE = 4095  # bytes of a physical line that are read at once
 
 
-class Invalid(Exception):
-    """The split stops; args[0] is the line number."""
+@dataclasses.dataclass
+class Result:
+    outputs: dict  # file -> content, for the files that were opened
+    stop: typing.Optional[int] = None  # the line that ended the run
+    reported: bool = False  # as a line that is no LDIF
+    warnings: list = dataclasses.field(default_factory=list)  # lines: unfaithful pieces
 
 
 # --- Distinguished names -------------------------------------------------------------------------
@@ -191,30 +197,28 @@ BASE64 = re.compile(rb"(?:[A-Za-z0-9+/]{4})*(?:[A-Za-z0-9+/]{2}==|[A-Za-z0-9+/]{
 
 
 def physical_lines(data):
-    for line in split_after_line_feeds(data):
-        for start in range(0, len(line), PIECE):
-            yield line[start : start + PIECE]
-
-
-def split_after_line_feeds(data):
+    """(whether it is a later piece of its line, the piece)"""
     start = 0
     while start < len(data):
         end = data.find(b"\n", start) + 1 or len(data)
-        yield data[start:end]
+        for at in range(start, end, PIECE):
+            yield at > start, data[at : min(at + PIECE, end)]
         start = end
 
 
 def logical_lines(data):
-    """(number of its last physical line, the line as read)"""
-    current, count = b"", 0
-    for piece in physical_lines(data):
+    """(number of its last physical line, whether it starts with a later piece, the line)"""
+    current, count, starts_later = b"", 0, False
+    for later, piece in physical_lines(data):
         if count and not piece.startswith(b" "):
-            yield count, current
+            yield count, starts_later, current
             current = b""
+        if not current:
+            starts_later = later
         current += piece
         count += 1
     if count:
-        yield count, current
+        yield count, starts_later, current
 
 
 def unfold(line):
@@ -242,11 +246,15 @@ def safe_on_one_line(dn):
 
 def parse_line(line):
     """(type, value), or None where the line is not valid."""
-    found = DESCRIPTION.match(unfold(line))
+    # A NUL ends what is looked at, and must not end a DN.
+    text = unfold(line.split(b"\0")[0])
+    found = DESCRIPTION.match(text)
     if not found:
         return None
     name, mark = found.group(1), found.group(2)
-    value = unfold(line)[found.end() :]
+    value = text[found.end() :]
+    if name == b"dn" and b"\0" in line:
+        return None
     if mark == b"<":
         return name, b""
     if mark == b":":
@@ -261,24 +269,29 @@ def parse_line(line):
 
 
 def split(data, bases, default):
-    """File -> content, for the files that a split opens. Raises Invalid where it stops."""
-    outputs = {}
+    result = Result({})
+    if not data:
+        result.stop = 1
+        return result
+    if b"\n" not in data and len(data) < PIECE:
+        return result
     current = []
-    for number, line in logical_lines(data):
+    for number, later, line in logical_lines(data):
         if line[:1] in (b"#", b"\n", b"\0", b"\r"):
+            result.warnings += [number] if later else []
             continue
         parsed = parse_line(line)
-        if parsed is None:
-            raise Invalid(number)
-        name, value = parsed
+        name, value = parsed or (b"", b"")
+        if not parsed or (name == b"dn" and not normal_form(value)):
+            result.stop, result.reported = number, not parsed
+            return result
         if name == b"dn":
-            if not normal_form(value):
-                raise Invalid(number)
+            result.warnings += [number] if later else []
             current = route(value, bases, default)
             for file in current:
-                outputs.setdefault(file, b"version: 1\n\n")
-                outputs[file] += b"\ndn: " + value + b"\n"
+                result.outputs.setdefault(file, b"version: 1\n\n")
+                result.outputs[file] += b"\ndn: " + value + b"\n"
         else:
             for file in current:
-                outputs[file] += line
-    return outputs
+                result.outputs[file] += line
+    return result

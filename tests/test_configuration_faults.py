@@ -1,0 +1,86 @@
+"""Configurations that are cut off or damaged: every run ends in order."""
+
+import random
+
+import pytest
+
+from varnel_run import DEFAULT_NAME, TWO_SERVERS, m
+
+TEXT = ("# two servers\n" + "\n".join(TWO_SERVERS) + "\n").encode()
+
+CONFIGURATION_MESSAGES = {f"VNL032{number:03}E" for number in (2, 4, 6, 7, 8, 13, 17, 48, 49, 51)}
+INPUT = b"dn: o=example\n\ndn: o=x\n"
+GIVEN = {"varnelConfig", "in.ldif"}
+
+
+def run_orderly(site, data):
+    """Runs from an empty start; the status is 0, or 1 with one message on what is wrong."""
+    for path in site.path.iterdir():
+        path.unlink()
+    site.write("in.ldif", INPUT)
+    site.write("varnelConfig", data)
+    run = site.run()
+    identifiers = run.identifiers()
+    if run.status == 0:
+        assert identifiers[:3] == ["VNL032001I", "VNL032028I", "VNL032037I"], (data, run)
+        assert "VNL032039I" in identifiers, (data, run)
+    else:
+        assert run.status == 1, (data, run)
+        assert identifiers[0] == "VNL032001I" and identifiers[-1] == "VNL032027E", (data, run)
+        assert set(identifiers[1:-1]) <= CONFIGURATION_MESSAGES, (data, run)
+    assert site.read("in.ldif") == INPUT
+    assert site.read("varnelConfig") == data
+    return run
+
+
+def complete_lines(size):
+    return TEXT[:size].count(b"\n")
+
+
+def test_every_beginning_of_a_configuration(site):
+    for size in range(len(TEXT) + 1):
+        run = run_orderly(site, TEXT[:size])
+        tree = set(site.tree()) - GIVEN
+        # A server file's name may be cut; the line is a whole one all the same.
+        full = {"run.log", "rest.ldif", "one.ldif", "two.ldif", "varnel.log", "parent.ldif"}
+        cut = {name for name in tree if any(whole.startswith(name) for whole in full)}
+        bare = {"logfile", "defaultoutputfile", "file"}
+        assert tree <= full | cut | bare, size
+        last = TEXT[:size].rpartition(b"\n")[2]
+        # A bare key is its own value.
+        begun = last == b"file" or (last.startswith(b"file: ") and len(last) > len(b"file: "))
+        # With the second section line a url and a file for each server are there, or not.
+        whole = complete_lines(size) + (1 if begun else 0)
+        assert (run.status == 0) == (whole in (9, 11) and (begun or not last)), size
+
+
+def test_the_beginning_without_any_byte(site):
+    run_orderly(site, b"").expect(1, m(1, DEFAULT_NAME), m(49, "basedn"), m(27))
+
+
+@pytest.mark.parametrize("seed", range(8))
+def test_configurations_with_random_faults(site, seed):
+    generator = random.Random(seed)
+    # No slash: every file stays in the directory of the test.
+    faults = b"\n\n\r \0\t::=,+#\\\"axz019\xff"
+    for _ in range(40):
+        data = bytearray(TEXT)
+        for _ in range(generator.choice([1, 1, 2, 6])):
+            at = generator.randrange(len(data))
+            kind = generator.randrange(3)
+            if kind == 0:
+                data[at] = generator.choice(faults)
+            elif kind == 1:
+                data.insert(at, generator.choice(faults))
+            else:
+                del data[at]
+        run_orderly(site, bytes(data))
+
+
+@pytest.mark.parametrize("seed", range(8))
+def test_lines_in_random_order(site, seed):
+    generator = random.Random(seed)
+    lines = [*TWO_SERVERS, "basedn: o=other", "dn: o=x", "parenturl: x", "", "# comment"]
+    for _ in range(30):
+        chosen = generator.choices(lines, k=generator.randrange(1, 16))
+        run_orderly(site, ("\n".join(chosen) + "\n").encode())
