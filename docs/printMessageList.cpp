@@ -1,0 +1,47 @@
+// Writes docs/messages.md: every message of the catalog, for an administrator who looks one up.
+
+#include <cstdio>
+#include <string>
+
+#include "platform/messages/catalog.h"
+
+namespace {
+
+/// The places %1$s to %9$s as <1> to <9>, and the line breaks of the long messages as indented
+/// lines.
+std::string readable(const std::string& text) {
+  std::string result;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '%') {
+      result += '<';
+      result += text[i + 1];
+      result += '>';
+      i += 3;
+    } else {
+      result += text[i];
+      if (text[i] == '\n') {
+        result += "    ";
+      }
+    }
+  }
+  return result;
+}
+
+const char* kindOf(char severity) {
+  return severity == 'I' ? "information" : severity == 'W' ? "warning" : "error";
+}
+
+}  // namespace
+
+int main() {
+  std::puts(
+      "# Messages\n\n"
+      "Every message begins with an identifier that never changes: `VNL`, the set, the number and a\n"
+      "letter. `I` is information, on standard output; `W` a warning and `E` an error, on standard\n"
+      "error. Where a text below has `<1>`, the message has the file, line or value in question.\n\n"
+      "Set 032 is of the tool, set 033 of the instance and its schema.");
+  for (const CatalogMessage& message : messageCatalog()) {
+    std::printf("\n## VNL%03d%03d%c (%s)\n\n    %s\n", message.set, message.number,
+                message.severity, kindOf(message.severity), readable(message.text).c_str());
+  }
+}
