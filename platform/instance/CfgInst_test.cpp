@@ -20,7 +20,7 @@ std::vector<std::string> filesOf(const CfgInst& configuration, int kind) {
   char** files = nullptr;
   int count = 0;
   EXPECT_EQ(configuration.querySchemaFiles(kind, &files, &count), 0);
-  const std::vector<std::string> list(files, files + count);
+  std::vector<std::string> list(files, files + count);
   CfgInst::freeSchemaFiles(files);
   return list;
 }

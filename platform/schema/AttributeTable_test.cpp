@@ -70,6 +70,7 @@ TEST(AttributeTable, TakesNamesOfEveryLength) {
 
 TEST(AttributeTable, FindsEachOfAHundredThousand) {
   std::vector<AttributeType> types;
+  types.reserve(100000);
   for (int i = 0; i < 100000; ++i) {
     types.push_back(typeOf("1.3." + std::to_string(i), {"name" + std::to_string(i)}));
   }
@@ -80,6 +81,12 @@ TEST(AttributeTable, FindsEachOfAHundredThousand) {
     ASSERT_EQ(found, table.findAttributeType("1.3." + std::to_string(i)));
   }
   EXPECT_EQ(table.findAttributeType("name100000"), nullptr);
+}
+
+/// Each of them in a place of its own would take a walk past all before it.
+TEST(AttributeTable, TakesOneNameAMillionTimes) {
+  const AttributeTable table({typeOf("1.1", std::vector<std::string>(1000000, "a"))});
+  EXPECT_EQ(table.findAttributeType("A")->oid, "1.1");
 }
 
 TEST(AttributeTable, OfTwoWithOneNameTheEarlierHasIt) {

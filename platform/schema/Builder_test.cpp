@@ -164,6 +164,14 @@ TEST(Builder, OverrideDecidesNamesAndRule) {
   EXPECT_EQ(equalityOf(*schema, "1.1"), EqualityRule::integer);
 }
 
+TEST(Builder, OverrideGivesUpTheNamesThatItLeavesOut) {
+  SchemaProbe probe;
+  probe.parse(definition("1.1 NAME ( 'a' 'b' ) SYNTAX 1.9") +
+              definition("1.1 NAME 'b' SYNTAX 1.9") + definition("1.2 NAME 'a' SYNTAX 1.9"));
+  EXPECT_EQ(probe.problems().size(), 1U);
+  EXPECT_EQ(probe.complete()->findAttributeType("a")->oid, "1.2");
+}
+
 TEST(Builder, NameOfAnotherOidIsReportedAndTheDefinitionLeftOut) {
   SchemaProbe probe;
   probe.parse(definition("1.1 NAME ( 'a' 'b' ) SYNTAX 1.9"), "one");

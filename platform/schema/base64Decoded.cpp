@@ -7,14 +7,16 @@ namespace schema {
 
 namespace {
 
-/// The value of each digit, -1 for every other byte.
-constexpr std::array<signed char, 256> digitValues() {
+constexpr std::uint8_t noDigit = 0xFF;
+
+/// The value of each digit, noDigit for every other byte.
+constexpr std::array<std::uint8_t, 256> digitValues() {
   constexpr std::string_view digits =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::array<signed char, 256> values{};
-  values.fill(-1);
+  std::array<std::uint8_t, 256> values{};
+  values.fill(noDigit);
   for (std::size_t i = 0; i < digits.size(); ++i) {
-    values[static_cast<unsigned char>(digits[i])] = static_cast<signed char>(i);
+    values[static_cast<unsigned char>(digits[i])] = static_cast<std::uint8_t>(i);
   }
   return values;
 }
@@ -29,7 +31,7 @@ std::size_t paddingOf(std::string_view text) {
 }  // namespace
 
 std::optional<std::string> base64Decoded(std::string_view text) {
-  static constexpr std::array<signed char, 256> values = digitValues();
+  static constexpr std::array<std::uint8_t, 256> values = digitValues();
   if (text.size() % 4 != 0) {
     return std::nullopt;
   }
@@ -39,11 +41,11 @@ std::optional<std::string> base64Decoded(std::string_view text) {
   std::uint32_t bits = 0;
   unsigned int bitCount = 0;
   for (const char c : text) {
-    const int value = values[static_cast<unsigned char>(c)];
-    if (value < 0) {
+    const std::uint8_t value = values[static_cast<unsigned char>(c)];
+    if (value == noDigit) {
       return std::nullopt;
     }
-    bits = bits << 6U | static_cast<std::uint32_t>(value);
+    bits = bits << 6U | value;
     bitCount += 6;
     if (bitCount >= 8) {
       bitCount -= 8;

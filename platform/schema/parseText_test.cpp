@@ -234,6 +234,11 @@ const ProblemRow problemRows[] = {
     {"BadBase64", good + "attributeTypes:: !!!!\n", Problem::Kind::badDefinition, 2, "base64", 1},
     {"BadDefinitionInBase64", good + "attributeTypes:: KCAxLj\n UuMSA=\n",
      Problem::Kind::badDefinition, 2, "it ends where", 1},
+    {"FaultBehindTheFoldInBase64",
+     good + "attributeTypes:: KCAxLjUu\n "
+            "MSBOQU1FICdhJyBERVNDICdsb25nIGVub3VnaCB0byByZWFjaCBiZWhpbmQgdGhlIGZvbGQnIFNZTlRBS1MgMS"
+            "45ICk=\n",
+     Problem::Kind::badDefinition, 2, "\"SYNTAKS\"", 1},
     {"Url", good + "attributeTypes:< file:///etc/passwd\n", Problem::Kind::badDefinition, 2, "URL",
      1},
     {"MisspeltKeyword", goodDirective + "attributeype ( 1.5.1 NAME 'a' SYNTAX 1.9 )\n",

@@ -35,17 +35,18 @@ std::map<std::string, Listing> listingsOf(const std::vector<std::string>& files)
   }
   std::FILE* stream = popen(command.c_str(), "r");
   std::map<std::string, Listing> listings;
-  Listing* listing = nullptr;
+  std::string file;
   char line[4096];
   while (stream != nullptr && std::fgets(line, sizeof line, stream) != nullptr) {
     std::string value = std::string(line).substr(2);
     value.pop_back();
     if (line[0] == 'F') {
-      listing = &listings[value];
+      file = value;
+      listings[file] = {};
     } else if (line[0] == 'A') {
-      listing->names.push_back(value);
+      listings[file].names.push_back(value);
     } else if (line[0] == 'M') {
-      listing->misspeltLines.push_back(std::stoul(value));
+      listings[file].misspeltLines.push_back(std::stoul(value));
     }
   }
   EXPECT_TRUE(stream != nullptr && pclose(stream) == 0) << command;
