@@ -1,7 +1,6 @@
 #include "ldifsplit/LdifSplit.h"
 
 #include <cerrno>
-#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -12,6 +11,7 @@
 #include "common/AutoClose.h"
 #include "common/AutoDelete.h"
 #include "common/LineText.h"
+#include "ldifsplit/LineCounter.h"
 #include "ldifsplit/LineReader.h"
 #include "ldifsplit/OutputFileSet.h"
 #include "ldifsplit/findNearestAncestor.h"
@@ -89,7 +89,6 @@ class Splitter {
   AutoClose openInput() const;
   void readPhysicalLine(LineReader& reader);
   void readContinuations(LineReader& reader);
-  void countLine();
   void splitLine(const LineReader& reader);
   ParsedLine parseLine();
   bool startRecord(const char* dn);
@@ -108,7 +107,7 @@ class Splitter {
   const int firstLine_;
   std::vector<std::string> baseDNs_;
   OutputFileSet outputs_;
-  int lineNumber_ = 0;
+  LineCounter lineNumber_;
   LineCopies line_;
   LdifEntry current_;            // names the current record
   std::vector<Target> targets_;  // of the current record; none before the first
@@ -126,10 +125,10 @@ void Splitter::run() {
       readPhysicalLine(reader);
     }
     readContinuations(reader);
-    countLine();
+    lineNumber_.next();
     splitLine(reader);
   }
-  outputs_.closeAll(lineNumber_);
+  outputs_.closeAll(lineNumber_.number());
 }
 
 AutoClose Splitter::openInput() const {
@@ -153,14 +152,7 @@ void Splitter::readContinuations(LineReader& reader) {
     if (!reader.appendLine()) {
       throwReadError();
     }
-    countLine();
-  }
-}
-
-/// Stays at the largest number rather than overflow.
-void Splitter::countLine() {
-  if (lineNumber_ < INT_MAX) {
-    ++lineNumber_;
+    lineNumber_.next();
   }
 }
 
@@ -195,7 +187,7 @@ void Splitter::splitLine(const LineReader& reader) {
   for (const Target& target : targets_) {
     if (line.type == nullptr) {
       // A line that parses without a type is one that cannot be written.
-      throwFileWriteException<SplitOutputException>(target.name, lineNumber_);
+      throwFileWriteException<SplitOutputException>(target.name, lineNumber_.number());
     }
     writeAsRead(target, line_.asRead(), line_.size());
   }
@@ -209,7 +201,7 @@ ParsedLine Splitter::parseLine() {
   const bool dnIsCut =
       line.opensRecord() && std::memchr(line_.asRead(), '\0', line_.size()) != nullptr;
   if (result == ldifLineInvalid || dnIsCut) {
-    PrintMessage(32, 1, 33, LineText(lineNumber_).c_str(), inputFile_.c_str());
+    PrintMessage(32, 1, 33, LineText(lineNumber_.number()).c_str(), inputFile_.c_str());
     throwInvalidLine();
   }
   return line;
@@ -222,13 +214,13 @@ bool Splitter::startRecord(const char* dn) {
   if (current_.name().empty()) {
     throwInvalidLine();
   }
-  if (lineNumber_ < firstLine_) {
+  if (lineNumber_.number() < firstLine_) {
     return false;
   }
   try {
     route();
   } catch (const LdifIterateException&) {
-    throw LdifSplitException(lineNumber_, "Caught LdifIterateException");
+    throw LdifSplitException(lineNumber_.number(), "Caught LdifIterateException");
   }
   return true;
 }
@@ -258,13 +250,13 @@ void Splitter::writeRecordStart(const Target& target, const char* dn) const {
   ::fputs_unlocked("\ndn: ", target.stream);
   ::fputs_unlocked(dn, target.stream);
   if (::fwrite_unlocked("\n", 1, 1, target.stream) != 1) {
-    throwFileWriteException<SplitOutputException>(target.name, lineNumber_);
+    throwFileWriteException<SplitOutputException>(target.name, lineNumber_.number());
   }
 }
 
 void Splitter::writeAsRead(const Target& target, const char* line, std::size_t size) const {
   if (::fwrite_unlocked(line, size, 1, target.stream) != 1) {
-    throwFileWriteException<SplitOutputException>(target.name, lineNumber_);
+    throwFileWriteException<SplitOutputException>(target.name, lineNumber_.number());
   }
 }
 
@@ -273,16 +265,16 @@ void Splitter::traceReadError() const {
 }
 
 void Splitter::throwReadError() const {
-  throw LdifSplitException(lineNumber_, "Error reading input file");
+  throw LdifSplitException(lineNumber_.number(), "Error reading input file");
 }
 
 void Splitter::throwInvalidLine() const {
-  throw LdifSplitException(lineNumber_, "Invalid LDIF line detected");
+  throw LdifSplitException(lineNumber_.number(), "Invalid LDIF line detected");
 }
 
 /// A piece of an overlong line was dropped, or taken for the start of a record.
 void Splitter::warnOfPiece() const {
-  PrintMessage(32, 1, 60, LineText(lineNumber_).c_str(), inputFile_.c_str());
+  PrintMessage(32, 1, 60, LineText(lineNumber_.number()).c_str(), inputFile_.c_str());
 }
 
 }  // namespace

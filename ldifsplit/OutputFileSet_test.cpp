@@ -1,0 +1,118 @@
+#include "ldifsplit/OutputFileSet.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "ldifsplit/LdifSplitException.h"
+#include "ldifsplit/SplitOutputException.h"
+#include "testsupport/TemporaryDirectory.h"
+
+namespace {
+
+using ldifsplit::LdifSplitException;
+using ldifsplit::OutputFileSet;
+using ldifsplit::SplitOutputException;
+
+class OutputFiles : public ::testing::Test {
+ protected:
+  std::string path(const std::string& file) const { return directory_.path(file); }
+
+  /// A name in the directory under which every flush fails, for lack of space.
+  std::string fullDisk(const std::string& file) const {
+    EXPECT_EQ(::symlink("/dev/full", path(file).c_str()), 0);
+    return path(file);
+  }
+
+  void write(const std::string& name, const char* text) { std::fputs(text, files_.open(name)); }
+
+  void expectCloseFailure(int line, const std::string& name) {
+    try {
+      files_.closeAll(line);
+      ADD_FAILURE() << "no exception";
+    } catch (const SplitOutputException& failure) {
+      EXPECT_EQ(failure.line(), line);
+      EXPECT_EQ(failure.message(), name);
+    }
+  }
+
+  TemporaryDirectory directory_;
+  OutputFileSet files_;
+};
+
+TEST_F(OutputFiles, FileIsOpenedWithItsHeader) {
+  write(path("a"), "text");
+  files_.closeAll(1);
+  EXPECT_EQ(directory_.read("a"), "version: 1\n\ntext");
+}
+
+TEST_F(OutputFiles, FileIsOpenedOnce) {
+  write(path("a"), "one");
+  std::FILE* const first = files_.open(path("a"));
+  write(path("a"), "two");
+  EXPECT_EQ(files_.open(path("a")), first);
+  files_.closeAll(1);
+  EXPECT_EQ(directory_.read("a"), "version: 1\n\nonetwo");
+}
+
+TEST_F(OutputFiles, EachNameHasItsOwnStream) {
+  write(path("a"), "A");
+  write(path("b"), "B");
+  files_.closeAll(1);
+  EXPECT_EQ(directory_.read("a"), "version: 1\n\nA");
+  EXPECT_EQ(directory_.read("b"), "version: 1\n\nB");
+}
+
+TEST_F(OutputFiles, FileThatCannotBeOpenedThrows) {
+  try {
+    files_.open(path("missing/a"));
+    FAIL() << "no exception";
+  } catch (const LdifSplitException& failure) {
+    EXPECT_EQ(failure.line(), 0);
+    EXPECT_EQ(failure.message(),
+              "error opening " + path("missing/a") + ": permission denied or does not exist");
+  }
+  EXPECT_NO_THROW(files_.closeAll(1));
+}
+
+TEST_F(OutputFiles, EmptySetClosesNothing) {
+  EXPECT_NO_THROW(files_.closeAll(1));
+}
+
+TEST_F(OutputFiles, FailingCloseIsAFailedWrite) {
+  write(fullDisk("a"), "text");
+  expectCloseFailure(42, path("a"));
+}
+
+TEST_F(OutputFiles, FailingCloseStillClosesTheRest) {
+  write(path("a"), "A");
+  write(fullDisk("b"), "B");
+  write(path("c"), "C");
+  expectCloseFailure(42, path("b"));
+  EXPECT_EQ(directory_.read("a"), "version: 1\n\nA");
+  EXPECT_EQ(directory_.read("c"), "version: 1\n\nC");
+}
+
+TEST_F(OutputFiles, OfSeveralFailuresTheFirstInNameOrderIsThrown) {
+  write(fullDisk("z"), "Z");
+  write(path("m"), "M");
+  write(fullDisk("b"), "B");
+  write(fullDisk("a10"), "10");
+  write(fullDisk("a2"), "2");
+  expectCloseFailure(7, path("a10"));
+  EXPECT_EQ(directory_.read("m"), "version: 1\n\nM");
+}
+
+TEST_F(OutputFiles, WriteThatFailedUnnoticedShowsAtTheClose) {
+  write(path("a"), "text");
+  // Reading a stream that is open for writing sets its error mark; everything else stays fine.
+  std::fgetc(files_.open(path("a")));
+  expectCloseFailure(9, path("a"));
+}
+
+TEST_F(OutputFiles, SetIsEmptyAfterAFailingClose) {
+  write(fullDisk("a"), "text");
+  expectCloseFailure(1, path("a"));
+  EXPECT_NO_THROW(files_.closeAll(1));
+}
+
+}  // namespace

@@ -1,0 +1,213 @@
+// Faults that no file brings about: a header that is cut short, reads that fail in the middle of
+// the input. This program's fwrite, fclose and read go through functions that can fail, by way of
+// the linker's --wrap.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <map>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "ldifsplit/LdifSplit.h"
+#include "ldifsplit/OutputFileSet.h"
+#include "ldifsplit/openNewLdif.h"
+#include "testsupport/CapturedOutput.h"
+#include "testsupport/TemporaryDirectory.h"
+
+namespace {
+
+int goodWrites = -1;      // so many succeed before one fails; -1 for all
+long readableBytes = -1;  // so many can be read before an error; -1 for all
+std::vector<std::FILE*> closed;
+
+}  // namespace
+
+extern "C" {
+
+// The names are the linker's.
+// NOLINTBEGIN(bugprone-reserved-identifier)
+std::size_t __real_fwrite(const void* data, std::size_t size, std::size_t count, std::FILE* stream);
+std::size_t __real_fwrite_unlocked(const void* data, std::size_t size, std::size_t count,
+                                   std::FILE* stream);
+int __real_fclose(std::FILE* stream);
+ssize_t __real_read(int file, void* buffer, std::size_t size);
+
+std::size_t __wrap_fwrite(const void* data, std::size_t size, std::size_t count,
+                          std::FILE* stream) {
+  if (goodWrites == 0) {
+    return 0;
+  }
+  goodWrites -= goodWrites > 0 ? 1 : 0;
+  return __real_fwrite(data, size, count, stream);
+}
+
+std::size_t __wrap_fwrite_unlocked(const void* data, std::size_t size, std::size_t count,
+                                   std::FILE* stream) {
+  if (goodWrites == 0) {
+    return 0;
+  }
+  goodWrites -= goodWrites > 0 ? 1 : 0;
+  return __real_fwrite_unlocked(data, size, count, stream);
+}
+
+int __wrap_fclose(std::FILE* stream) {
+  closed.push_back(stream);
+  return __real_fclose(stream);
+}
+
+ssize_t __wrap_read(int file, void* buffer, std::size_t size) {
+  if (readableBytes < 0) {
+    return __real_read(file, buffer, size);
+  }
+  if (readableBytes == 0) {
+    errno = EIO;
+    return -1;
+  }
+  const ssize_t count =
+      __real_read(file, buffer, std::min(size, static_cast<std::size_t>(readableBytes)));
+  readableBytes -= count;
+  return count;
+}
+// NOLINTEND(bugprone-reserved-identifier)
+
+}  // extern "C"
+
+namespace {
+
+using ldifsplit::LdifSplitException;
+using ldifsplit::OutputFileSet;
+
+class Faults : public ::testing::Test {
+ protected:
+  Faults() { closed.clear(); }
+  ~Faults() override {
+    goodWrites = -1;
+    readableBytes = -1;
+  }
+
+  TemporaryDirectory directory_;
+};
+
+/// A header of two pieces, of which one cannot be written.
+class HeaderFault : public Faults, public ::testing::WithParamInterface<int> {};
+
+TEST_P(HeaderFault, IsAWriteFailureOfNoLineAndTheStreamIsClosed) {
+  const std::string file = directory_.path("a.ldif");
+  goodWrites = GetParam();
+  try {
+    openNewLdif<LdifSplitException>(file.c_str());
+    ADD_FAILURE() << "no exception";
+  } catch (const LdifSplitException& failure) {
+    EXPECT_EQ(failure.line(), 0);
+    EXPECT_EQ(failure.message(), file);
+  }
+  EXPECT_EQ(closed.size(), 1U);
+  EXPECT_EQ(directory_.read("a.ldif"), GetParam() == 0 ? "" : "version: 1\n");
+}
+
+TEST_P(HeaderFault, StopsTheSplit) {
+  const std::string input = directory_.write("in.ldif", "dn: o=x\n\n");
+  const std::string output = directory_.path("a.ldif");
+  goodWrites = GetParam();
+  try {
+    ldifsplit::ldifSplit(input, {}, output, "", 0);
+    ADD_FAILURE() << "no exception";
+  } catch (const LdifSplitException& failure) {
+    EXPECT_EQ(failure.line(), 0);
+    EXPECT_EQ(failure.message(), output);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Pieces, HeaderFault, ::testing::Values(0, 1));
+
+TEST_F(Faults, HeaderIsTwoPieces) {
+  goodWrites = 2;
+  std::FILE* stream = openNewLdif<LdifSplitException>(directory_.path("a.ldif").c_str());
+  EXPECT_EQ(goodWrites, 0);
+  std::fclose(stream);
+}
+
+TEST_F(Faults, FilesAreClosedInAscendingOrderOfTheirNames) {
+  OutputFileSet files;
+  std::vector<std::FILE*> expected;
+  for (const char* name : {"server2", "a", "Z", "server10"}) {
+    files.open(directory_.path(name));
+  }
+  for (const char* name : {"Z", "a", "server10", "server2"}) {
+    expected.push_back(files.open(directory_.path(name)));
+  }
+  files.closeAll(1);
+  EXPECT_EQ(closed, expected);
+}
+
+/// The line end of a "dn" line is the only piece of it whose failure stops the run at once.
+TEST_F(Faults, LineEndOfADnThatIsNotWrittenStopsTheRun) {
+  const std::string input = directory_.write("in.ldif", "version: 1\n\ndn: o=\n x\n\n");
+  const std::string output = directory_.path("a.ldif");
+  goodWrites = 2;  // the header
+  try {
+    ldifsplit::ldifSplit(input, {}, output, "", 0);
+    ADD_FAILURE() << "no exception";
+  } catch (const ldifsplit::SplitOutputException& failure) {
+    EXPECT_EQ(failure.line(), 4);
+    EXPECT_EQ(failure.message(), output);
+  }
+}
+
+/// An input of which only the first bytes can be read.
+struct ReadFaultRow {
+  const char* name;
+  const char* readable;
+  int line;
+  bool traced;
+  const char* content;
+};
+
+void PrintTo(const ReadFaultRow& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class ReadFault : public Faults, public ::testing::WithParamInterface<ReadFaultRow> {};
+
+TEST_P(ReadFault, StopsTheRunAtTheLinesReadSoFar) {
+  const ReadFaultRow& row = GetParam();
+  const std::string input =
+      directory_.write("in.ldif", std::string(row.readable) + "more\n and more\n");
+  const std::string output = directory_.path("a.ldif");
+  readableBytes = static_cast<long>(std::string(row.readable).size());
+  const TracesOn traces;
+  const CapturedOutput printed = captured([&] {
+    try {
+      ldifsplit::ldifSplit(input, {}, output, "", 0);
+      ADD_FAILURE() << "no exception";
+    } catch (const LdifSplitException& failure) {
+      EXPECT_EQ(failure.line(), row.line);
+      EXPECT_EQ(failure.message(), "Error reading input file");
+    }
+  });
+  readableBytes = -1;
+  const std::string trace = "c8110000 error reading ldif input file: " + input + "\n";
+  EXPECT_EQ(printed.err.find(trace) != std::string::npos, row.traced) << printed.err;
+  std::fflush(nullptr);
+  EXPECT_EQ(directory_.read("a.ldif"), row.content);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, ReadFault,
+    ::testing::Values(
+        ReadFaultRow{"AtOnce", "", 1, true, "(no file)"},
+        ReadFaultRow{"InTheFirstLine", "dn: o", 1, true, "(no file)"},
+        ReadFaultRow{"BehindALine", "dn: o=x\no: x\n", 2, true, "version: 1\n\n\ndn: o=x\no: x\n"},
+        ReadFaultRow{"InALine", "dn: o=x\no: x\na: ", 2, true, "version: 1\n\n\ndn: o=x\no: x\n"},
+        // The logical line that the continuation belongs to is not counted yet, and no trace tells.
+        ReadFaultRow{"InAContinuation", "dn: o=x\no: x\n a", 1, false, "version: 1\n\n\ndn: o=x\n"},
+        ReadFaultRow{"InASecondContinuation", "dn: o=x\no: x\n a\n b", 2, false,
+                     "version: 1\n\n\ndn: o=x\n"}),
+    [](const ::testing::TestParamInfo<ReadFaultRow>& row) { return row.param.name; });
+
+}  // namespace
