@@ -350,6 +350,33 @@ def test_a_server_file_cannot_be_created(ready):
                    CANNOT_OPEN.format("d/one.ldif"), m(7, "d/one.ldif", 8), creates=UP_TO_REST)
 
 
+def test_a_server_file_whose_name_is_too_long(ready):
+    name = ready.absolute("x" * 300)
+    expect_failure(ready, [*GLOBAL_LINES, BASE, URL1, f"file: {'x' * 300}"], 8,
+                   CANNOT_OPEN.format(name), m(7, name, 8), creates=UP_TO_REST)
+
+
+def test_the_default_output_file_by_default_cannot_be_created(unprivileged_site):
+    """The working directory takes no new file; the others of the run are elsewhere."""
+    site = unprivileged_site
+    site.write("in.ldif", b"dn: o=example\n")
+    other = site.path / "other"
+    other.mkdir()
+    other.chmod(0o777)
+    site.configure(ACTION, INPUT, "logfile: other/run.log", SPLIT, BASE, URL1,
+                   "file: other/one.ldif")
+    site.path.chmod(0o555)
+    before = site.tree()
+    run = site.run("-d", "1")
+    site.path.chmod(0o755)
+    run.expect(1, *failed_configuration())
+    assert run.traces()[-2:] == [
+        f"c8110000 VarnelConfigException: line 0, input file {DEFAULT_NAME}",
+        "c8110000 message: error opening parent.ldif: permission denied or does not exist",
+    ]
+    assert site.tree() == {**before, "other/run.log": b"", "other/one.ldif": b""}
+
+
 @pytest.mark.parametrize("key", ["basedirectory", "filedirectory"])
 @pytest.mark.parametrize("value", ["nowhere", "in.ldif", "in.ldif/"])
 def test_a_base_directory_that_is_none(ready, key, value):

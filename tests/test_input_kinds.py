@@ -92,6 +92,14 @@ def test_a_directory(site):
     assert site.tree() == {**before, "run.log": b"1\n", "rest.ldif": b"", "one.ldif": b""}
 
 
+def test_a_file_that_opens_and_fails_at_the_first_read(site):
+    """The memory of a process has nothing at its start."""
+    site.configure(*with_input("/proc/self/mem"))
+    run = site.run("-d", "1").expect(2, *failed_split(m(34, 1)))
+    assert "c8110000 error reading ldif input file: /proc/self/mem" in run.traces()
+    assert site.read("run.log") == b"1\n"
+
+
 def test_an_empty_file(site):
     site.write("in.ldif", b"")
     site.configure(*ONE_SERVER)

@@ -62,6 +62,9 @@ def test_a_soft_limit_is_raised(many_servers):
     site.run(preexec_fn=limited(resource.RLIMIT_NOFILE, 20, hard)).expect(0, *SUCCESS)
 
 
+@pytest.mark.skipif(
+    bool(os.environ.get("VARNEL_SANITIZE")), reason="a sanitizer's checks need open files too"
+)
 def test_too_few_open_files_for_the_configuration(site):
     """The configuration file itself takes the last one, and the first output cannot be created."""
     site.configure(*ONE_SERVER)
@@ -90,6 +93,20 @@ def test_a_file_size_limit_in_the_tenth_line(site):
     site.run(preexec_fn=limited(resource.RLIMIT_FSIZE, 100)).expect(
         1, *failed_split(m(52, site.absolute("one.ldif"))))
     assert site.read("run.log") == b"10\n"
+
+
+def test_a_file_size_limit_below_the_header_of_the_default_output_file(site):
+    site.configure("actiontype: splitonly", "inputfile: in.ldif", "splitby: rdnhash", BASE, URL1,
+                   "file: one.ldif")
+    site.write("in.ldif", "dn: o=x\n")
+    before = site.tree()
+    run = site.run("-d", "1", preexec_fn=limited(resource.RLIMIT_FSIZE, 5))
+    run.expect(1, *failed_configuration())
+    assert run.traces()[-2:] == [
+        f"c8110000 VarnelConfigException: line 0, input file {DEFAULT_NAME}",
+        "c8110000 message: parent.ldif",
+    ]
+    assert site.tree() == {**before, "one.ldif": b"", "parent.ldif": HEADER[:5]}
 
 
 def test_a_file_size_limit_that_shows_while_the_file_is_written(site):
@@ -141,9 +158,12 @@ def test_the_other_files_are_closed_all_the_same(site):
 def test_a_full_device_that_shows_at_a_write(site):
     with_file(site, "/dev/full")
     lines = 200_000
-    site.write("in.ldif", "dn: o=example\n" + "a: xxxxxxxxxxxxxxxxxxxxxxxxxxxxx\n" * lines)
+    first = "dn: o=x\nb: 1\n"
+    site.write("in.ldif", first + "dn: o=example\n" + "a: xxxxxxxxxxxxxxxxxxxxxxxxxxxxx\n" * lines)
     site.run("-r").expect(1, *failed(m(52, "/dev/full")))
     assert 10 < int(site.read("run.log")) < lines
+    # What another file was still to get is there when the program has ended.
+    assert site.read("rest.ldif") == HEADER + b"\n" + first.encode()
 
 
 def test_a_full_log_changes_neither_messages_nor_status(site):

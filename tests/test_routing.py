@@ -112,6 +112,37 @@ def test_spellings_of_one_dn_share_a_server(site):
     assert found == {owner: spellings}
 
 
+@pytest.mark.parametrize(
+    "rdn, normal",
+    [
+        (b"cn=J\xc3\xb6rg", b"CN=J\xc3\x96RG"),
+        (b"cn=J\\c3\\B6rg", b"CN=J\xc3\x96RG"),
+        (b"cn=\xd0\xb8\xd0\xb2", b"CN=\xd0\x98\xd0\x92"),
+        (b"cn=\xffa  b\xfe", b"CN=\xffA  B\xfe"),
+        (b"cn=a\\09b\\0A c", b"CN=A B C"),
+        (b"cn=a\\00b", b"CN=AB"),
+        (b"cn=\\20 a\\20", b"CN=A"),
+        (b"cn=#04024869", b"CN=#04024869"),
+        (b"cn=#04aB", b"CN=#04AB"),
+        (b"cn=#04a", b"CN=\\#04A"),
+        (b"cn=", b"CN="),
+        (b"cn=\\20", b"CN="),
+        (b"cn=a=b<c>d#e\"f", b"CN=A=B\\<C\\>D#E\\\"F"),
+        (b"x-Y_1.2=a", b"X-Y_1.2=A"),
+    ],
+    ids=lambda value: value.decode("latin-1").encode("unicode_escape").decode(),
+)
+def test_normal_forms_as_the_choice_of_a_server_shows_them(site, rdn, normal):
+    """Among 1000 servers hardly two texts have the same number."""
+    site.configure(*GLOBAL_LINES, *section("o=example", *(f"s{i}" for i in range(1, 1001))))
+    record = b"dn: " + rdn + b",o=example\n"
+    site.write("in.ldif", record)
+    site.run().expect(0, *SUCCESS)
+    written = [name for name, content in site.tree().items() if name[0] == "s" and content]
+    assert written == [f"s{split_model.jump_hash(normal, 1000)}"]
+    assert site.read(written[0]) == HEADER + b"\n" + record
+
+
 @pytest.mark.parametrize("base", ["o=My  Example", "O = my example", 'o="My Example"',
                                   "oid.o=my\\20example"])
 def test_spellings_of_the_base_dn(site, base):

@@ -229,6 +229,7 @@ def test_no_environment_variable_is_read():
 
 
 def test_nothing_of_the_process_depends_on_the_locale():
-    """Bounded ASCII helpers instead; the configuration's own white space is the one exception."""
+    """Bounded ASCII helpers instead. Only white space and case of the configuration's keys are left
+    to the C locale, which no one changes."""
     follows = re.compile(r"\b(isalpha|isalnum|isdigit|isxdigit|isupper|toupper|strcasecmp|atoi)\s*\(")
     assert [name for name, text in product().items() if follows.search(text)] == []

@@ -277,6 +277,19 @@ def test_the_line_of_the_last_failure_in_recovery_mode(site, log, number):
     assert site.read("run.log") == log
 
 
+def test_a_log_that_recovery_mode_has_to_create_can_be_read_by_then(site):
+    site.configure(*(x for x in ONE_SERVER if x not in (LOG, REST)))
+    site.write("in.ldif", "dn: o=example\n")
+    for name in ("parent.ldif", "one.ldif"):
+        site.write(name, b"")
+    run = site.run("-r", "-d", "1")
+    assert run.status == 0
+    assert [x for x in run.traces() if "recovery" in x] == [
+        "c8010000 recovery mode: last line split was 0"
+    ]
+    assert site.read("varnel.log") == b""
+
+
 def test_no_line_of_a_last_failure_is_looked_for_without_recovery_mode(site):
     site.configure(*ONE_SERVER)
     site.write("in.ldif", "dn: o=x\n")
