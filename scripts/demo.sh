@@ -41,8 +41,10 @@ cmake --build --preset release --target varnel -j "$(nproc)"
 PATH=$top/build/release:$PATH
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/varnel-demo.XXXXXX")
-mkdir "$work/split"
-cp examples/split/varnelConfig examples/split/directory.ldif "$work/split"
+for copy in split split-by-schema; do
+  mkdir "$work/$copy"
+  cp examples/split/varnelConfig examples/split/directory.ldif "$work/$copy"
+done
 
 heading "The configuration: what to split, and over which servers"
 cd "$work/split"
@@ -61,6 +63,23 @@ Each server file holds its base entry, its share of the entries below, each with
 and the cn=localhost subtree that every server needs. All else is in parent.ldif.
 TEXT
 show_result
+
+heading "The same split by a schema"
+cat <<'TEXT'
+Without a schema a name is taken as it is written. The schema of an instance (-I) also knows that
+organizationalUnitName is ou, badge is badgeNumber, and that blanks do not count in a badge number.
+TEXT
+cd "$work/split-by-schema"
+run varnel -I "$top/examples/instance"
+printf '\nIn other files than before ("<" without the schema, ">" with it):\n\n'
+for copy in split split-by-schema; do
+  (cd "$work/$copy" && for file in people?.ldif devices?.ldif parent.ldif; do
+    dns "$file" | sed "s/\$/  in $file/"
+  done) | sort >"$work/$copy.list"
+done
+diff "$work/split.list" "$work/split-by-schema.list" | grep '^[<>]'
+rm "$work/split.list" "$work/split-by-schema.list"
+cd "$work/split"
 
 heading "One of the files, ready to be loaded into its server"
 run head -n 12 people1.ldif

@@ -1,0 +1,73 @@
+"""What an installation holds, and that it works where it was put."""
+
+import os
+import shutil
+import subprocess
+
+import pytest
+
+PROGRAM = r"""
+#include <dirclient.h>
+#include <stdio.h>
+
+int main(void) {
+  printf("%d\n", get_hash_value_from_dn("cn=a,o=b", "o=b", 1));
+  return 0;
+}
+"""
+
+
+def run(*command, **options):
+    done = subprocess.run(
+        [str(word) for word in command], capture_output=True, encoding="utf-8", timeout=120, **options
+    )
+    assert done.returncode == 0, done.stdout + done.stderr
+    return done.stdout
+
+
+@pytest.fixture(scope="module")
+def prefix(tmp_path_factory):
+    directory = tmp_path_factory.mktemp("installed")
+    run(os.environ["VARNEL_CMAKE"], "--install", os.environ["VARNEL_BUILD"], "--prefix", directory)
+    return directory
+
+
+def test_every_file_is_there(prefix):
+    installed = {str(file.relative_to(prefix)) for file in prefix.rglob("*") if file.is_file()}
+    library = next(prefix.rglob("libdirclient.so")).relative_to(prefix)
+    assert library.parts[0] == "lib"
+    assert installed == {
+        "bin/varnel",
+        str(library),
+        "include/dirclient.h",
+        "share/bash-completion/completions/varnel",
+        "share/man/man1/varnel.1",
+        "share/man/man5/varnel-instance.conf.5",
+        "share/man/man5/varnelConfig.5",
+        "share/varnel/examples/instance/instance.conf",
+        "share/varnel/examples/instance/staff.schema",
+        "share/varnel/examples/split/directory.ldif",
+        "share/varnel/examples/split/varnelConfig",
+        "share/varnel/schema/core.schema",
+    }
+
+
+def test_the_example_splits_by_the_installed_schema(prefix, tmp_path):
+    shared = prefix / "share/varnel"
+    for name in ("varnelConfig", "directory.ldif"):
+        shutil.copy(shared / "examples/split" / name, tmp_path)
+    printed = run(prefix / "bin/varnel", "-I", shared / "examples/instance", cwd=tmp_path)
+    assert "VNL032039I" in printed
+    assert "organizationalUnitName=People" not in (tmp_path / "parent.ldif").read_text(encoding="utf-8")
+
+
+def test_a_c_program_links_to_the_installed_library(prefix, tmp_path):
+    if os.environ.get("VARNEL_SANITIZE"):
+        pytest.skip("a sanitized library is none to install")
+    library = next(prefix.rglob("libdirclient.so")).parent
+    (tmp_path / "client.c").write_text(PROGRAM)
+    run(
+        os.environ["VARNEL_CC"], "-Wall", "-Wextra", "-Werror", f"-I{prefix}/include", "client.c",
+        "-o", "client", f"-L{library}", "-ldirclient", f"-Wl,-rpath,{library}", cwd=tmp_path,
+    )  # fmt: skip
+    assert run(tmp_path / "client") == "1\n"
