@@ -1,9 +1,14 @@
 """Where the input comes from, and inputs that are odd as a whole."""
 
+import fcntl
 import os
+import pty
 import random
 import shutil
+import struct
+import termios
 import threading
+import time
 from subprocess import PIPE
 
 import pytest
@@ -98,6 +103,36 @@ def test_a_file_that_opens_and_fails_at_the_first_read(site):
     run = site.run("-d", "1").expect(2, *failed_split(m(34, 1)))
     assert "c8110000 error reading ldif input file: /proc/self/mem" in run.traces()
     assert site.read("run.log") == b"1\n"
+
+
+def is_asleep(process):
+    with open(f"/proc/{process.pid}/stat") as stat:
+        return stat.read().rpartition(")")[2].split()[0] == "S"
+
+
+def unread_bytes(terminal):
+    return struct.unpack("i", fcntl.ioctl(terminal, termios.FIONREAD, b"\0" * 4))[0]
+
+
+def test_a_read_error_behind_the_first_lines_is_not_the_end_of_the_input(site):
+    """A terminal whose other end goes away while the program waits for more: a real EIO."""
+    other_end, terminal = pty.openpty()
+    site.configure(*with_input(os.ttyname(terminal)))
+    with site.start("-d", "1", stdout=PIPE, stderr=PIPE) as process:
+        os.write(other_end, b"dn: o=example\no: example\n")
+        calm = 0
+        while calm < 20:
+            assert process.poll() is None
+            calm = calm + 1 if unread_bytes(terminal) == 0 and is_asleep(process) else 0
+            time.sleep(0.01)
+        os.close(other_end)
+        stdout, stderr = process.communicate(timeout=HANG_GUARD_SECONDS)
+    os.close(terminal)
+    run = Run(process.returncode, stdout, stderr)
+    run.expect(2, *failed_split(m(34, 2)))
+    assert "Caught LdifSplitException: Error reading input file, line number: 2" in run.traces()[-1]
+    assert site.read("one.ldif") == WRITTEN
+    assert site.read("run.log") == b"2\n"
 
 
 def test_an_empty_file(site):
