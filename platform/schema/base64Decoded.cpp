@@ -39,7 +39,7 @@ std::optional<std::string> base64Decoded(std::string_view text) {
   std::uint32_t bits = 0;
   unsigned int bitCount = 0;
   for (const char c : text) {
-    const int value = values[static_cast<unsigned char>(c)];
+    const signed char value = values[static_cast<unsigned char>(c)];
     if (value < 0) {
       return std::nullopt;
     }
