@@ -5,6 +5,6 @@ install(TARGETS dirclient_shared LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES platform/dirclient/dirclient.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(FILES docs/varnel.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES docs/varnelConfig.5 docs/varnel-instance.conf.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
-install(DIRECTORY examples/split DESTINATION ${CMAKE_INSTALL_DATADIR}/varnel/examples)
+install(DIRECTORY examples/split examples/proxy DESTINATION ${CMAKE_INSTALL_DATADIR}/varnel/examples)
 install(FILES docs/varnel.bash-completion
   DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME varnel)

@@ -21,7 +21,7 @@ int nextOption(int argc, char** argv, const std::string& optionString) {
 }
 
 std::string requireArgument(char letter, int messageSet, int missingArgumentMessage) {
-  const std::string argument = optarg != nullptr ? optarg : "";
+  std::string argument = optarg != nullptr ? optarg : "";
   if (IsArgOption(argument) || argument.empty()) {
     TRACE(traceError, "Error: option -%c requires an argument.\n", letter);
     PrintMessage(messageSet, 1, missingArgumentMessage, std::string(1, letter).c_str());

@@ -130,7 +130,7 @@ int main(int argc, char** argv) {
     // Told in the traces only: every split starts from the first line.
     findLastLineSplit(config.logFile_);
   }
-  AutoClose(std::fopen(config.logFile_.c_str(), "r"));
+  AutoClose(std::fopen(config.logFile_.c_str(), "r")).reset();
   write_g_errorFile(config.logFile_.c_str());
   PrintMessage(messageSet, 1, 28);
   if (config.defaultOutputFile_ == parentFileDefault) {

@@ -1,4 +1,5 @@
-// DNs: the normal form is its own, the two roads to it agree, and the record says the same as the text.
+// DNs: the normal form is its own, the two roads to it agree, and the record says the same as the
+// text.
 
 #include <algorithm>
 #include <cstddef>

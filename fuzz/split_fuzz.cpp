@@ -1,5 +1,5 @@
-// The input of the split: no byte is lost or added between the file and its logical lines, and each of those is
-// one line with its folds.
+// The input of the split: no byte is lost or added between the file and its logical lines, and each
+// of those is one line with its folds.
 
 #include <unistd.h>
 

@@ -46,6 +46,7 @@ def test_every_file_is_there(prefix):
         "share/man/man5/varnelConfig.5",
         "share/varnel/examples/instance/instance.conf",
         "share/varnel/examples/instance/staff.schema",
+        "share/varnel/examples/proxy/which_server.c",
         "share/varnel/examples/split/directory.ldif",
         "share/varnel/examples/split/varnelConfig",
         "share/varnel/schema/core.schema",

@@ -1,5 +1,5 @@
-/* What a proxy does to route a request: says for each DN on standard input, one a line, which server of a
- * base DN that is split by hash holds its entry.
+/* What a proxy does to route a request: says for each DN on standard input, one a line, which
+ * server of a base DN that is split by hash holds its entry.
  *
  *   which_server BASEDN COUNT < dns */
 
