@@ -77,7 +77,8 @@ for copy in split split-by-schema; do
     dns "$file" | sed "s/\$/  in $file/"
   done) | sort >"$work/$copy.list"
 done
-diff "$work/split.list" "$work/split-by-schema.list" | grep '^[<>]'
+# diff says by its status that they differ, which they should.
+{ diff "$work/split.list" "$work/split-by-schema.list" || true; } | grep '^[<>]'
 rm "$work/split.list" "$work/split-by-schema.list"
 cd "$work/split"
 
