@@ -92,20 +92,12 @@ TEST_F(FileReadWritable, WhatCannotBeReachedIsNot) {
   ASSERT_TRUE(withMode(0666));
   inFreshProcess([&] {
     // Nobody keeps root from a file.
-    if (::geteuid() == 0) {
-      ASSERT_EQ(::seteuid(65534), 0);
-    } else {
-      ASSERT_EQ(::chmod(directory_.name().c_str(), 0), 0);
-    }
+    const bool root = ::geteuid() == 0;
+    ASSERT_EQ(root ? ::seteuid(65534) : ::chmod(directory_.name().c_str(), 0), 0);
     EXPECT_FALSE(isFileReadWritable(directory_.path("file").c_str()));
-    if (::getuid() == 0) {
-      // A leak checker at the end of the process needs the privileges back, and the right to trace
-      // itself.
-      ASSERT_EQ(::seteuid(0), 0);
-      ASSERT_EQ(::prctl(PR_SET_DUMPABLE, 1), 0);
-    } else {
-      ::chmod(directory_.name().c_str(), 0700);
-    }
+    ASSERT_EQ(root ? ::seteuid(0) : ::chmod(directory_.name().c_str(), 0700), 0);
+    // A leak checker may look at this process again.
+    ::prctl(PR_SET_DUMPABLE, 1);
   });
 }
 
