@@ -38,7 +38,7 @@ AncestorWalk::AncestorWalk(const std::string& dn)
       parentsAreTails_(isSingleValued(dn) && dirclient::isKnownNormalForm(dn, schemaInitialized)) {}
 
 AncestorWalk::AncestorWalk(const LdifEntry& entry)
-    : current_(&entry.name()), parentsAreTails_(isSingleValued(entry.name())) {}
+    : current_(&entry.getName()), parentsAreTails_(isSingleValued(entry.getName())) {}
 
 bool AncestorWalk::up() {
   if (parentsAreTails_) {

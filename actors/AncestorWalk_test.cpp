@@ -44,9 +44,9 @@ std::vector<std::string> byWalk(AncestorWalk walk) {
 bool agree(const std::string& dn) {
   LdifEntry entry;
   entry.setName(dn);
-  const std::vector<std::string> way = byGetParent(entry.name());
+  const std::vector<std::string> way = byGetParent(entry.getName());
   return byWalk(AncestorWalk(dn)) == byGetParent(dn) && byWalk(AncestorWalk(entry)) == way &&
-         byWalk(AncestorWalk(entry.name())) == way;
+         byWalk(AncestorWalk(entry.getName())) == way;
 }
 
 struct WalkRow {
@@ -203,7 +203,7 @@ TEST_P(RandomWalks, HasAncestorAndHasParentAgreeWithRepeatedCallsOfGetParent) {
       const std::string dn = dns.next();
       LdifEntry entry;
       entry.setName(dn);
-      const std::vector<std::string> way = byGetParent(entry.name());
+      const std::vector<std::string> way = byGetParent(entry.getName());
       for (std::size_t step = 0; step < way.size(); ++step) {
         ASSERT_EQ(entry.hasParent(way[step].c_str()), step == 1) << dn << " below " << way[step];
         ASSERT_EQ(entry.hasAncestor(way[step].c_str()), step >= 1) << dn << " below " << way[step];

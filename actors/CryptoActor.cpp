@@ -7,14 +7,14 @@
 const char* const cryptoDN = "CN=LOCALHOST";
 const char* const cryptoDNChild = "CN=CRYPTO";
 
-CryptoActor::CryptoActor(const std::string& baseDn, const std::vector<std::string>& outputFiles)
-    : LdifActor(baseDn, {}) {
-  outputFiles_ = outputFiles;
+CryptoActor::CryptoActor(const std::string& base, const std::vector<std::string>& files)
+    : LdifActor(base, {}) {
+  outputFiles = files;
 }
 
 std::vector<std::string>* CryptoActor::doGetOutputFilename(const std::string& dn) {
   TRACE(traceProgress, "CryptoActor received entry:  dn =%s=\n", dn.c_str());
-  std::unique_ptr<std::vector<std::string>> files(new std::vector<std::string>(outputFiles_));
+  std::unique_ptr<std::vector<std::string>> files(new std::vector<std::string>(outputFiles));
   for (const std::string& name : *files) {
     TRACE(traceProgress, "CryptoFilename:  %s\n", name.c_str());
   }

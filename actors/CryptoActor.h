@@ -13,8 +13,8 @@ extern const char* const cryptoDNChild;
 /// The actor of the crypto subtree, of which every server gets an identical copy.
 class CryptoActor : public LdifActor {
  public:
-  /// `outputFiles`: every output file of every other actor, each once, in ascending byte order.
-  CryptoActor(const std::string& baseDn, const std::vector<std::string>& outputFiles);
+  /// `files`: every output file of every other actor, each once, in ascending byte order.
+  CryptoActor(const std::string& base, const std::vector<std::string>& files);
 
  private:
   /// All files, whatever the DN.

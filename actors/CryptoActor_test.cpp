@@ -23,7 +23,7 @@ TEST(CryptoDn, IsInTheNormalFormOfTheClientLibrary) {
   for (const char* spelling : {"cn=localhost", "CN=LOCALHOST", " cn = LocalHost "}) {
     LdifEntry entry;
     entry.setName(spelling);
-    EXPECT_EQ(entry.name(), cryptoDN);
+    EXPECT_EQ(entry.getName(), cryptoDN);
   }
 }
 
@@ -42,9 +42,9 @@ INSTANTIATE_TEST_SUITE_P(Dns, CryptoActorOf,
 
 TEST(CryptoActor, KeepsItsBaseDnAndFiles) {
   const CryptoActor actor(cryptoDN, files);
-  EXPECT_EQ(actor.baseDn(), "CN=LOCALHOST");
-  EXPECT_EQ(actor.outputFiles(), files);
-  EXPECT_FALSE(actor.activated());
+  EXPECT_EQ(actor.getBaseDn(), "CN=LOCALHOST");
+  EXPECT_EQ(actor.getOutputFiles(), files);
+  EXPECT_FALSE(actor.isActivated());
 }
 
 TEST(CryptoActor, WithoutFilesEntriesGoNowhere) {
@@ -58,7 +58,7 @@ TEST(CryptoActor, EachCallReturnsANewList) {
   const std::unique_ptr<Names> first(actor.getOutputFilename("CN=CRYPTO,CN=LOCALHOST"));
   first->clear();
   EXPECT_EQ(filesOf(actor, "CN=CRYPTO,CN=LOCALHOST"), files);
-  EXPECT_EQ(actor.outputFiles(), files);
+  EXPECT_EQ(actor.getOutputFiles(), files);
 }
 
 TEST(CryptoActor, TracesAnEntryAndItsFiles) {

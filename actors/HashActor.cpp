@@ -7,11 +7,11 @@
 #include "platform/dirclient/dirclient.h"
 #include "platform/trace/trace.h"
 
-HashActor::HashActor(const std::string& baseDn, const std::vector<ServerPairs>& servers)
-    : LdifActor(baseDn, servers) {
-  for (const ServerPairs& server : serverLists_) {
+HashActor::HashActor(const std::string& base, const std::vector<ServerPairs>& servers)
+    : LdifActor(base, servers) {
+  for (const ServerPairs& server : serverLists) {
     assert(!server.empty());
-    outputFiles_.push_back(server.back().second);
+    outputFiles.push_back(server.back().second);
   }
 }
 
@@ -19,8 +19,8 @@ std::vector<std::string>* HashActor::doGetOutputFilename(const std::string& dn) 
   std::unique_ptr<std::vector<std::string>> files(new std::vector<std::string>);
   if (isInside(dn)) {
     const int server =
-        get_hash_value_from_dn(dn.c_str(), baseDn_.c_str(), static_cast<int>(outputFiles_.size()));
-    files->push_back(outputFiles_[static_cast<std::size_t>(server) - 1]);
+        get_hash_value_from_dn(dn.c_str(), baseDn.c_str(), static_cast<int>(outputFiles.size()));
+    files->push_back(outputFiles[static_cast<std::size_t>(server) - 1]);
   } else {
     TRACE(traceProgress, "Warning:  HashActor handling DN outside of its subtree\n");
     files->emplace_back();
@@ -42,7 +42,7 @@ bool HashActor::isInside(const std::string& dn) const {
   AncestorWalk ancestor(entry);
   ancestor.up();
   while (ancestor.up()) {
-    if (ancestor.isAt(baseDn_)) {
+    if (ancestor.isAt(baseDn)) {
       return true;
     }
   }

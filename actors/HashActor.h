@@ -13,7 +13,7 @@ class HashActor : public LdifActor {
  public:
   /// `servers` in server order; the output file is the value of the last pair of each, whatever its
   /// key. No list may be empty.
-  HashActor(const std::string& baseDn, const std::vector<ServerPairs>& servers);
+  HashActor(const std::string& base, const std::vector<ServerPairs>& servers);
 
  private:
   /// One file. For a DN that is not below the base DN its name is empty.
@@ -24,7 +24,7 @@ class HashActor : public LdifActor {
 
   bool isInside(const std::string& dn) const;
 
-  std::set<std::string> nameSet_;
+  std::set<std::string> nameSet;
 };
 
 #endif

@@ -33,11 +33,11 @@ TEST(HashActor, FilesAreTheLastValuesWhateverTheirKeys) {
                                       {{"anything", "c.ldif"}},
                                       {{"url", "ldap://x"}, {"file", "x"}, {"", ""}},
                                       {{"file", "a.ldif"}}});
-  EXPECT_EQ(actor.outputFiles(), Names({"a.ldif", "b.ldif", "c.ldif", "", "a.ldif"}));
+  EXPECT_EQ(actor.getOutputFiles(), Names({"a.ldif", "b.ldif", "c.ldif", "", "a.ldif"}));
 }
 
 TEST(HashActor, StartsNotActivated) {
-  EXPECT_FALSE(HashActor("O=EXAMPLE", threeServers).activated());
+  EXPECT_FALSE(HashActor("O=EXAMPLE", threeServers).isActivated());
 }
 
 /// The server of three that the hash gives for the RDN right below the base DN. Worked out with a

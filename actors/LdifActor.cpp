@@ -16,8 +16,8 @@ bool endsRecord(const char* line) {
 
 }  // namespace
 
-LdifActor::LdifActor(const std::string& baseDn, const std::vector<ServerPairs>& servers)
-    : serverLists_(servers), baseDn_(baseDn) {}
+LdifActor::LdifActor(const std::string& base, const std::vector<ServerPairs>& servers)
+    : serverLists(servers), baseDn(base) {}
 
 std::vector<std::string>* LdifActor::getOutputFilename(const std::string& dn) {
   LdifEntry entry;
@@ -25,17 +25,17 @@ std::vector<std::string>* LdifActor::getOutputFilename(const std::string& dn) {
   return getOutputFilename(entry);
 }
 
-std::vector<std::string>* LdifActor::getOutputFilename(const LdifEntry& entry) {
+std::vector<std::string>* LdifActor::getOutputFilename(LdifEntry& entry) {
   const LdifEntry& base = baseEntry();
-  if (entry.name() == base.name() || base.hasAncestor(entry)) {
-    return new std::vector<std::string>(outputFiles_);
+  if (entry.getName() == base.getName() || base.hasAncestor(entry)) {
+    return new std::vector<std::string>(outputFiles);
   }
-  return doGetOutputFilename(entry.name());
+  return doGetOutputFilename(entry.getName());
 }
 
-const LdifEntry& LdifActor::baseEntry() const {
-  if (baseEntry_.name().empty() || baseEntryIsBySchema_ != schemaInitialized) {
-    baseEntry_.setName(baseDn_);
+LdifEntry& LdifActor::baseEntry() const {
+  if (baseEntry_.getName().empty() || baseEntryIsBySchema_ != schemaInitialized) {
+    baseEntry_.setName(baseDn);
     baseEntryIsBySchema_ = schemaInitialized;
   }
   return baseEntry_;
@@ -45,8 +45,8 @@ const LdifEntry& LdifActor::baseEntry() const {
 #pragma GCC diagnostic ignored "-Wdeprecated"
 
 void LdifActor::ldifIterate(const std::string& inputFile) throw(LdifIterateException) {
-  activated_ = true;
-  if (needsInputPass_) {
+  activated = true;
+  if (needsInputPass) {
     doLdifIterate(inputFile);
   }
 }
@@ -67,7 +67,7 @@ void LdifActor::doLdifIterate(const std::string& inputFile) throw(LdifIterateExc
       continue;
     }
     if (endsRecord(buffer)) {
-      if (!entry->name().empty()) {
+      if (!entry->getName().empty()) {
         receiveEntry(*entry);
         entry->clear();
       }
@@ -94,7 +94,7 @@ void LdifActor::doLdifIterate(const std::string& inputFile) throw(LdifIterateExc
       entry->addAttribute(type, value);
     }
   }
-  if (!entry->name().empty()) {
+  if (!entry->getName().empty()) {
     receiveEntry(*entry);
   }
 }

@@ -23,7 +23,7 @@ class LdifActor {
   /// pointer. The base DN itself and the DNs above it go to all files of the actor, in server
   /// order; for any other DN the kind of actor decides.
   std::vector<std::string>* getOutputFilename(const std::string& dn);
-  std::vector<std::string>* getOutputFilename(const LdifEntry& entry);
+  std::vector<std::string>* getOutputFilename(LdifEntry& entry);
 
 // C++14 deprecates dynamic exception lists; here they are wanted: any other exception ends the
 // program.
@@ -39,28 +39,28 @@ class LdifActor {
   void doLdifIterate(const std::string& inputFile) throw(LdifIterateException);
 #pragma GCC diagnostic pop
 
-  const std::string& baseDn() const {
-    return baseDn_;
+  const std::string& getBaseDn() const {
+    return baseDn;
   }
-  const std::vector<std::string>& outputFiles() const {
-    return outputFiles_;
+  const std::vector<std::string>& getOutputFiles() const {
+    return outputFiles;
   }
-  bool activated() const {
-    return activated_;
+  bool isActivated() const {
+    return activated;
   }
 
  protected:
-  LdifActor(const std::string& baseDn, const std::vector<ServerPairs>& servers);
+  LdifActor(const std::string& base, const std::vector<ServerPairs>& servers);
 
   /// The base DN as an entry, normalised by the schema in use now.
-  const LdifEntry& baseEntry() const;
+  LdifEntry& baseEntry() const;
 
-  bool activated_ = false;       // ldifIterate was called
-  bool needsInputPass_ = false;  // ldifIterate is to read the input; no actor asks for it yet
-  bool spareFlag_ = false;
-  std::vector<ServerPairs> serverLists_;  // in server order
-  std::string baseDn_;
-  std::vector<std::string> outputFiles_;  // in server order
+  bool activated = false;       // ldifIterate was called
+  bool needsInputPass = false;  // ldifIterate is to read the input; no actor asks for it yet
+  bool spareFlag = false;
+  std::vector<ServerPairs> serverLists;  // in server order
+  std::string baseDn;
+  std::vector<std::string> outputFiles;  // in server order
 
  private:
   /// Routes a normalised DN that is neither the base DN nor above it; it may be elsewhere than

@@ -19,13 +19,13 @@ using Names = std::vector<std::string>;
 /// Records what the base class hands down.
 class RecordingActor : public LdifActor {
  public:
-  explicit RecordingActor(const std::string& baseDn) : LdifActor(baseDn, {}) {
-    outputFiles_ = {"z.ldif", "a.ldif", "a.ldif"};
+  explicit RecordingActor(const std::string& base) : LdifActor(base, {}) {
+    outputFiles = {"z.ldif", "a.ldif", "a.ldif"};
   }
 
-  void askForInputPass() { needsInputPass_ = true; }
-  bool needsInputPass() const { return needsInputPass_; }
-  bool spareFlag() const { return spareFlag_; }
+  void askForInputPass() { needsInputPass = true; }
+  bool isAskingForInputPass() const { return needsInputPass; }
+  bool hasSpareFlag() const { return spareFlag; }
 
   Names routed;
   int entries = 0;
@@ -48,13 +48,13 @@ const Names ownFiles = {"own.ldif"};
 
 TEST(LdifActor, StartsWithItsFlagsClear) {
   const RecordingActor actor("O=C");
-  EXPECT_FALSE(actor.activated());
-  EXPECT_FALSE(actor.needsInputPass());
-  EXPECT_FALSE(actor.spareFlag());
+  EXPECT_FALSE(actor.isActivated());
+  EXPECT_FALSE(actor.isAskingForInputPass());
+  EXPECT_FALSE(actor.hasSpareFlag());
 }
 
 TEST(LdifActor, KeepsTheBaseDnAsGiven) {
-  EXPECT_EQ(RecordingActor(" o = C ").baseDn(), " o = C ");
+  EXPECT_EQ(RecordingActor(" o = C ").getBaseDn(), " o = C ");
 }
 
 TEST(LdifActor, HasAVirtualDestructor) {
@@ -119,7 +119,7 @@ TEST(LdifActor, EachCallReturnsANewList) {
   EXPECT_NE(first.get(), second.get());
   first->clear();
   EXPECT_EQ(*second, allFiles);
-  EXPECT_EQ(actor.outputFiles(), allFiles);
+  EXPECT_EQ(actor.getOutputFiles(), allFiles);
 }
 
 TEST(LdifActor, BaseDnIsNormalisedByTheSchemaInUse) {
@@ -149,13 +149,13 @@ constexpr const char* InputPass::content;
 
 TEST_F(InputPass, LdifIterateActivates) {
   actor_.ldifIterate(directory_.write("in.ldif", content));
-  EXPECT_TRUE(actor_.activated());
+  EXPECT_TRUE(actor_.isActivated());
   EXPECT_EQ(actor_.entries, 0);
 }
 
 TEST_F(InputPass, IsNotRunWhereTheActorDoesNotAskForIt) {
   EXPECT_NO_THROW(actor_.ldifIterate(directory_.path("missing.ldif")));
-  EXPECT_TRUE(actor_.activated());
+  EXPECT_TRUE(actor_.isActivated());
 }
 
 TEST_F(InputPass, IsRunWhereTheActorAsksForIt) {
@@ -167,7 +167,7 @@ TEST_F(InputPass, IsRunWhereTheActorAsksForIt) {
     EXPECT_EQ(failure.line(), 0);
     EXPECT_EQ(failure.message(), "Error opening input file");
   }
-  EXPECT_TRUE(actor_.activated());
+  EXPECT_TRUE(actor_.isActivated());
 }
 
 TEST_F(InputPass, MissingFileThrows) {
@@ -179,7 +179,7 @@ TEST_F(InputPass, MissingFileThrows) {
     EXPECT_EQ(failure.line(), 0);
     EXPECT_EQ(failure.message(), "Error opening input file");
   }
-  EXPECT_FALSE(actor_.activated());
+  EXPECT_FALSE(actor_.isActivated());
 }
 
 TEST_F(InputPass, SeesNoEntry) {

@@ -3,18 +3,18 @@
 #include "actors/AncestorWalk.h"
 #include "actors/normalizeDn.h"
 
-void LdifEntry::setName(const std::string& dn) {
-  dn_ = dn;
-  nLdifActor::normalizeDn(dn_);
+void LdifEntry::setName(const std::string& name) {
+  dn = name;
+  nLdifActor::normalizeDn(dn);
 }
 
 void LdifEntry::clear() {
-  dn_.clear();
-  attributes_.clear();
+  dn.clear();
+  attributes.clear();
 }
 
 void LdifEntry::addAttribute(const std::string& type, const std::string& value) {
-  attributes_.emplace_back(type, value);
+  attributes.emplace_back(type, value);
 }
 
 bool LdifEntry::hasParent(const char* parentDn) const {
@@ -26,9 +26,9 @@ bool LdifEntry::hasParent(const char* parentDn) const {
   return hasParent(parent);
 }
 
-bool LdifEntry::hasParent(const LdifEntry& other) const {
+bool LdifEntry::hasParent(LdifEntry& other) const {
   AncestorWalk walk(*this);
-  return walk.up() && walk.isAt(other.dn_);
+  return walk.up() && walk.isAt(other.dn);
 }
 
 bool LdifEntry::hasAncestor(const char* ancestorDn) const {
@@ -37,10 +37,10 @@ bool LdifEntry::hasAncestor(const char* ancestorDn) const {
   return hasAncestor(ancestor);
 }
 
-bool LdifEntry::hasAncestor(const LdifEntry& other) const {
+bool LdifEntry::hasAncestor(LdifEntry& other) const {
   AncestorWalk walk(*this);
   while (walk.up()) {
-    if (walk.isAt(other.dn_)) {
+    if (walk.isAt(other.dn)) {
       return true;
     }
   }
@@ -48,6 +48,6 @@ bool LdifEntry::hasAncestor(const LdifEntry& other) const {
 }
 
 RawEntry* LdifEntry::getEntry() {
-  rawEntry_.word = 0;
-  return &rawEntry_;
+  rawEntry.word = 0;
+  return &rawEntry;
 }

@@ -23,35 +23,35 @@ class LdifEntry {
   LdifEntry& operator=(const LdifEntry&) = delete;
 
   /// Names the entry; the DN is stored in normal form, empty where it is no usable DN.
-  void setName(const std::string& dn);
+  void setName(const std::string& name);
 
   /// The same for a DN that is known to be in normal form.
-  void setNormalName(const std::string& dn) { dn_ = dn; }
+  void setNormalName(const std::string& name) { dn = name; }
 
   /// Takes the DN and the attributes away.
   void clear();
 
-  const std::string& name() const { return dn_; }
-  const std::vector<Attribute>& attributes() const { return attributes_; }
+  const std::string& getName() const { return dn; }
+  const std::vector<Attribute>& getAttributes() const { return attributes; }
   void addAttribute(const std::string& type, const std::string& value);
 
   /// Whether `parentDn`, in any spelling, is the DN right above this entry; false for a null
   /// pointer.
   bool hasParent(const char* parentDn) const;
-  bool hasParent(const LdifEntry& other) const;
+  bool hasParent(LdifEntry& other) const;
 
   /// Whether `ancestorDn`, in any spelling, is a DN above this entry. It must not be a null
   /// pointer.
   bool hasAncestor(const char* ancestorDn) const;
-  bool hasAncestor(const LdifEntry& other) const;
+  bool hasAncestor(LdifEntry& other) const;
 
   /// The raw record, its first word set to 0; still owned here.
   RawEntry* getEntry();
 
  private:
-  std::string dn_;
-  RawEntry rawEntry_;
-  std::vector<Attribute> attributes_;  // the lines other than "dn", in input order
+  std::string dn;
+  RawEntry rawEntry;
+  std::vector<Attribute> attributes;  // the lines other than "dn", in input order
 };
 
 #endif

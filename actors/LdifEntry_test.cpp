@@ -9,8 +9,8 @@ namespace {
 
 TEST(LdifEntry, StartsEmpty) {
   LdifEntry entry;
-  EXPECT_EQ(entry.name(), "");
-  EXPECT_TRUE(entry.attributes().empty());
+  EXPECT_EQ(entry.getName(), "");
+  EXPECT_TRUE(entry.getAttributes().empty());
   ASSERT_NE(entry.getEntry(), nullptr);
   EXPECT_EQ(entry.getEntry()->word, 0);
 }
@@ -31,7 +31,7 @@ TEST(LdifEntry, NameIsNormalised) {
   LdifEntry entry;
   const std::string dn = " cn = Jo , o=x ";
   entry.setName(dn);
-  EXPECT_EQ(entry.name(), "CN=JO,O=X");
+  EXPECT_EQ(entry.getName(), "CN=JO,O=X");
   EXPECT_EQ(dn, " cn = Jo , o=x ");
 }
 
@@ -39,9 +39,9 @@ TEST(LdifEntry, LaterNameReplacesTheFirst) {
   LdifEntry entry;
   entry.setName("cn=a,o=x");
   entry.setName("o=y");
-  EXPECT_EQ(entry.name(), "O=Y");
+  EXPECT_EQ(entry.getName(), "O=Y");
   entry.setName("no dn");
-  EXPECT_EQ(entry.name(), "");
+  EXPECT_EQ(entry.getName(), "");
 }
 
 TEST(LdifEntry, KeepsAttributesInTheirOrderUntilCleared) {
@@ -51,10 +51,10 @@ TEST(LdifEntry, KeepsAttributesInTheirOrderUntilCleared) {
   entry.addAttribute("a", "1");
   entry.addAttribute("b", "2");
   const std::vector<LdifEntry::Attribute> expected = {{"b", "2"}, {"a", "1"}, {"b", "2"}};
-  EXPECT_EQ(entry.attributes(), expected);
+  EXPECT_EQ(entry.getAttributes(), expected);
   entry.clear();
-  EXPECT_EQ(entry.name(), "");
-  EXPECT_TRUE(entry.attributes().empty());
+  EXPECT_EQ(entry.getName(), "");
+  EXPECT_TRUE(entry.getAttributes().empty());
 }
 
 struct PlaceRow {

@@ -50,7 +50,7 @@ namespace {
 /// An actor that asks for the input pass.
 class IteratingActor : public HashActor {
  public:
-  IteratingActor() : HashActor("O=A", {{{"file", "a.ldif"}}}) { needsInputPass_ = true; }
+  IteratingActor() : HashActor("O=A", {{{"file", "a.ldif"}}}) { needsInputPass = true; }
 };
 
 /// Calls with no memory left, and ends the process in an orderly way where an exception arrives.

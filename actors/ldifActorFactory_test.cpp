@@ -60,13 +60,13 @@ TEST(LdifActorFactory, OneActorForEachBaseDnAndTheCryptoActor) {
   EXPECT_TRUE(isHash(actors.at("O=A")));
   EXPECT_TRUE(isHash(actors.at("O=B")));
   EXPECT_TRUE(isCrypto(actors.at("CN=LOCALHOST")));
-  EXPECT_EQ(actors.at("O=A")->baseDn(), "O=A");
-  EXPECT_EQ(actors.at("CN=LOCALHOST")->baseDn(), "CN=LOCALHOST");
+  EXPECT_EQ(actors.at("O=A")->getBaseDn(), "O=A");
+  EXPECT_EQ(actors.at("CN=LOCALHOST")->getBaseDn(), "CN=LOCALHOST");
 }
 
 TEST(LdifActorFactory, SpareRecordIsNoServer) {
   const Actors actors = Configured().addSection("O=A", {"a1.ldif", "a2.ldif"}).actors();
-  EXPECT_EQ(actors.at("O=A")->outputFiles(), Names({"a1.ldif", "a2.ldif"}));
+  EXPECT_EQ(actors.at("O=A")->getOutputFiles(), Names({"a1.ldif", "a2.ldif"}));
 }
 
 TEST(LdifActorFactory, ConfigurationKeepsItsSpareRecord) {
@@ -77,8 +77,8 @@ TEST(LdifActorFactory, ConfigurationKeepsItsSpareRecord) {
 
 TEST(LdifActorFactory, ConfiguredActorsAreActivatedAndTheCryptoActorIsNot) {
   const Actors actors = Configured().addSection("O=A", {"a1.ldif"}).actors();
-  EXPECT_TRUE(actors.at("O=A")->activated());
-  EXPECT_FALSE(actors.at("CN=LOCALHOST")->activated());
+  EXPECT_TRUE(actors.at("O=A")->isActivated());
+  EXPECT_FALSE(actors.at("CN=LOCALHOST")->isActivated());
 }
 
 TEST(LdifActorFactory, CryptoFilesAreInByteOrder) {
@@ -86,7 +86,7 @@ TEST(LdifActorFactory, CryptoFilesAreInByteOrder) {
                             .addSection("O=A", {"server2.ldif", "server10.ldif"})
                             .addSection("O=B", {"b.ldif", "Z.ldif", "a.ldif"})
                             .actors();
-  EXPECT_EQ(actors.at("CN=LOCALHOST")->outputFiles(),
+  EXPECT_EQ(actors.at("CN=LOCALHOST")->getOutputFiles(),
             Names({"Z.ldif", "a.ldif", "b.ldif", "server10.ldif", "server2.ldif"}));
 }
 
@@ -95,14 +95,15 @@ TEST(LdifActorFactory, SharedFileIsInTheCryptoListOnce) {
                             .addSection("O=A", {"shared.ldif", "a.ldif"})
                             .addSection("O=B", {"b.ldif", "shared.ldif"})
                             .actors();
-  EXPECT_EQ(actors.at("CN=LOCALHOST")->outputFiles(), Names({"a.ldif", "b.ldif", "shared.ldif"}));
+  EXPECT_EQ(actors.at("CN=LOCALHOST")->getOutputFiles(),
+            Names({"a.ldif", "b.ldif", "shared.ldif"}));
 }
 
 TEST(LdifActorFactory, WithoutBaseDnThereIsTheCryptoActorAlone) {
   const Actors actors = Configured().actors();
   EXPECT_EQ(keysOf(actors), Names({"CN=LOCALHOST"}));
   EXPECT_TRUE(isCrypto(actors.at("CN=LOCALHOST")));
-  EXPECT_TRUE(actors.at("CN=LOCALHOST")->outputFiles().empty());
+  EXPECT_TRUE(actors.at("CN=LOCALHOST")->getOutputFiles().empty());
 }
 
 TEST(LdifActorFactory, CryptoActorReplacesAConfiguredActorOfItsName) {
@@ -112,7 +113,7 @@ TEST(LdifActorFactory, CryptoActorReplacesAConfiguredActorOfItsName) {
                             .actors();
   EXPECT_EQ(keysOf(actors), Names({"CN=LOCALHOST", "O=A"}));
   EXPECT_TRUE(isCrypto(actors.at("CN=LOCALHOST")));
-  EXPECT_EQ(actors.at("CN=LOCALHOST")->outputFiles(), Names({"a.ldif", "local.ldif"}));
+  EXPECT_EQ(actors.at("CN=LOCALHOST")->getOutputFiles(), Names({"a.ldif", "local.ldif"}));
 }
 
 TEST(LdifActorFactory, TracesItsSteps) {

@@ -81,7 +81,7 @@ std::FILE* openLog(const std::string& name) {
 
 /// All output files may be open at once, and the input with them.
 std::size_t countFilesOfSplit(const std::map<std::string, LdifActor*>& actors) {
-  return actors.at(cryptoDN)->outputFiles().size() + 2;
+  return actors.at(cryptoDN)->getOutputFiles().size() + 2;
 }
 
 void split(const VarnelConfig& config, const std::map<std::string, LdifActor*>& actors,

@@ -211,7 +211,7 @@ ParsedLine Splitter::parseLine() {
 /// skipped.
 bool Splitter::startRecord(const char* dn) {
   current_.setName(dn);
-  if (current_.name().empty()) {
+  if (current_.getName().empty()) {
     throwInvalidLine();
   }
   if (lineNumber_.number() < firstLine_) {
@@ -245,7 +245,7 @@ void Splitter::setTargets(const std::vector<std::string>& names) {
 }
 
 void Splitter::writeRecordStart(const Target& target, const char* dn) const {
-  TRACE(traceError, "putting %s in file %s\n", current_.name().c_str(), target.name.c_str());
+  TRACE(traceError, "putting %s in file %s\n", current_.getName().c_str(), target.name.c_str());
   // A failure here stays in the stream and shows at the latest when it is closed.
   ::fputs_unlocked("\ndn: ", target.stream);
   ::fputs_unlocked(dn, target.stream);

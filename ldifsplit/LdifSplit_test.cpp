@@ -26,8 +26,8 @@ using Names = std::vector<std::string>;
 /// Sends the base DN, those above it and everything below it to one list of files.
 class FixedActor : public LdifActor {
  public:
-  FixedActor(const std::string& baseDn, const Names& files) : LdifActor(baseDn, {}) {
-    outputFiles_ = files;
+  FixedActor(const std::string& base, const Names& files) : LdifActor(base, {}) {
+    outputFiles = files;
   }
 
   Names routed;
@@ -35,7 +35,7 @@ class FixedActor : public LdifActor {
  private:
   Names* doGetOutputFilename(const std::string& dn) override {
     routed.push_back(dn);
-    return new Names(outputFiles_);
+    return new Names(outputFiles);
   }
   void receiveEntry(const LdifEntry& /*entry*/) override {}
 };
@@ -44,8 +44,8 @@ class FixedActor : public LdifActor {
 template <typename Failure>
 class FailingActor : public LdifActor {
  public:
-  FailingActor(const std::string& baseDn, const Failure& failure)
-      : LdifActor(baseDn, {}), failure_(failure) {}
+  FailingActor(const std::string& base, const Failure& failure)
+      : LdifActor(base, {}), failure_(failure) {}
 
  private:
   Names* doGetOutputFilename(const std::string& /*dn*/) override { throw failure_; }

@@ -34,7 +34,7 @@ TEST_P(NearestAncestor, OfATextInWhateverOrderTheBaseDnsStand) {
 TEST_P(NearestAncestor, OfAnEntryIsAnElementOfTheList) {
   LdifEntry entry;
   entry.setName(GetParam().dn);
-  ASSERT_EQ(entry.name(), GetParam().dn);
+  ASSERT_EQ(entry.getName(), GetParam().dn);
   const Names& baseDNs = GetParam().baseDNs;
   const std::string* nearest = findNearestAncestor(entry, baseDNs);
   const auto expected = std::find(baseDNs.begin(), baseDNs.end(), GetParam().nearest);
