@@ -66,7 +66,7 @@ struct ParsedLine {
 
 /// An output file of the current record.
 struct Target {
-  std::string name;
+  const std::string* name;
   std::FILE* stream;
 };
 
@@ -93,7 +93,6 @@ class Splitter {
   ParsedLine parseLine();
   bool startRecord(const char* dn);
   void route();
-  void setTargets(const std::vector<std::string>& names);
   void writeRecordStart(const Target& target, const char* dn) const;
   void writeAsRead(const Target& target, const char* line, std::size_t size) const;
   void traceReadError() const;
@@ -109,8 +108,9 @@ class Splitter {
   OutputFileSet outputs_;
   LineCounter lineNumber_;
   LineCopies line_;
-  LdifEntry current_;            // names the current record
-  std::vector<Target> targets_;  // of the current record; none before the first
+  LdifEntry current_;                                // names the current record
+  std::unique_ptr<std::vector<std::string>> files_;  // of the current record; none before the first
+  std::vector<Target> targets_;                      // the same with their streams
 };
 
 void Splitter::run() {
@@ -187,7 +187,7 @@ void Splitter::splitLine(const LineReader& reader) {
   for (const Target& target : targets_) {
     if (line.type == nullptr) {
       // A line that parses without a type is one that cannot be written.
-      throwFileWriteException<SplitOutputException>(target.name, lineNumber_.number());
+      throwFileWriteException<SplitOutputException>(*target.name, lineNumber_.number());
     }
     writeAsRead(target, line_.asRead(), line_.size());
   }
@@ -228,35 +228,30 @@ bool Splitter::startRecord(const char* dn) {
 void Splitter::route() {
   const std::string* baseDn = findNearestAncestor(current_, baseDNs_);
   if (baseDn == nullptr) {
-    setTargets({defaultOutputFile_});
-    return;
+    files_.reset(new std::vector<std::string>(1, defaultOutputFile_));
+  } else {
+    files_.reset(actors_.at(*baseDn)->getOutputFilename(current_));
   }
-  const std::unique_ptr<std::vector<std::string>> names(
-      actors_.at(*baseDn)->getOutputFilename(current_));
-  setTargets(*names);
-}
-
-/// Opens the files that are not open yet, and finds each stream once for the whole record.
-void Splitter::setTargets(const std::vector<std::string>& names) {
+  // Each stream is found once for the whole record; a file that is not open yet is opened.
   targets_.clear();
-  for (const std::string& name : names) {
-    targets_.push_back({name, outputs_.open(name)});
+  for (const std::string& name : *files_) {
+    targets_.push_back({&name, outputs_.open(name)});
   }
 }
 
 void Splitter::writeRecordStart(const Target& target, const char* dn) const {
-  TRACE(traceError, "putting %s in file %s\n", current_.getName().c_str(), target.name.c_str());
+  TRACE(traceError, "putting %s in file %s\n", current_.getName().c_str(), target.name->c_str());
   // A failure here stays in the stream and shows at the latest when it is closed.
   ::fputs_unlocked("\ndn: ", target.stream);
   ::fputs_unlocked(dn, target.stream);
   if (::fwrite_unlocked("\n", 1, 1, target.stream) != 1) {
-    throwFileWriteException<SplitOutputException>(target.name, lineNumber_.number());
+    throwFileWriteException<SplitOutputException>(*target.name, lineNumber_.number());
   }
 }
 
 void Splitter::writeAsRead(const Target& target, const char* line, std::size_t size) const {
   if (::fwrite_unlocked(line, size, 1, target.stream) != 1) {
-    throwFileWriteException<SplitOutputException>(target.name, lineNumber_.number());
+    throwFileWriteException<SplitOutputException>(*target.name, lineNumber_.number());
   }
 }
 

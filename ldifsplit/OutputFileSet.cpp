@@ -1,6 +1,7 @@
 #include "ldifsplit/OutputFileSet.h"
 
 #include <cassert>
+#include <memory>
 
 #include "ldifsplit/LdifSplitException.h"
 #include "ldifsplit/SplitOutputException.h"
@@ -8,10 +9,21 @@
 
 namespace ldifsplit {
 
+namespace {
+
+/// Fewer and larger writes than the library's own buffer makes.
+constexpr std::size_t bufferSize = std::size_t{64} * 1024;
+
+}  // namespace
+
 std::FILE* OutputFileSet::open(const std::string& nextFilename) {
   auto found = nametofp.find(nextFilename);
   if (found == nametofp.end()) {
-    std::FILE* const opened = openNewLdif<LdifSplitException>(nextFilename.c_str());
+    std::unique_ptr<char[]> buffer(new char[bufferSize]);
+    buffers_.reserve(buffers_.size() + 1);
+    std::FILE* const opened =
+        openNewLdif<LdifSplitException>(nextFilename.c_str(), buffer.get(), bufferSize);
+    buffers_.push_back(buffer.release());
     found = nametofp.emplace(nextFilename, opened).first;
   }
   assert(found != nametofp.end());
@@ -21,21 +33,25 @@ std::FILE* OutputFileSet::open(const std::string& nextFilename) {
 }
 
 void OutputFileSet::closeAll(int line) {
-  const std::string* failed = nullptr;
+  std::string failed;
+  bool anyFailed = false;
   for (const auto& file : nametofp) {
     // A write that failed before, unnoticed then, shows here too.
     const bool incomplete = std::ferror(file.second) != 0;
     const bool closed = std::fclose(file.second) == 0;
-    if ((incomplete || !closed) && failed == nullptr) {
-      failed = &file.first;
+    if ((incomplete || !closed) && !anyFailed) {
+      anyFailed = true;
+      failed = file.first;
     }
   }
-  if (failed != nullptr) {
-    const std::string name = *failed;
-    nametofp.clear();
-    throwFileWriteException<SplitOutputException>(name, line);
-  }
   nametofp.clear();
+  for (const char* buffer : buffers_) {
+    delete[] buffer;
+  }
+  buffers_.clear();
+  if (anyFailed) {
+    throwFileWriteException<SplitOutputException>(failed, line);
+  }
 }
 
 }  // namespace ldifsplit

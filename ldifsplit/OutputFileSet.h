@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <map>
 #include <string>
+#include <vector>
 
 namespace ldifsplit {
 
@@ -23,6 +24,7 @@ class OutputFileSet {
 
  private:
   std::map<std::string, std::FILE*> nametofp;
+  std::vector<char*> buffers_;  // of the open streams, and theirs for as long as they are open
 };
 
 }  // namespace ldifsplit

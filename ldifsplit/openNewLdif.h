@@ -4,6 +4,7 @@
 #ifndef LDIFSPLIT_OPENNEWLDIF_H
 #define LDIFSPLIT_OPENNEWLDIF_H
 
+#include <cstddef>
 #include <cstdio>
 #include <string>
 
@@ -27,11 +28,16 @@ template <typename E>
 /// line (RFC 2849). Returns the stream, which the caller closes. Throws E, line 0: through
 /// throwFileOpenException where the file cannot be opened, through throwFileWriteException where a
 /// piece of the header is not written in full.
+///
+/// The stream works in the `size` bytes at `buffer`, which have to outlive it.
 template <typename E>
-std::FILE* openNewLdif(const char* path, E* /*selector*/ = nullptr) {
+std::FILE* openNewLdif(const char* path, char* buffer, std::size_t size) {
   AutoClose stream(std::fopen(path, "w"));
   if (stream == nullptr) {
     throwFileOpenException<E>(path);
+  }
+  if (buffer != nullptr) {
+    std::setvbuf(stream.get(), buffer, _IOFBF, size);
   }
   for (const std::string piece : {"version: 1\n", "\n"}) {
     if (std::fwrite(piece.data(), piece.size(), 1, stream.get()) != 1) {
@@ -39,6 +45,12 @@ std::FILE* openNewLdif(const char* path, E* /*selector*/ = nullptr) {
     }
   }
   return stream.release();
+}
+
+/// The same with the library's own buffer.
+template <typename E>
+std::FILE* openNewLdif(const char* path, E* /*selector*/ = nullptr) {
+  return openNewLdif<E>(path, nullptr, 0);
 }
 
 /// Opens the file for appending; what it holds stays, and no header is written. Returns the stream,

@@ -78,14 +78,12 @@ bool DnNormalizer::scan(std::string_view dn) {
 /// Writes types, and values that ignore case, in upper case.
 void DnNormalizer::writeUpperCase(std::string_view dn) {
   writtenBuffer_ = dn;
-  const auto raise = [this](std::size_t begin, std::size_t end) {
-    char* const text = writtenBuffer_.data();
-    for (std::size_t i = begin; i < end; ++i) {
-      text[i] = toAsciiUpper(text[i]);
-    }
-  };
   for (const NormalAva& ava : avas_) {
-    raise(ava.begin, ava.ignoresCase ? ava.end : ava.equals);
+    char* const text = writtenBuffer_.data();
+    char* const end = text + (ava.ignoresCase ? ava.end : ava.equals);
+    for (char* c = text + ava.begin; c != end; ++c) {
+      *c = toAsciiUpper(*c);
+    }
   }
   written_ = writtenBuffer_;
 }
