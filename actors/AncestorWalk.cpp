@@ -55,5 +55,7 @@ bool AncestorWalk::up() {
   }
   parent_ = std::move(parent);
   current_ = parent_.get();
+  offset_ = 0;
+  parentsAreTails_ = isSingleValued(*parent_);
   return true;
 }

@@ -207,7 +207,7 @@ void VarnelConfig::setLogFile(std::string value, int line) {
     if (recovery_) {
       throwFileWriteException<VarnelConfigException>(value, line);
     }
-    // Where it cannot be created, the driver's open says so.
+    // Where it cannot be created, the open among the final checks fails.
     clearFile(value.c_str());
   }
   logFile_ = value;
@@ -287,7 +287,8 @@ void VarnelConfig::processBaseDNSection(std::string key, std::string value, int 
 void VarnelConfig::prepareServerFile(std::string& value, int line) const {
   addBaseDirToFilename(value, baseDir_);
   prepareOutputFile(value, recovery_, line);
-  // In recovery mode too the file starts empty; the split reports one that cannot be opened.
+  // In recovery mode too the file starts empty; the split reports one that cannot be opened, where
+  // an entry goes to it.
   const AutoClose emptied(std::fopen(value.c_str(), "w"));
 }
 

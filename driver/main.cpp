@@ -1,6 +1,8 @@
 // varnel: splits one LDIF file over the LDIF files of the back-end servers of a partitioned
 // directory.
 
+#include <algorithm>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -16,19 +18,21 @@
 #include "config/VarnelConfig.h"
 #include "config/VarnelConfigException.h"
 #include "config/configKeys.h"
-#include "driver/ProcessSetup.h"
 #include "driver/findLastLineSplit.h"
 #include "driver/getOptArgs.h"
 #include "driver/loadSchemaFiles.h"
+#include "driver/prepareProcess.h"
 #include "driver/traceConfig.h"
 #include "ldifsplit/LdifSplit.h"
 #include "platform/dirclient/dirclient.h"
 #include "platform/messages/PrintMessage.h"
 #include "platform/trace/trace.h"
 
-namespace {
-
+/// Where the configuration is looked for without -f.
+extern const char* const defaultConfigFile;
 const char* const defaultConfigFile = "./varnelConfig";
+
+namespace {
 
 constexpr int messageSet = 32;
 constexpr int usageMessage = 5;
@@ -37,9 +41,15 @@ constexpr int missingArgumentMessage = 46;
 /// The slots of the option vector, in the order of the option letters.
 enum OptionSlot { configFileSlot, recoverySlot, debugSlot, instanceSlot };
 
+/// The number at the start of the text, 0 where there is none, at most as far as an int goes.
+int toInt(const std::string& text) {
+  const long number = std::strtol(text.c_str(), nullptr, 10);
+  return static_cast<int>(std::max(long{INT_MIN}, std::min(number, long{INT_MAX})));
+}
+
 /// The one line that a failed run leaves in the log, and its exit status.
 [[noreturn]] void exitAfterFailure(std::FILE* log, int line) {
-  // A failure this early is a matter of the set-up rather than of the data.
+  // The statuses tell a fault at the very start from one further on; scripts rely on this line.
   constexpr int lastEarlyLine = 9;
   std::fprintf(log, "%d\n", line);
   std::exit(line <= lastEarlyLine ? 2 : 1);
@@ -111,7 +121,7 @@ int main(int argc, char** argv) {
   const std::vector<std::string> options =
       getOptArgs(argc, argv, optionString, messageSet, usageMessage, missingArgumentMessage);
   ldtr_init();
-  write_ldap_debug(static_cast<int>(std::strtol(options[debugSlot].c_str(), nullptr, 10)));
+  write_ldap_debug(toInt(options[debugSlot]));
   loadSchema(options[instanceSlot]);
 
   const std::string configFile =

@@ -28,7 +28,7 @@ class LineCopies {
  public:
   void set(const char* line, std::size_t size) {
     if (size + 1 > capacity_) {
-      capacity_ = 2 * (size + 1);
+      capacity_ = size + 1 + spare;
       parse_ = new char[capacity_];
       output_ = new char[capacity_];
     }
@@ -46,6 +46,8 @@ class LineCopies {
     std::memcpy(copy, line, size_);
     copy[size_] = '\0';
   }
+
+  static constexpr std::size_t spare = 4096;  // so that few lines are longer than all before
 
   AutoDelete<char> parse_;
   AutoDelete<char> output_;

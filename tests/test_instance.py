@@ -192,9 +192,9 @@ def test_faults_of_the_configuration_name_file_and_line(site, line, number, argu
     assert run.status == 1 and run.stdout == b"", run
     (text,) = run.lines("stderr")
     if argument is not None:
-        assert text == render(33, number, ("./inst/instance.conf", "2", argument))
+        assert text == render(33, number, ("./inst", "./inst/instance.conf", "2", argument))
     else:
-        assert text.startswith("VNL033007E: Instance configuration ./inst/instance.conf, line 2: ")
+        assert text.startswith("VNL033007E: Instance ./inst, file ./inst/instance.conf, line 2: ")
         assert "missing.schema" in text
     assert "rest.ldif" not in site.tree()
 

@@ -36,7 +36,10 @@ void appendValue(const WrittenAva& ava, const schema::AttributeType* attribute,
     appendNormalValue(ava.value, rule, schema, nesting, text);
     return;
   }
-  std::pmr::string bytes(text.get_allocator());
+  // Given back at once: a name may have any number of values.
+  std::array<std::byte, 512> stack;
+  std::pmr::monotonic_buffer_resource memory(stack.data(), stack.size());
+  std::pmr::string bytes(&memory);
   bytes.reserve(ava.value.size());
   appendUnescaped(ava.value, bytes);
   appendNormalValue(bytes, rule, schema, nesting, text);

@@ -399,6 +399,18 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"BitsByBytes", "bits='0101'B", "BITS='0101'B"},
         Row{"TimeInUtc", "time=20060102030405Z", "TIME=20060102030405Z"},
         Row{"TimeElsewhere", "time=20060101230405-0400", "TIME=20060102030405Z"},
+        Row{"IntegerBehindBlanks", "int=\\20007\\20", "INT=7"},
+        Row{"IntegerInQuotesWithABlank", "int=\"007 \"", "INT=7"},
+        Row{"IntegerWithAControl", "int=0\\0107", "INT=7"},
+        // U+FF10 and U+FF17 are the digits 0 and 7 by NFKC.
+        Row{"IntegerInWideDigits", "int=\xef\xbc\x90\xef\xbc\x97", "INT=7"},
+        Row{"TimeInLowerCase", "time=200601020304z", "TIME=20060102030400Z"},
+        Row{"TimeBehindABlank", "time=\\20200601020304Z", "TIME=20060102030400Z"},
+        Row{"ObjectIdentifierBehindABlank", "oidvalue=\" cn\"", "OIDVALUE=2.5.4.3"},
+        // U+FF04 is a dollar sign by NFKC.
+        Row{"ListWithAWideDollar", "list=a\xef\xbc\x84 b  c", "LIST=A$B C"},
+        Row{"ListThatIsNotUtf8", "list=a  b$\\FF", "LIST=A  B$\xff"},
+        Row{"DnThatIsOneOncePrepared", "name=cn=a\\,\\09o=b", "NAME=CN=A\\,ORGANIZATIONNAME=B"},
         Row{"TimeThatIsNone", "time=2006 x", "TIME=2006 X"}),
     nameOf);
 
@@ -409,6 +421,63 @@ TEST(WithSchema, CaseExactValuesStayDistinct) {
 TEST(WithSchema, OctetStringsOfBlanksStayDistinct) {
   EXPECT_NE(normalForm("octets=\\20", &testSchema), normalForm("octets=\\20\\20", &testSchema));
   EXPECT_NE(normalForm("octets=\\20", &testSchema), normalForm("octets=", &testSchema));
+}
+
+// Values of every rule, valid and not, put together from what makes them so or almost so.
+TEST(WithSchema, NormalFormsOfEveryRuleAreTheirOwnAndTheTwoRoadsAgree) {
+  std::mt19937 random(3);
+  const std::vector<std::string> types = {
+      "cn",   "o",    "exact",    "ia5",    "list", "name", "int",    "num",       "tel",
+      "bool", "time", "oidvalue", "octets", "bits", "foo",  "1.1.14", "commonName"};
+  const std::vector<std::string> pieces = {"0",
+                                           "07",
+                                           "-",
+                                           "12",
+                                           "Z",
+                                           "z",
+                                           "2006010203",
+                                           "\\20",
+                                           "\\09",
+                                           "\\01",
+                                           "\\,",
+                                           "\\+",
+                                           "=",
+                                           "cn=",
+                                           "exact=",
+                                           "$",
+                                           " ",
+                                           "  ",
+                                           "a",
+                                           "B",
+                                           "cn",
+                                           ".5",
+                                           "+01",
+                                           "#",
+                                           "\xef\xbc\x90",
+                                           "\xef\xbc\x84",
+                                           "\xe2\x84\xaa",
+                                           "\\FF",
+                                           "\xcc\x88",
+                                           "name="};
+  int usable = 0;
+  for (int i = 0; i < 60000; ++i) {
+    std::string dn = types[random() % types.size()] + "=";
+    for (auto count = random() % 6; count > 0; --count) {
+      dn += pieces[random() % pieces.size()];
+    }
+    if (random() % 4 == 0) {
+      dn += "," + types[random() % types.size()] + "=" + pieces[random() % pieces.size()];
+    }
+    const auto once = normalForm(dn, &testSchema);
+    if (!once) {
+      continue;
+    }
+    ++usable;
+    EXPECT_EQ(normalForm(*once, &testSchema), once) << dn;
+    // A blank in front keeps the scan from recognising the text, and means nothing.
+    EXPECT_EQ(normalForm(" " + dn, &testSchema), once) << dn;
+  }
+  EXPECT_GT(usable, 30000);
 }
 
 // Each level of DNs in DNs doubles the escapes: without a bound, a short text grows beyond all

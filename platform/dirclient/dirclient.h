@@ -56,8 +56,9 @@ void write_ldap_debug(int level);
 /** The server that holds the entry `dn` below `baseDn`: 1 to `serverCount`, or 0 where
  * `serverCount` is below 1. Any spelling of the two names gives the same number. All entries below
  * one child of the base DN have the same server. A DN that is not below `baseDn` still gets a
- * number, by the whole of it. Allocates nothing for a DN in normal form. The function never
- * changes: data lies where it said. */
+ * number, by the whole of it. Where the data was split by a schema, pass what dn_normalize_esc()
+ * makes of the names: here they are normalised without one. Needs no heap for a DN of ordinary
+ * length in normal form. The function never changes: data lies where it said. */
 int get_hash_value_from_dn(const char* dn, const char* baseDn, int serverCount);
 
 /** Nonzero for an LDAP URL (RFC 4516): scheme ldap, ldaps or ldapi, host, port, DN, attributes,

@@ -24,6 +24,25 @@ void* operator new(std::size_t size) {
   return memory;
 }
 
+// What memory resources call.
+void* operator new(std::size_t size, std::align_val_t alignment) {
+  ++allocations;
+  const auto align = static_cast<std::size_t>(alignment);
+  void* memory = std::aligned_alloc(align, (size + align - 1) / align * align);
+  if (memory == nullptr) {
+    throw std::bad_alloc();
+  }
+  return memory;
+}
+
+void operator delete(void* memory, std::align_val_t /*alignment*/) noexcept {
+  std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept {
+  std::free(memory);
+}
+
 void operator delete(void* memory) noexcept {
   std::free(memory);
 }
@@ -154,13 +173,37 @@ TEST(Hash, OneServerMoreMovesEntriesToItAlone) {
   }
 }
 
-TEST(Hash, NormalFormCostsNoMemory) {
-  for (const char* dn : {"UID=USER1,OU=PEOPLE,O=X", "CN=JO+UID=JO,O=X", "CN=A\\,B,O=X",
-                         "CN=M\xc3\x9cLLER,O=X", "1.2.3=#0401FF,O=X"}) {
-    const long before = allocations;
-    get_hash_value_from_dn(dn, base, 64);
-    EXPECT_EQ(allocations, before) << dn;
+std::string repeated(const std::string& part, int count) {
+  std::string text;
+  for (int i = 0; i < count; ++i) {
+    text += part;
   }
+  return text;
+}
+
+TEST(Hash, NormalFormCostsNoMemory) {
+  const std::vector<std::string> dns = {"UID=USER1,OU=PEOPLE,O=X",
+                                        "CN=JO+UID=JO,O=X",
+                                        "CN=A\\,B,O=X",
+                                        repeated("CN=A,", 4000) + "O=X",
+                                        "CN=" + std::string(1000000, 'A') + ",O=X",
+                                        "CN=M\xc3\x9cLLER,O=X",
+                                        repeated("OU=M\xc3\x9cLLER,", 8) + "O=X",
+                                        "CN=" + repeated("\xc3\x9c", 100) + ",O=X",
+                                        "1.2.3=#0401FF,O=X"};
+  for (const std::string& dn : dns) {
+    const long before = allocations;
+    get_hash_value_from_dn(dn.c_str(), base, 64);
+    EXPECT_EQ(allocations, before) << dn.substr(0, 40);
+  }
+}
+
+// So that the test above can fail: memory that has to be there is seen.
+TEST(Hash, LongTextThatIsNotNormalCostsMemory) {
+  const std::string dn = " CN=" + std::string(1000000, 'A') + ",O=X";
+  const long before = allocations;
+  get_hash_value_from_dn(dn.c_str(), base, 64);
+  EXPECT_GT(allocations, before);
 }
 
 TEST(Threads, AgreeOnEveryAnswer) {

@@ -1,6 +1,8 @@
 #include "platform/dirclient/normalizeValue.h"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 
 #include "platform/dirclient/DnNormalizer.h"
 #include "platform/dirclient/appendNormalTime.h"
@@ -27,86 +29,130 @@ void appendHexEscape(char c, std::pmr::string& text) {
   text += upperHexDigit(byte & 0xFU);
 }
 
-/// The value as RFC 4518 prepares it, or its bytes where it is not UTF-8.
-std::pmr::string prepared(std::string_view value, LetterCase letterCase,
-                          Insignificant insignificant, std::pmr::string& text) {
-  std::pmr::string result(text.get_allocator());
-  if (!prepareString(value, letterCase, insignificant, result)) {
-    result = value;
-    for (char& c : result) {
-      c = letterCase == LetterCase::upper ? toAsciiUpper(c) : c;
-    }
+/// Working memory of one value, given back when the value is done: a name may have any number of
+/// them.
+class Scratch {
+ public:
+  Scratch() : memory_(stack_.data(), stack_.size()) {}
+  Scratch(const Scratch&) = delete;
+  Scratch& operator=(const Scratch&) = delete;
+
+  std::pmr::memory_resource* memory() { return &memory_; }
+
+ private:
+  std::array<std::byte, 1024> stack_;
+  std::pmr::monotonic_buffer_resource memory_;
+};
+
+/// The value as RFC 4518 prepares it, or its bytes where it is not UTF-8; tells which.
+bool prepare(std::string_view value, LetterCase letterCase, Insignificant insignificant,
+             std::pmr::string& result) {
+  if (prepareString(value, letterCase, insignificant, result)) {
+    return true;
   }
-  return result;
+  result = value;
+  for (char& c : result) {
+    c = letterCase == LetterCase::upper ? toAsciiUpper(c) : c;
+  }
+  return false;
 }
 
 void appendPrepared(std::string_view value, LetterCase letterCase, Insignificant insignificant,
                     std::pmr::string& text) {
-  appendEscaped(prepared(value, letterCase, insignificant, text), text);
+  Scratch scratch;
+  std::pmr::string prepared(scratch.memory());
+  prepare(value, letterCase, insignificant, prepared);
+  appendEscaped(prepared, text);
 }
 
 void appendIgnoringCase(std::string_view value, std::pmr::string& text) {
   appendPrepared(value, LetterCase::upper, Insignificant::spaces, text);
 }
 
+/// Appends what `appendBySyntax` makes of the value, prepared as if case were ignored; where it
+/// says that the value is not of its syntax, that prepared value itself. The syntax is tested
+/// behind the preparation and not before: else a value could become one of the syntax by it, and
+/// the normal form of the normal form would be another.
+template <typename AppendBySyntax>
+void appendOfSyntax(std::string_view value, std::pmr::string& text,
+                    const AppendBySyntax& appendBySyntax) {
+  Scratch scratch;
+  std::pmr::string prepared(scratch.memory());
+  prepare(value, LetterCase::upper, Insignificant::spaces, prepared);
+  if (!appendBySyntax(std::string_view(prepared))) {
+    appendEscaped(prepared, text);
+  }
+}
+
 /// Lines separated by `$`, each of which compares by itself (RFC 4517, section 4.2.9).
 void appendList(std::string_view value, std::pmr::string& text) {
-  std::pmr::string list(text.get_allocator());
+  Scratch scratch;
+  std::pmr::string whole(scratch.memory());
+  if (!prepare(value, LetterCase::upper, Insignificant::spaces, whole)) {
+    appendEscaped(whole, text);
+    return;
+  }
+  std::pmr::string list;
+  std::string_view rest = whole;
   for (bool more = true; more;) {
-    const auto dollar = value.find('$');
+    const auto dollar = rest.find('$');
     more = dollar != std::string_view::npos;
-    list += prepared(value.substr(0, dollar), LetterCase::upper, Insignificant::spaces, text);
+    Scratch ofLine;
+    std::pmr::string line(ofLine.memory());
+    prepare(rest.substr(0, dollar), LetterCase::upper, Insignificant::spaces, line);
+    list += line;
     if (more) {
       list += '$';
-      value.remove_prefix(dollar + 1);
+      rest.remove_prefix(dollar + 1);
     }
   }
   appendEscaped(list, text);
 }
 
 /// RFC 4517, section 3.3.16: an optional minus sign and digits. Zeros before the number go.
-void appendInteger(std::string_view value, std::pmr::string& text) {
+bool appendInteger(std::string_view value, std::pmr::string& text) {
   const bool negative = value.starts_with('-');
   std::string_view digits = value.substr(negative ? 1 : 0);
   if (digits.empty() || digits.find_first_not_of("0123456789") != std::string_view::npos) {
-    appendIgnoringCase(value, text);
-    return;
+    return false;
   }
   digits.remove_prefix(std::min(digits.find_first_not_of('0'), digits.size() - 1));
   if (negative && digits != "0") {
     text += '-';
   }
   text += digits;
-}
-
-void appendTime(std::string_view value, std::pmr::string& text) {
-  if (!appendNormalTime(value, text)) {
-    appendIgnoringCase(value, text);
-  }
+  return true;
 }
 
 /// A name of the schema becomes its number (RFC 4517, section 4.2.26).
-void appendObjectIdentifier(std::string_view value, const schema::Schema* schema,
+bool appendObjectIdentifier(std::string_view value, const schema::Schema* schema,
                             std::pmr::string& text) {
   const std::string_view oid =
       schema != nullptr ? schema->findObjectIdentifier(value) : std::string_view();
-  if (oid.empty()) {
-    appendIgnoringCase(value, text);
-  } else {
-    text += oid;
-  }
+  text += oid;
+  return !oid.empty();
 }
 
-void appendDn(std::string_view value, const schema::Schema* schema, int nesting,
+bool appendDn(std::string_view value, const schema::Schema* schema, int nesting,
               std::pmr::string& text) {
-  if (nesting < maximalNesting) {
-    DnNormalizer dn(schema, nesting + 1);
-    if (dn.normalize(value)) {
-      appendEscaped(dn.text(), text);
-      return;
-    }
+  DnNormalizer dn(schema, nesting + 1);
+  if (!dn.normalize(value)) {
+    return false;
   }
-  appendIgnoringCase(value, text);
+  appendEscaped(dn.text(), text);
+  return true;
+}
+
+/// A DN by its own attributes; what is none may still become one by its preparation.
+void appendDnOrText(std::string_view value, const schema::Schema* schema, int nesting,
+                    std::pmr::string& text) {
+  if (nesting >= maximalNesting) {
+    appendIgnoringCase(value, text);
+  } else if (!appendDn(value, schema, nesting, text)) {
+    appendOfSyntax(value, text, [&](std::string_view prepared) {
+      return appendDn(prepared, schema, nesting, text);
+    });
+  }
 }
 
 }  // namespace
@@ -120,17 +166,21 @@ void appendNormalValue(std::string_view value, EqualityRule rule, const schema::
     case EqualityRule::caseIgnoreList:
       return appendList(value, text);
     case EqualityRule::distinguishedName:
-      return appendDn(value, schema, nesting, text);
+      return appendDnOrText(value, schema, nesting, text);
     case EqualityRule::integer:
-      return appendInteger(value, text);
+      return appendOfSyntax(
+          value, text, [&](std::string_view prepared) { return appendInteger(prepared, text); });
     case EqualityRule::numericString:
       return appendPrepared(value, LetterCase::keep, Insignificant::numericString, text);
     case EqualityRule::telephoneNumber:
       return appendPrepared(value, LetterCase::upper, Insignificant::telephoneNumber, text);
     case EqualityRule::generalizedTime:
-      return appendTime(value, text);
+      return appendOfSyntax(
+          value, text, [&](std::string_view prepared) { return appendNormalTime(prepared, text); });
     case EqualityRule::objectIdentifier:
-      return appendObjectIdentifier(value, schema, text);
+      return appendOfSyntax(value, text, [&](std::string_view prepared) {
+        return appendObjectIdentifier(prepared, schema, text);
+      });
     case EqualityRule::octetString:
     case EqualityRule::bitString:
       return appendEscaped(value, text);

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <utility>
 
-#include "platform/instance/InstanceConfiguration.h"
+#include "platform/instance/readInstanceConfiguration.h"
 
 namespace QuorInstanceUtils {
 

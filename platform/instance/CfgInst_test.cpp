@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/instance/InstanceConfiguration.h"
 #include "platform/instance/InstanceDirectory.h"
+#include "platform/instance/readInstanceConfiguration.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The registry that the library is built with; the other tests are built with one of their own.
 #include <gtest/gtest.h>
 
-#include "platform/instance/InstanceConfiguration.h"
+#include "platform/instance/readInstanceConfiguration.h"
 
 namespace {
 

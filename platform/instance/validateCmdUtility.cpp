@@ -6,7 +6,7 @@
 #include <system_error>
 #include <vector>
 
-#include "platform/instance/InstanceConfiguration.h"
+#include "platform/instance/readInstanceConfiguration.h"
 #include "platform/messages/PrintMessage.h"
 
 namespace {

@@ -10,8 +10,8 @@
 #include <cstring>
 #include <string>
 
-#include "platform/instance/InstanceConfiguration.h"
 #include "platform/instance/InstanceDirectory.h"
+#include "platform/instance/readInstanceConfiguration.h"
 
 namespace {
 
@@ -77,8 +77,9 @@ TEST_F(ValidateCmdUtility, ReportsANameThatIsNotRegistered) {
   const Result result = validate("nowhere");
   EXPECT_FALSE(result.valid);
   EXPECT_EQ(result.configFile, "");
-  EXPECT_THAT(result.messages, StartsWith("VNL033002E: Instance nowhere: there is no directory " +
-                                          QuorInstanceUtils::instanceRegistry() + "/nowhere."));
+  EXPECT_THAT(result.messages,
+              StartsWith("VNL033002E: Instance nowhere: there is no directory " +
+                         QuorInstanceUtils::instanceRegistry() + "/nowhere, or it"));
 }
 
 TEST_F(ValidateCmdUtility, ReportsAPathThatIsNoDirectory) {
@@ -138,25 +139,24 @@ struct FaultRow {
 /// symbolic link to itself.
 const FaultRow faultRows[] = {
     {"NoColon", "systemschema good.schema\n",
-     "VNL033004E: Instance configuration @/instance.conf, line 1: \"systemschema good.schema\""},
-    {"EmptyKey", "\n: good.schema\n",
-     "VNL033004E: Instance configuration @/instance.conf, line 2:"},
+     "VNL033004E: Instance @, file @/instance.conf, line 1: \"systemschema good.schema\""},
+    {"EmptyKey", "\n: good.schema\n", "VNL033004E: Instance @, file @/instance.conf, line 2:"},
     {"UnknownKey", "# a\nsystemschema: good.schema\nschema: good.schema\n",
-     "VNL033005E: Instance configuration @/instance.conf, line 3: \"schema\" is not a key"},
+     "VNL033005E: Instance @, file @/instance.conf, line 3: \"schema\" is not a key"},
     {"UnknownKeyAsWritten", "SystemSchemas: good.schema\n",
      "line 1: \"SystemSchemas\" is not a key"},
     {"NoValue", "userschema:  \n",
-     "VNL033006E: Instance configuration @/instance.conf, line 1: the key \"userschema\""},
+     "VNL033006E: Instance @, file @/instance.conf, line 1: the key \"userschema\""},
     {"MissingFile", "systemschema: nix.schema\n",
-     "VNL033007E: Instance configuration @/instance.conf, line 1: the schema path cannot be read: "
-     "@/nix.schema: No such file or directory"},
+     "VNL033007E: Instance @, file @/instance.conf, line 1: the schema path cannot be read: "
+     "systemschema: @/nix.schema: No such file or directory"},
     {"MissingAbsoluteFile", "systemschema: /nix/nix\n",
      "line 1: the schema path cannot be read: "
-     "/nix/nix: No such file or directory"},
+     "systemschema: /nix/nix: No such file or directory"},
     {"NotAFile", "userschema: pipe\n", "@/pipe: it is not a regular file"},
     {"UnreadableFileInADirectory", "userschema: broken\n", "@/broken/loop.ldif: Too many levels"},
     {"SecondLineIsReportedToo", "x: y\nuserschema: nix\n",
-     "VNL033007E: Instance configuration @/instance.conf, line 2:"},
+     "VNL033007E: Instance @, file @/instance.conf, line 2:"},
 };
 
 class InstanceFaultOf : public ::testing::TestWithParam<FaultRow> {};

@@ -218,6 +218,8 @@ bool isPlainAttributeLine(const char* line, std::size_t size) {
   }
   const char* const colon = skipAttributeDescription(line);
   // The line feed at the end stops the search at the latest, so that a byte follows a colon.
+  // A fold right behind the colon may hide a second one.
   return colon != nullptr && *colon == ':' && colon[1] != ':' && colon[1] != '<' &&
+         colon[1] != '\r' && (colon[1] != '\n' || colon + 2 == line + size) &&
          !(colon - line == 2 && line[0] == 'd' && line[1] == 'n');
 }

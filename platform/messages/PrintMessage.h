@@ -5,7 +5,8 @@
 /// Prints one message as one line: "VNL", set and number in three digits each, the severity letter,
 /// ": " and the text with the arguments in its places. Severity I goes to standard output, W and E
 /// to standard error; the stream is flushed. Line ends and other control bytes in an argument are
-/// shown as `\` and two hexadecimal digits, so that a message stays one line.
+/// shown as `\` and two hexadecimal digits, so that a message
+/// stays one line (only the usage text has several).
 ///
 /// `one` is always 1. The further arguments are all `const char*`, as many as the catalog has for
 /// the message; a number without a text prints its identifier alone through this function.

@@ -58,9 +58,9 @@ TEST_P(CatalogRow, UsesEachOfItsPlacesAndNoOther) {
 }
 
 TEST_P(CatalogRow, FormatsWithItsArgumentsOnTheStreamOfItsSeverity) {
-  const char* const arguments[] = {"<first>", "<second>", "<third>"};
+  const char* const arguments[] = {"<first>", "<second>", "<third>", "<fourth>"};
   const CatalogMessage message = GetParam();
-  ASSERT_LE(message.argumentCount, 3);
+  ASSERT_LE(message.argumentCount, 4);
   const Output output = captured([&] {
     printMessageWithArguments(message.set, message.number, arguments, message.argumentCount);
   });

@@ -23,12 +23,11 @@ constexpr CatalogMessage catalog[] = {
      "Splits the entries of one LDIF file over the LDIF files of back-end servers.\n"
      "  -f FILE      configuration file: names the input, the base DNs, the servers\n"
      "               and their output files (default: ./varnelConfig)\n"
-     "  -r           recovery mode: log and output files must exist already, and\n"
-     "               the input is split from its first line again (default: off;\n"
-     "               no output file may exist)\n"
-     "  -d LEVEL     debug output on standard error, a sum of 1 (what the run does),\n"
-     "               2 (DNs that cannot be parsed), 4 (hash decisions), 8 (schema)\n"
-     "               (default: 0)\n"
+     "  -r           recovery mode: log and output files must exist already; the\n"
+     "               output files are overwritten, from the first line of the input\n"
+     "               (default: off; no output file may exist)\n"
+     "  -d LEVEL     debug output on standard error, a sum of 1 (what the run does)\n"
+     "               and 4 (hash decisions) (default: 0)\n"
      "  -I INSTANCE  name or directory of the server instance whose schema decides\n"
      "               which spellings of a DN are the same (default: none; values\n"
      "               compare without regard to case)\n"
@@ -43,7 +42,7 @@ constexpr CatalogMessage catalog[] = {
      "name by default or the log file). Check the name, the directory and your permissions; with "
      "-r, output files must exist already."},
     {32, 8, 'E', 1,
-     "File %1$s exists and is not overwritten. Move it away or name another file; -r uses "
+     "File %1$s exists and is not overwritten. Move it away or name another file; -r overwrites "
      "existing files."},
     {32, 13, 'E', 1,
      "%1$s is not a directory. basedirectory has to name an existing directory in which the file "
@@ -56,12 +55,12 @@ constexpr CatalogMessage catalog[] = {
      "the line or change splitby."},
     {32, 27, 'E', 0,
      "The run ends before the split: the configuration cannot be used. The message before this "
-     "one names the fault; if there is none, set actiontype: splitonly. -d 1 shows the "
-     "configuration as it was read."},
+     "one names the fault; if there is none, the log file or parent.ldif cannot be opened or "
+     "created, or with -r the log file is missing. -d 1 names it."},
     {32, 28, 'I', 0, "The log file is open; the line number of a failure is appended to it."},
     {32, 30, 'I', 1,
-     "Recovery mode: the output files named in %1$s are kept in place and written again from the "
-     "first line of the input."},
+     "Recovery mode: the files named in %1$s must exist already; the output files are written "
+     "anew, from the first line of the input."},
     {32, 33, 'E', 2,
      "Input file %2$s, line %1$s: not valid LDIF. A line reads \"type: value\" or \"type:: "
      "base64\", a comment starts with #, a continuation with one space; physical lines of more "
@@ -110,26 +109,26 @@ constexpr CatalogMessage catalog[] = {
      "\"%1$s\" is not an instance name. A name is 1 to 64 letters, digits, \"-\", \"_\" or \".\" "
      "and does not begin with \".\"; the path of an instance's directory has a \"/\" in it."},
     {33, 2, 'E', 2,
-     "Instance %1$s: there is no directory %2$s. Check the name given with -I, or create the "
-     "directory with a file instance.conf in it."},
+     "Instance %1$s: there is no directory %2$s, or it cannot be reached. Check the name given "
+     "with -I and your permissions, or create the directory with a file instance.conf in it."},
     {33, 3, 'E', 3,
      "Instance %1$s: its configuration file %2$s cannot be read: %3$s. Create it, or check your "
      "permissions."},
-    {33, 4, 'E', 3,
-     "Instance configuration %1$s, line %2$s: \"%3$s\" has no colon after a key. Lines read "
+    {33, 4, 'E', 4,
+     "Instance %1$s, file %2$s, line %3$s: \"%4$s\" has no colon after a key. Lines read "
      "\"systemschema: PATH\" or \"userschema: PATH\", comments begin with #."},
-    {33, 5, 'E', 3,
-     "Instance configuration %1$s, line %2$s: \"%3$s\" is not a key. The keys are systemschema "
-     "and userschema."},
-    {33, 6, 'E', 3,
-     "Instance configuration %1$s, line %2$s: the key \"%3$s\" has no value. Name a schema file, "
-     "or a directory of schema files."},
-    {33, 7, 'E', 3,
-     "Instance configuration %1$s, line %2$s: the schema path cannot be read: %3$s. Check the "
-     "name and your permissions; a relative path begins at the instance's directory."},
-    {33, 8, 'W', 3,
-     "Instance configuration %1$s, line %2$s: the directory %3$s holds no file that ends in "
-     ".schema or .ldif, so nothing is read from it."},
+    {33, 5, 'E', 4,
+     "Instance %1$s, file %2$s, line %3$s: \"%4$s\" is not a key. The keys are systemschema and "
+     "userschema."},
+    {33, 6, 'E', 4,
+     "Instance %1$s, file %2$s, line %3$s: the key \"%4$s\" has no value. Name a schema file, or "
+     "a directory of schema files."},
+    {33, 7, 'E', 4,
+     "Instance %1$s, file %2$s, line %3$s: the schema path cannot be read: %4$s. Check the name "
+     "and your permissions; a relative path begins at the instance's directory."},
+    {33, 8, 'W', 4,
+     "Instance %1$s, file %2$s, line %3$s: the directory %4$s holds no file that ends in .schema "
+     "or .ldif, so nothing is read from it."},
 
     // Set 33, numbers 20 to 39: the schema (platform/schema).
     {33, 20, 'W', 2,

@@ -1,4 +1,4 @@
-#include "driver/ProcessSetup.h"
+#include "driver/prepareProcess.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

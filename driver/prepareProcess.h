@@ -1,6 +1,6 @@
 // What a run asks of its process.
-#ifndef DRIVER_PROCESSSETUP_H
-#define DRIVER_PROCESSSETUP_H
+#ifndef DRIVER_PREPAREPROCESS_H
+#define DRIVER_PREPAREPROCESS_H
 
 #include <cstddef>
 

@@ -1,4 +1,4 @@
-#include "platform/instance/InstanceConfiguration.h"
+#include "platform/instance/readInstanceConfiguration.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -69,9 +69,9 @@ std::string joined(const std::string& directory, std::string_view file) {
 /// Reads the lines of one configuration file.
 class ConfigurationReader {
  public:
-  ConfigurationReader(const std::string& directory, const std::string& configFile,
-                      const InstanceFaultSink& sink)
-      : directory_(directory), configFile_(configFile), sink_(sink) {}
+  ConfigurationReader(const std::string& instance, const std::string& directory,
+                      const std::string& configFile, const InstanceFaultSink& sink)
+      : instance_(instance), directory_(directory), configFile_(configFile), sink_(sink) {}
 
   /// Returns false where the file cannot be read to its end.
   bool read();
@@ -85,15 +85,17 @@ class ConfigurationReader {
   void addFile(std::vector<std::string>& list, const std::string& file);
   void fault(InstanceFault::Kind kind, const std::string& what);
 
+  const std::string& instance_;
   const std::string& directory_;
   const std::string& configFile_;
   const InstanceFaultSink& sink_;
   SchemaFileLists lists_;
   std::size_t lineNumber_ = 0;
+  std::string key_;  // of the line
 };
 
 void ConfigurationReader::fault(InstanceFault::Kind kind, const std::string& what) {
-  sink_({kind, {configFile_, std::to_string(lineNumber_), what}});
+  sink_({kind, {instance_, configFile_, std::to_string(lineNumber_), what}});
 }
 
 bool ConfigurationReader::read() {
@@ -128,6 +130,7 @@ void ConfigurationReader::readLine(std::string_view line) {
     fault(InstanceFault::Kind::noValue, written);
     return;
   }
+  key_ = written;
   addPath(lists_[static_cast<std::size_t>(found - std::begin(keys))],
           value.starts_with('/') ? std::string(value) : joined(directory_, value));
 }
@@ -153,11 +156,11 @@ void ConfigurationReader::addDirectory(std::vector<std::string>& list, const std
     }
   }
   if (error) {
-    fault(InstanceFault::Kind::unreadableSchema, path + ": " + error.message());
+    fault(InstanceFault::Kind::unreadableSchema, key_ + ": " + path + ": " + error.message());
     return;
   }
   if (names.empty()) {
-    fault(InstanceFault::Kind::emptyDirectory, path);
+    fault(InstanceFault::Kind::emptyDirectory, key_ + ": " + path);
   }
   std::sort(names.begin(), names.end());
   for (const std::string& name : names) {
@@ -170,7 +173,7 @@ void ConfigurationReader::addFile(std::vector<std::string>& list, const std::str
   if (reason.empty()) {
     list.push_back(file);
   } else {
-    fault(InstanceFault::Kind::unreadableSchema, file + ": " + reason);
+    fault(InstanceFault::Kind::unreadableSchema, key_ + ": " + file + ": " + reason);
   }
 }
 
@@ -204,7 +207,7 @@ std::string instanceConfigurationFile(const std::string& directory) {
 SchemaFileLists readInstanceConfiguration(const std::string& instance, const std::string& directory,
                                           const std::string& configFile,
                                           const InstanceFaultSink& sink) {
-  ConfigurationReader reader(directory, configFile, sink);
+  ConfigurationReader reader(instance, directory, configFile, sink);
   const std::string reason = whyUnreadable(configFile);
   if (!reason.empty()) {
     sink({InstanceFault::Kind::unreadableConfiguration, {instance, configFile, reason}});
