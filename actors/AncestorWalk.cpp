@@ -2,23 +2,14 @@
 
 #include "actors/normalizeDn.h"
 #include "platform/dirclient/isKnownNormalForm.h"
+#include "platform/dirclient/separatesRdns.h"
 
 namespace {
-
-/// Whether the comma at `at` of a normal form separates RDNs: an odd number of `\` before it
-/// escapes it.
-bool isSeparator(const std::string& dn, std::string::size_type at) {
-  std::string::size_type backslashes = 0;
-  while (backslashes < at && dn[at - 1 - backslashes] == '\\') {
-    ++backslashes;
-  }
-  return backslashes % 2 == 0;
-}
 
 /// Where the RDN that starts at `offset` of a normal form ends: at its comma, or npos.
 std::string::size_type rdnEnd(const std::string& dn, std::string::size_type offset) {
   auto comma = dn.find(',', offset);
-  while (comma != std::string::npos && !isSeparator(dn, comma)) {
+  while (comma != std::string::npos && !dirclient::separatesRdns(dn.data(), comma)) {
     comma = dn.find(',', comma + 1);
   }
   return comma;

@@ -5,6 +5,10 @@
 namespace dirclient {
 namespace {
 
+bool isTypeCharacter(char c) {
+  return isAsciiLetter(c) || isAsciiDigit(c) || c == '-' || c == '_' || c == '.';
+}
+
 bool isSeparator(char c) {
   return c == ',' || c == ';' || c == '+';
 }
@@ -40,10 +44,6 @@ bool isBerValue(std::string_view value) {
 }
 
 }  // namespace
-
-bool isTypeCharacter(char c) {
-  return isAsciiLetter(c) || isAsciiDigit(c) || c == '-' || c == '_' || c == '.';
-}
 
 void appendUnescaped(std::string_view value, std::pmr::string& bytes) {
   for (std::string_view::size_type i = 0; i < value.size(); ++i) {

@@ -50,9 +50,6 @@ class DnParser {
   bool more_ = true;  // the text began, or a separator promised another assertion
 };
 
-/// Whether `c` may stand in an attribute type: an ASCII letter, a digit, `-`, `_` or `.`.
-bool isTypeCharacter(char c);
-
 /// Appends the bytes that a text or quoted value stands for: `\` and two hexadecimal digits are
 /// that byte, `\` and any other character are that character.
 void appendUnescaped(std::string_view value, std::pmr::string& bytes);

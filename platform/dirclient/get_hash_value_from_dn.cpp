@@ -6,6 +6,7 @@
 #include "platform/dirclient/DnNormalizer.h"
 #include "platform/dirclient/dirclient.h"
 #include "platform/dirclient/ldap_debug.h"
+#include "platform/dirclient/separatesRdns.h"
 
 namespace {
 
@@ -44,21 +45,11 @@ int jumpConsistentHash(std::uint64_t hash, int buckets) {
   return static_cast<int>(bucket);
 }
 
-/// Whether the separator at `at` of a normal form is one: an escaped one has an odd number of `\`
-/// before it.
-bool isSeparator(std::string_view text, std::string_view::size_type at) {
-  std::string_view::size_type backslashes = 0;
-  while (backslashes < at && text[at - 1 - backslashes] == '\\') {
-    ++backslashes;
-  }
-  return backslashes % 2 == 0;
-}
-
 /// The last RDN of a normal form.
 std::string_view lastRdn(std::string_view text) {
   for (auto comma = text.rfind(','); comma != std::string_view::npos;
        comma = comma == 0 ? std::string_view::npos : text.rfind(',', comma - 1)) {
-    if (isSeparator(text, comma)) {
+    if (dirclient::separatesRdns(text.data(), comma)) {
       return text.substr(comma + 1);
     }
   }
@@ -71,7 +62,7 @@ std::string_view decidingPart(std::string_view dn, std::string_view baseDn) {
     return dn;
   }
   const auto comma = dn.size() - baseDn.size() - 1;
-  if (dn[comma] != ',' || !isSeparator(dn, comma)) {
+  if (dn[comma] != ',' || !dirclient::separatesRdns(dn.data(), comma)) {
     return dn;
   }
   return lastRdn(dn.substr(0, comma));
