@@ -5,6 +5,7 @@
 #include "platform/dirclient/DnParser.h"
 #include "platform/dirclient/NormalFormScan.h"
 #include "platform/dirclient/normalizeValue.h"
+#include "platform/text/ascii.h"
 #include "platform/text/upperCaseCopy.h"
 
 namespace dirclient {
@@ -19,7 +20,7 @@ void appendType(std::string_view type, const schema::AttributeType* attribute,
     return;
   }
   for (const char c : type) {
-    text += toAsciiUpper(c);
+    text += text::toAsciiUpper(c);
   }
 }
 
@@ -28,7 +29,7 @@ void appendValue(const WrittenAva& ava, const schema::AttributeType* attribute,
   if (ava.form == WrittenAva::Form::ber) {
     text += '#';
     for (const char c : ava.value) {
-      text += toAsciiUpper(c);
+      text += text::toAsciiUpper(c);
     }
     return;
   }

@@ -1,0 +1,25 @@
+// What kind of LDIF line this is, told without taking the line apart: most lines of an input are
+// copied and nothing else. C++14 can read this header.
+#ifndef PLATFORM_LDIF_LDIFLINEKIND_H
+#define PLATFORM_LDIF_LDIFLINEKIND_H
+
+#include <cstddef>
+
+enum class LdifLineKind {
+  /// str_parse_line_v_or_bv would find a type other than "dn", with a plain value or valid base64.
+  attribute,
+  /// "dn: ", the value that str_parse_line_v_or_bv would find, and a line feed, byte for byte.
+  dn,
+  /// Anything else: a line that str_parse_line_v_or_bv has to judge.
+  other
+};
+
+/// So many bytes behind the end of a line have to be readable, whatever they hold: short lines are
+/// looked at in blocks.
+constexpr std::size_t ldifLinePadding = 16;
+
+/// The kind of the logical line of `size` bytes at `line`, with its folds and its line end. `other`
+/// is always a safe answer, and the one for an empty line or a comment.
+LdifLineKind ldifLineKind(const char* line, std::size_t size);
+
+#endif
