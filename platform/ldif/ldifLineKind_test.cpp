@@ -109,7 +109,8 @@ INSTANTIATE_TEST_SUITE_P(
         KindRow{"Url", "cn:< file:x\n", other}, KindRow{"NoLineEnd", "cn: Jo", other},
         KindRow{"OneByte", "a", other}, KindRow{"Nothing", "", other},
         KindRow{"LineFeed", "\n", other}, KindRow{"Comment", "# cn: Jo\n", other},
-        KindRow{"Utf8InTheType", "c\xc3\xa9: Jo\n", other}));
+        KindRow{"Utf8InTheType", "c\xc3\xa9: Jo\n", other}),
+    [](const auto& row) { return row.param.name; });
 
 INSTANTIATE_TEST_SUITE_P(
     Base64, LineKind,
@@ -144,7 +145,8 @@ INSTANTIATE_TEST_SUITE_P(
         KindRow{"ManyFoldsAndOneDigitTooMany",
                 "cn:: " + std::string(72, 'A') + "\n " + std::string(75, '/') + "\n " +
                     std::string(75, '+') + "\n 00=\n",
-                other}));
+                other}),
+    [](const auto& row) { return row.param.name; });
 
 INSTANTIATE_TEST_SUITE_P(
     Dn, LineKind,
@@ -160,7 +162,8 @@ INSTANTIATE_TEST_SUITE_P(
                       KindRow{"Fold", "dn: o=\n x\n", other},
                       KindRow{"Nul", std::string("dn: o=\0x\n", 9), other},
                       KindRow{"Base64", "dn:: bz14\n", other}, KindRow{"Url", "dn:< o=x\n", other},
-                      KindRow{"NoLineEnd", "dn: o=x", other}));
+                      KindRow{"NoLineEnd", "dn: o=x", other}),
+    [](const auto& row) { return row.param.name; });
 
 /// Lines that are LDIF more often than not.
 std::string randomLine(std::mt19937& random) {
