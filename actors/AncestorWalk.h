@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include "platform/dirclient/NormalDn.h"
@@ -47,14 +48,7 @@ class AncestorWalk {
 
   const dirclient::NormalDn* current_;
   std::size_t rdn_ = 0;  // of current_; where the DN visited begins
-  dirclient::NormalDn parent_;  // what current_ points at once a step was computed
+  std::unique_ptr<dirclient::NormalDn> parent_;  // what current_ points at once it was computed
 };
-
-/// Whether `parent` is the DN right above `dn`.
-bool isParent(const dirclient::NormalDn& parent, const dirclient::NormalDn& dn);
-
-/// Whether `ancestor` is a DN above `dn`; a DN is none of its own ancestors. `ancestor` is compared
-/// as it is, so that a text that is no normal form is above nothing.
-bool isAncestor(const std::string& ancestor, const dirclient::NormalDn& dn);
 
 #endif

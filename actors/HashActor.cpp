@@ -35,8 +35,24 @@ FileNames HashActor::outputFilesOf(const dirclient::NormalDn& dn) {
 
 /// A child of the base DN in any spelling of the base DN; deeper down, the base DN has to be met on
 /// the way up exactly as it is stored.
+bool HashActor::isInside(const dirclient::NormalDn& dn, const dirclient::NormalDn& base) const {
+  AncestorWalk walk(dn);
+  if (!walk.up()) {
+    return false;
+  }
+  if (walk.isAt(base.text())) {
+    return true;
+  }
+  while (walk.up()) {
+    if (walk.isAt(baseDn)) {
+      return true;
+    }
+  }
+  return false;
+}
+
 int HashActor::serverNumber(const dirclient::NormalDn& dn, const dirclient::NormalDn& base) const {
-  if (!isParent(base, dn) && !isAncestor(baseDn, dn)) {
+  if (!isInside(dn, base)) {
     TRACE(traceProgress, "Warning:  HashActor handling DN outside of its subtree\n");
     return 0;
   }

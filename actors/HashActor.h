@@ -23,6 +23,8 @@ class HashActor : public LdifActor {
   /// Does nothing: the hash needs no look at the input.
   void receiveEntry(const LdifEntry& entry) override;
 
+  bool isInside(const dirclient::NormalDn& dn, const dirclient::NormalDn& base) const;
+
   /// The number of the server that holds `dn`, from 1; 0 where it is not below `base`, which is the
   /// base DN in normal form.
   int serverNumber(const dirclient::NormalDn& dn, const dirclient::NormalDn& base) const;

@@ -1,5 +1,6 @@
 #include "actors/LdifActor.h"
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 
@@ -20,6 +21,10 @@ bool endsRecord(const char* line) {
 LdifActor::LdifActor(const std::string& base, const std::vector<ServerPairs>& servers)
     : serverLists(servers), baseDn(base) {
   normalBaseDn_.normalize(base.c_str(), std::strlen(base.c_str()), schemaInitialized);
+  AncestorWalk walk(normalBaseDn_);
+  do {
+    atOrAboveBaseDn_.emplace_back(walk.data(), walk.size());
+  } while (walk.up());
 }
 
 std::vector<std::string>* LdifActor::getOutputFilename(const std::string& dn) {
@@ -34,10 +39,9 @@ std::vector<std::string>* LdifActor::getOutputFilename(const std::string& dn) {
 }
 
 FileNames LdifActor::getOutputFilename(const dirclient::NormalDn& dn) {
-  if (dn.text() == normalBaseDn_.text() || isAncestor(dn.text(), normalBaseDn_)) {
-    return allOutputFiles();
-  }
-  return outputFilesOf(dn);
+  const bool atOrAbove = std::find(atOrAboveBaseDn_.begin(), atOrAboveBaseDn_.end(), dn.text()) !=
+                         atOrAboveBaseDn_.end();
+  return atOrAbove ? allOutputFiles() : outputFilesOf(dn);
 }
 
 FileNames LdifActor::allOutputFiles() {

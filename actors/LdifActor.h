@@ -103,6 +103,7 @@ class LdifActor {
   virtual FileNames outputFilesOf(const dirclient::NormalDn& dn);
 
   dirclient::NormalDn normalBaseDn_;
+  std::vector<std::string> atOrAboveBaseDn_;  // normalBaseDn_ and the way up from it
   std::vector<const std::string*> allOutputFiles_;  // into outputFiles
   std::set<std::string> listedNames_;        // every name that doGetOutputFilename ever listed
   std::vector<const std::string*> listed_;   // its last list, of names in that set

@@ -28,7 +28,8 @@ bool LdifEntry::hasParent(const char* parentDn) const {
 }
 
 bool LdifEntry::hasParent(LdifEntry& other) const {
-  return isParent(other.dn, dn);
+  AncestorWalk walk(dn);
+  return walk.up() && walk.isAt(other.getName());
 }
 
 bool LdifEntry::hasAncestor(const char* ancestorDn) const {
@@ -38,7 +39,13 @@ bool LdifEntry::hasAncestor(const char* ancestorDn) const {
 }
 
 bool LdifEntry::hasAncestor(LdifEntry& other) const {
-  return isAncestor(other.dn.text(), dn);
+  AncestorWalk walk(dn);
+  while (walk.up()) {
+    if (walk.isAt(other.getName())) {
+      return true;
+    }
+  }
+  return false;
 }
 
 RawEntry* LdifEntry::getEntry() {

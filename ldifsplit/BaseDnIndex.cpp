@@ -16,19 +16,23 @@ BaseDnIndex::BaseDnIndex(const std::vector<std::string>& baseDNs) {
 
 /// Eight bytes at a time: a base DN has some thirty.
 std::size_t BaseDnIndex::Hash::operator()(const Text& text) const {
-  constexpr std::uint64_t factor = 0x9e3779b97f4a7c15U;
   std::uint64_t hash = text.size;
   std::uint64_t word = 0;
+  const auto mix = [&] {
+    hash = (hash ^ word) * 0x9e3779b97f4a7c15U;
+    hash ^= hash >> 32U;
+  };
   std::size_t at = 0;
   for (; text.size - at >= sizeof word; at += sizeof word) {
     std::memcpy(&word, text.data + at, sizeof word);
-    hash = (hash ^ word) * factor;
-    hash ^= hash >> 32U;
+    mix();
   }
+  word = 0;
   for (; at < text.size; ++at) {
-    hash = (hash ^ static_cast<unsigned char>(text.data[at])) * factor;
+    word = word << 8U | static_cast<unsigned char>(text.data[at]);
   }
-  return static_cast<std::size_t>(hash ^ (hash >> 32U));
+  mix();
+  return static_cast<std::size_t>(hash);
 }
 
 }  // namespace ldifsplit

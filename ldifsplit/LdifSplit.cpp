@@ -72,8 +72,8 @@ struct Target {
 /// of the lines one by one.
 struct Run {
   std::size_t size = 0;        // in bytes; 0: there is none
-  bool startsRecord = false;   // a line feed, a line of "dn: ", a value and a line feed come first
-  int physicalLinesBefore = 0;  // in the input
+  bool startsRecord = false;  // a line feed, a line of "dn: ", a value and a line feed come first
+  LineCounter firstLine;      // the number of the first logical line
 };
 
 class Splitter {
@@ -133,7 +133,6 @@ class Splitter {
   const AutoClose input_;
   LineReader reader_;
   LineCounter lineNumber_;  // of the last physical line of the logical line at hand
-  int physicalLinesBefore_ = 0;  // the logical line at hand
   ParseCopy parseCopy_;
   OutputFileSet outputs_;
   std::unordered_map<const std::string*, std::FILE*> streams_;  // of the files that are open
@@ -168,7 +167,6 @@ void Splitter::run() {
     readContinuations();
     lineNumber_.next();
     splitLine();
-    physicalLinesBefore_ = lineNumber_.number();
   }
   writeRun();
   outputs_.closeAll(lineNumber_.number());
@@ -200,6 +198,10 @@ void Splitter::readContinuations() {
 }
 
 void Splitter::splitLine() {
+  if (reader_.endsWithLineFeed() && isOrdinaryAttributeLine(reader_.data())) {
+    copyAttributeLine();
+    return;
+  }
   switch (ldifLineKind(reader_.data(), reader_.size())) {
     case LdifLineKind::attribute:
       copyAttributeLine();
@@ -234,7 +236,7 @@ void Splitter::startRecordAsWritten() {
   }
   if (targets_.size() == 1 && !reader_.startsWithLaterPiece()) {
     traceStart(targets_.front());
-    run_ = Run{reader_.size() + 1, true, physicalLinesBefore_};
+    run_ = Run{reader_.size() + 1, true, lineNumber_};
     reader_.holdWithLineFeedBefore();
   } else {
     writeRecordStart(dn, size);
@@ -328,7 +330,7 @@ void Splitter::extendRun() {
     writeRun();
   }
   if (run_.size == 0) {
-    run_ = Run{0, false, physicalLinesBefore_};
+    run_ = Run{0, false, lineNumber_};
     reader_.hold();
   }
   run_.size += reader_.size();
@@ -360,7 +362,7 @@ void Splitter::writeRunLineByLine(std::size_t taken) {
     return isNew && std::fwrite(piece, static_cast<std::size_t>(pieceEnd - piece), 1,
                                 target.stream) == 1;
   };
-  LineCounter number(run_.physicalLinesBefore);
+  LineCounter number = run_.firstLine;
   const char* at = begin;
   if (run_.startsRecord) {
     // A failure before the line feed stays in the stream and shows at the latest when it is closed.
@@ -369,20 +371,21 @@ void Splitter::writeRunLineByLine(std::size_t taken) {
         static_cast<const char*>(std::memchr(value, '\n', static_cast<std::size_t>(end - value)));
     write(begin, value);
     write(value, valueEnd);
-    at = valueEnd + 1;
-    number.next();
-    if (!write(valueEnd, at)) {
+    if (!write(valueEnd, valueEnd + 1)) {
       throwWriteFailure(target, number.number());
     }
+    at = valueEnd + 1;
   }
-  while (at != end) {
+  for (bool isFirst = !run_.startsRecord; at != end; isFirst = false) {
     const char* const line = at;
     do {
       const auto left = static_cast<std::size_t>(end - at);
       const std::size_t piece = std::min(left, LineReader::maximalPhysicalLine);
       const void* const lineFeed = std::memchr(at, '\n', piece);
       at = lineFeed != nullptr ? static_cast<const char*>(lineFeed) + 1 : at + piece;
-      number.next();
+      if (!isFirst) {
+        number.next();
+      }
     } while (at != end && *at == ' ');
     if (!write(line, at)) {
       throwWriteFailure(target, number.number());

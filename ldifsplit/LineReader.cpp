@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 
 namespace ldifsplit {
 namespace {
@@ -28,23 +29,24 @@ LineReader::LineReader(std::FILE* stream)
 
 /// A physical line that does not stand in the block with its line feed: more has to be read, or it
 /// is a piece of an overlong line, or the last of the input.
-bool LineReader::appendLineInPieces() {
-  std::size_t searched = 0;  // bytes behind lineEnd_ that hold no line feed
+bool LineReader::appendUnusualLine() {
   for (;;) {
-    const std::size_t available = std::min(dataEnd_ - lineEnd_, maximalPhysicalLine);
-    const char* const start = block_.get() + lineEnd_;
-    const void* const lineFeed = std::memchr(start + searched, '\n', available - searched);
-    if (lineFeed != nullptr) {
-      lineEnd_ += static_cast<std::size_t>(static_cast<const char*>(lineFeed) - start) + 1;
-      lastLineEnded_ = true;
-      return true;
-    }
-    if (available == maximalPhysicalLine || (atEnd_ && available > 0)) {
-      lineEnd_ += available;
+    const std::size_t lineFeed = nextLineFeed();
+    const std::size_t available = lineFeed - lineEnd_;
+    if (available >= maximalPhysicalLine) {
+      lineEnd_ += maximalPhysicalLine;
       lastLineEnded_ = false;
       return true;
     }
-    searched = available;
+    if (lineFeed != dataEnd_) {
+      takeThrough(lineFeed);
+      return true;
+    }
+    if (atEnd_ && available > 0) {
+      lineEnd_ = dataEnd_;
+      lastLineEnded_ = false;
+      return true;
+    }
     if (!fill() && (!atEnd_ || available == 0)) {
       return false;
     }
@@ -85,6 +87,8 @@ void LineReader::makeRoom() {
   }
   lineBegin_ -= keptBegin;
   lineEnd_ -= keptBegin;
+  windowBegin_ -= keptBegin;
+  windowEnd_ -= keptBegin;
   heldBegin_ = 0;
   dataEnd_ = kept;
 }

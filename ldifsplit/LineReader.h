@@ -4,9 +4,11 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <memory>
+
+#include "platform/text/Bytes16.h"
 
 namespace ldifsplit {
 
@@ -22,7 +24,7 @@ class LineReader {
   static constexpr std::size_t maximalPhysicalLine = 4095;
 
   /// So many bytes behind a logical line can always be read; what they hold means nothing.
-  static constexpr std::size_t padding = 16;
+  static constexpr std::size_t padding = 64;
 
   /// Reads from the descriptor of `stream`, past the stream's own buffer: the stream must not have
   /// been read from, and stays open.
@@ -38,14 +40,11 @@ class LineReader {
 
   /// Appends the next physical line to the logical line; false as above.
   bool appendLine() {
-    const std::size_t available = std::min(dataEnd_ - lineEnd_, maximalPhysicalLine);
-    const char* const start = block_.get() + lineEnd_;
-    const void* const lineFeed = std::memchr(start, '\n', available);
-    if (lineFeed == nullptr) {
-      return appendLineInPieces();
+    const std::size_t lineFeed = nextLineFeed();
+    if (lineFeed == dataEnd_ || lineFeed - lineEnd_ >= maximalPhysicalLine) {
+      return appendUnusualLine();
     }
-    lineEnd_ += static_cast<std::size_t>(static_cast<const char*>(lineFeed) - start) + 1;
-    lastLineEnded_ = true;
+    takeThrough(lineFeed);
     return true;
   }
 
@@ -62,6 +61,9 @@ class LineReader {
   /// NUL-terminated.
   const char* data() const { return block_.get() + lineBegin_; }
   std::size_t size() const { return lineEnd_ - lineBegin_; }
+
+  /// Whether the logical line ends with a line feed.
+  bool endsWithLineFeed() const { return lastLineEnded_; }
 
   /// Whether the logical line starts with a piece of a physical line that is not its first.
   bool startsWithLaterPiece() const { return startsWithLaterPiece_; }
@@ -80,11 +82,42 @@ class LineReader {
   void release() { isHolding_ = false; }
 
  private:
+  static constexpr std::size_t windowSize = 64;
+
   void holdFrom(std::size_t begin) {
     heldBegin_ = begin;
     isHolding_ = true;
   }
-  bool appendLineInPieces();
+
+  /// The offset of the first line feed that is not in a line yet; dataEnd_ where there is none.
+  std::size_t nextLineFeed() {
+    while (lineFeeds_ == 0) {
+      if (windowEnd_ == dataEnd_) {
+        return dataEnd_;
+      }
+      lookAtNextWindow();
+    }
+    return windowBegin_ + text::firstPlace(lineFeeds_);
+  }
+
+  void lookAtNextWindow() {
+    const char* const at = block_.get() + windowEnd_;
+    windowBegin_ = windowEnd_;
+    windowEnd_ = std::min(windowBegin_ + windowSize, dataEnd_);
+    for (std::size_t i = 0; i < windowSize; i += text::bytesAtOnce) {
+      lineFeeds_ |= std::uint64_t{text::Bytes16(at + i).equal('\n').mask()} << i;
+    }
+    // What stands behind the data is none of it.
+    lineFeeds_ &= ~std::uint64_t{0} >> (windowSize - (windowEnd_ - windowBegin_));
+  }
+
+  void takeThrough(std::size_t lineFeed) {
+    lineEnd_ = lineFeed + 1;
+    lineFeeds_ &= lineFeeds_ - 1;
+    lastLineEnded_ = true;
+  }
+
+  bool appendUnusualLine();
   bool fill();
   void makeRoom();
 
@@ -94,6 +127,9 @@ class LineReader {
   std::size_t dataEnd_ = 1;
   std::size_t lineBegin_ = 1;
   std::size_t lineEnd_ = 1;
+  std::uint64_t lineFeeds_ = 0;  // a bit for each in the window that is not in a line yet
+  std::size_t windowBegin_ = 1;
+  std::size_t windowEnd_ = 1;  // where the search for line feeds goes on
   std::size_t heldBegin_ = 0;
   bool isHolding_ = false;
   bool atEnd_ = false;

@@ -7,7 +7,13 @@
 #include <string>
 #include <vector>
 
+namespace schema {
+class Schema;
+}
+
 namespace dirclient {
+
+struct NormalAva;
 
 /// The normal form of a DN, and where its RDNs begin. Only the normaliser makes one, so that nobody
 /// who is handed one has to look whether it is a normal form. It may be used again and again: its
@@ -36,8 +42,13 @@ class NormalDn {
   bool isBySchema() const { return isBySchema_; }
 
  private:
+  bool normalizeOrdinary(const char* dn, std::size_t size, const schema::Schema* schema);
+  void forgetRdns();
+  void take(const NormalAva& ava);
+
   std::string text_;
   std::vector<std::size_t> rdnBegins_;
+  std::size_t nextRdnBegin_ = 0;  // while the assertions of a DN are taken
   std::size_t lastRdnOfSeveralValues_ = 0;
   bool isBySchema_ = false;
 };

@@ -3,7 +3,6 @@
 #define PLATFORM_DIRCLIENT_PLACESTOLOOK_H
 
 #include <array>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -28,13 +27,13 @@ class PlacesToLook {
       }
       lookAtNextWindow();
     }
-    const auto place = static_cast<std::size_t>(std::countr_zero(places_));
+    const auto place = text::firstPlace(places_);
     places_ &= places_ - 1;
     return windowBegin_ + place;
   }
 
   /// Whether a small letter stands before the end of what was looked at.
-  bool sawLowerCase() const { return sawLowerCase_; }
+  bool sawLowerCase() const { return smallLetters_ != 0; }
 
  private:
   static constexpr std::size_t windowSize = 64;
@@ -68,14 +67,14 @@ class PlacesToLook {
     const auto care = bytes.between('\0', ',') | bytes.between(';', '>') | bytes.equal('\\') |
                       bytes.equal('\x7F') | bytes;
     places_ |= static_cast<std::uint64_t>(care.mask() >> seenBefore) << shift;
-    sawLowerCase_ = sawLowerCase_ || bytes.between('a', 'z').mask() != 0;
+    smallLetters_ |= bytes.between('a', 'z').mask();
   }
 
   std::string_view dn_;
   std::size_t windowBegin_ = 0;
   std::size_t windowEnd_ = 0;
   std::uint64_t places_ = 0;  // those left in the window
-  bool sawLowerCase_ = false;
+  text::PlaceMask smallLetters_ = 0;  // in any block
 };
 
 }  // namespace dirclient

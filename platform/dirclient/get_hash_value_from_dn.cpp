@@ -144,8 +144,10 @@ int dirclient::serverOf(const NormalDn& dn, const NormalDn& baseDn, int serverCo
   if (!isBelow(dn.text(), baseDn.text())) {
     return serverOfTexts(dn.text(), baseDn.text(), serverCount);
   }
+  const std::size_t above = dn.rdnBegin(dn.rdnCount() - baseDn.rdnCount() - 1);
+  const std::size_t end = dn.text().size() - baseDn.text().size() - 1;
+  const std::string_view rdn = std::string_view(dn.text()).substr(above, end - above);
   // Normalising lightly what a schema made of the names keeps their RDNs apart, so that of all RDNs
   // one is enough.
-  const std::string_view part = rdnBelow(dn.text(), baseDn.text());
-  return serverOfPart(dn.isBySchema() ? LightNormalForm(part).text() : part, serverCount);
+  return serverOfPart(dn.isBySchema() ? LightNormalForm(rdn).text() : rdn, serverCount);
 }

@@ -1,6 +1,5 @@
 #include "platform/ldif/ldifLineKind.h"
 
-#include <bit>
 #include <cstring>
 
 #include "platform/ldif/attributeDescription.h"
@@ -10,8 +9,6 @@ namespace {
 
 using text::Bytes16;
 using text::bytesAtOnce;
-
-static_assert(ldifLinePadding >= bytesAtOnce);
 
 /// The places of the bytes that are no part of an attribute type.
 text::PlaceMask placesOutsideTypes(const char* at) {
@@ -24,7 +21,7 @@ text::PlaceMask placesOutsideTypes(const char* at) {
 /// The colon behind the attribute description that the line starts with, or a null pointer.
 const char* descriptionEnd(const char* line) {
   const auto places = placesOutsideTypes(line);
-  const char* end = places != 0 ? line + std::countr_zero(places) : nullptr;
+  const char* end = places != 0 ? line + text::firstPlace(places) : nullptr;
   if (end == nullptr || *end == ';') {
     // It is longer, or has options.
     end = ldif::skipAttributeDescription(line);
@@ -45,7 +42,7 @@ const char* skipBase64Digits(const char* at, const char* end) {
   for (;; at += bytesAtOnce) {
     const auto places = placesOutsideBase64(at);
     if (places != 0) {
-      const char* const stop = at + std::countr_zero(places);
+      const char* const stop = at + text::firstPlace(places);
       return stop < end ? stop : end;
     }
     if (static_cast<std::size_t>(end - at) <= bytesAtOnce) {

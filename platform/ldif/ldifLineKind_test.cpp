@@ -16,7 +16,11 @@ namespace {
 LdifLineKind kindOf(const std::string& line, char behind = '\0') {
   std::vector<char> memory(line.begin(), line.end());
   memory.insert(memory.end(), ldifLinePadding, behind);
-  return ldifLineKind(memory.data(), line.size());
+  const LdifLineKind kind = ldifLineKind(memory.data(), line.size());
+  if (!line.empty() && line.back() == '\n' && isOrdinaryAttributeLine(memory.data())) {
+    EXPECT_EQ(kind, LdifLineKind::attribute) << line;
+  }
+  return kind;
 }
 
 /// What the parser makes of a line.
@@ -164,6 +168,18 @@ INSTANTIATE_TEST_SUITE_P(
                       KindRow{"Base64", "dn:: bz14\n", other}, KindRow{"Url", "dn:< o=x\n", other},
                       KindRow{"NoLineEnd", "dn: o=x", other}),
     [](const auto& row) { return row.param.name; });
+
+TEST(OrdinaryAttributeLine, IsTold) {
+  for (const char* line : {"a: x\n", "cn: Jo\n", "DN: o=x\n", "dx: x\n", "xn: x\n", "ABCDEFGHIJKLMNO: \n",
+                           "telephoneNumber: 1\n", "zZ: \n"}) {
+    EXPECT_TRUE(isOrdinaryAttributeLine(std::string(line).append(16, 'A').data())) << line;
+  }
+  for (const char* line : {"dn: o=x\n", "dn:: AAAA\n", "cn:x\n", "cn:: AAAA\n", ": x\n", "a1: x\n", "a;b: x\n",
+                           "telephoneNumbers: 1\n", "a:\n", "a\n", "\n", "# a: x\n", "a@: x\n", "a[: x\n",
+                           "a`: x\n", "a{: x\n", "cn : x\n"}) {
+    EXPECT_FALSE(isOrdinaryAttributeLine(std::string(line).append(16, 'A').data())) << line;
+  }
+}
 
 /// Lines that are LDIF more often than not.
 std::string randomLine(std::mt19937& random) {

@@ -21,6 +21,11 @@ constexpr std::size_t bytesAtOnce = 16;
 /// A set of the sixteen places: bit i stands for byte i.
 using PlaceMask = std::uint32_t;
 
+/// The lowest place of a set that is not empty; of up to 64 places.
+inline std::size_t firstPlace(std::uint64_t places) {
+  return static_cast<std::size_t>(__builtin_ctzll(places));
+}
+
 /// Sixteen bytes, looked at one by one: what every machine can do. Answers come as sixteen bytes,
 /// too, all bits set in each that says yes; mask() makes a set of places of them.
 class PlainBytes16 {
@@ -45,6 +50,15 @@ class PlainBytes16 {
     PlainBytes16 result(*this);
     for (std::size_t i = 0; i < bytes_.size(); ++i) {
       result.bytes_[i] = static_cast<std::uint8_t>(bytes_[i] | other.bytes_[i]);
+    }
+    return result;
+  }
+
+  /// Capitals as small letters; other bytes as something that is no letter either.
+  PlainBytes16 withSmallLetters() const {
+    PlainBytes16 result(*this);
+    for (std::uint8_t& byte : result.bytes_) {
+      byte = static_cast<std::uint8_t>(byte | 0x20U);
     }
     return result;
   }
@@ -102,6 +116,10 @@ class Sse2Bytes16 {
 
   Sse2Bytes16 operator|(const Sse2Bytes16& other) const {
     return Sse2Bytes16(_mm_or_si128(bytes_, other.bytes_));
+  }
+
+  Sse2Bytes16 withSmallLetters() const {
+    return Sse2Bytes16(_mm_or_si128(bytes_, _mm_set1_epi8(0x20)));
   }
 
   Sse2Bytes16 inUpperCase() const {

@@ -59,6 +59,25 @@ TYPED_TEST(BytesOf, EveryByteIsComparedByItself) {
   }
 }
 
+TYPED_TEST(BytesOf, SmallLettersAreMadeOfLettersAlone) {
+  for (int start = 0; start < 256; start += 16) {
+    std::string bytes;
+    for (int byte = start; byte < start + 16; ++byte) {
+      bytes += static_cast<char>(byte);
+    }
+    EXPECT_EQ(TypeParam(bytes.data()).withSmallLetters().between('a', 'z').mask(),
+              placesOf(bytes, [](unsigned char c) {
+                return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+              }));
+  }
+}
+
+TEST(FirstPlace, IsTheLowest) {
+  EXPECT_EQ(text::firstPlace(1), 0U);
+  EXPECT_EQ(text::firstPlace(0x8000000000000000U), 63U);
+  EXPECT_EQ(text::firstPlace(0xA0), 5U);
+}
+
 TYPED_TEST(BytesOf, UpperCaseIsOfAsciiLettersAlone) {
   for (int start = 0; start < 256; start += 16) {
     std::string bytes;

@@ -11,13 +11,18 @@ namespace text {
 /// Writes the `size` bytes at `from` to `to`, small ASCII letters as capitals. The two may be the
 /// same place; otherwise they must not overlap.
 inline void upperCaseCopy(const char* from, std::size_t size, char* to) {
-  std::size_t done = 0;
-  for (; size - done >= bytesAtOnce; done += bytesAtOnce) {
-    Bytes16(from + done).inUpperCase().store(to + done);
+  if (size < bytesAtOnce) {
+    for (std::size_t i = 0; i < size; ++i) {
+      to[i] = toAsciiUpper(from[i]);
+    }
+    return;
   }
-  for (; done < size; ++done) {
-    to[done] = toAsciiUpper(from[done]);
+  const std::size_t last = size - bytesAtOnce;
+  for (std::size_t at = 0; at < last; at += bytesAtOnce) {
+    Bytes16(from + at).inUpperCase().store(to + at);
   }
+  // Some bytes a second time, which changes nothing.
+  Bytes16(from + last).inUpperCase().store(to + last);
 }
 
 }  // namespace text
