@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "platform/text/ascii.h"
+#include "platform/text/equalIgnoringCase.h"
 #include "platform/text/lastError.h"
 #include "platform/text/withoutOuter.h"
 
@@ -25,8 +26,8 @@ constexpr bool isBlank(char c) {
   return c == ' ' || c == '\t' || c == '\r';
 }
 
-std::string_view withoutOuterBlanks(std::string_view line) {
-  return text::withoutOuter(isBlank, line);
+std::string_view withoutOuterBlanks(std::string_view text) {
+  return text::withoutOuter(isBlank, text);
 }
 
 /// Why a file cannot be read as a regular file; empty where it can.
@@ -107,9 +108,9 @@ void ConfigurationReader::readLine(std::string_view line) {
     return;
   }
   const std::string written(withoutOuterBlanks(line.substr(0, colon)));
-  std::string key = written;
-  std::transform(key.begin(), key.end(), key.begin(), text::toAsciiLower);
-  const auto* const found = std::find(std::begin(keys), std::end(keys), key);
+  const auto* const found =
+      std::find_if(std::begin(keys), std::end(keys),
+                   [&](std::string_view key) { return text::equalIgnoringCase(key, written); });
   if (found == std::end(keys)) {
     fault(InstanceFault::Kind::unknownKey, written);
     return;
