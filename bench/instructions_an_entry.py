@@ -3,8 +3,9 @@
 
 The run is counted at two sizes of the input, and the difference of the counts is divided by that
 of the entries, so that starting and ending fall out. No other work of the machine touches the
-figure; another compiler, C library or processor does. It varies by some instructions all the same:
-the environment decides how the stack is aligned, and the alignment on the way that memchr takes.
+figure; another compiler, C library or processor does. Where the temporary directory has a name of
+another length, everything on the heap is aligned otherwise, and some instructions more or less come
+of it.
 """
 
 import argparse
@@ -26,7 +27,7 @@ ASKS_FOR_TRACES = re.compile(r"\bTRACE\(|\bdebugging\(")
 
 
 def write_configuration(directory):
-    lines = ["actiontype: splitonly", f"basedirectory: {directory}", "inputfile: input.ldif"]
+    lines = ["actiontype: splitonly", "inputfile: input.ldif"]
     lines += ["logfile: split.log", "defaultoutputfile: parent.ldif", "splitby: rdnhash"]
     lines += ["basedn: ou=people,dc=example,dc=com"]
     for server in range(1, SERVERS + 1):
@@ -42,11 +43,9 @@ def count(program, generator, kind, entries):
             subprocess.run([generator, kind, str(entries)], stdout=ldif, check=True)
         write_configuration(directory)
         profile = directory / "profile"
-        if shutil.which("valgrind") is None:
-            sys.exit("valgrind is missing; scripts/test.sh installs it")
         done = subprocess.run(
-            ["valgrind", "--tool=callgrind", f"--callgrind-out-file={profile}", program]
-            + ["-f", directory / "varnelConfig"],
+            ["valgrind", "--tool=callgrind", f"--callgrind-out-file={profile}", program],
+            cwd=directory,
             capture_output=True,
             encoding="utf-8",
         )
@@ -64,7 +63,7 @@ def all_instructions(profile):
 
 def own_source(name):
     """The file of this tree that a profile means; it may have been compiled at another place."""
-    parts = pathlib.Path(os.path.normpath(name)).parts[1:]
+    parts = pathlib.Path(os.path.normpath(name).lstrip("/")).parts
     behind = (ROOT.joinpath(*parts[start:]) for start in range(len(parts)))
     return next((path for path in behind if path.is_file()), None)
 
@@ -106,13 +105,16 @@ def instructions_asking_for_traces(profile):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawTextHelpFormatter)
-    parser.add_argument("program", help="varnel")
-    parser.add_argument("generator", help="generate_ldif")
+    parser.add_argument("program", type=pathlib.Path, help="varnel")
+    parser.add_argument("generator", type=pathlib.Path, help="generate_ldif")
     parser.add_argument("kind", help="of input, as generate_ldif has it")
     parser.add_argument("--at-most", type=float, help="exit with 1 where it is more")
     arguments = parser.parse_args()
 
-    few, many = (count(arguments.program, arguments.generator, arguments.kind, size) for size in SIZES)
+    if shutil.which("valgrind") is None:
+        sys.exit("valgrind is missing; scripts/test.sh installs it")
+    program, generator = arguments.program.resolve(), arguments.generator.resolve()
+    few, many = (count(program, generator, arguments.kind, entries) for entries in SIZES)
     entries = SIZES[1] - SIZES[0]
     all_of_it = (all_instructions(many) - all_instructions(few)) / entries
     asking = (instructions_asking_for_traces(many) - instructions_asking_for_traces(few)) / entries
