@@ -381,16 +381,16 @@ memory_directory() {
 }
 
 # enter DIRECTORY: a new working directory in it, in place of the one before.
-work=
+scratch=
 leave() {
   cd "$top"
-  [[ -z $work ]] || rm -rf "$work"
+  [[ -z $scratch ]] || rm -rf "$scratch"
 }
 trap leave EXIT
 enter() {
   leave
-  work=$(mktemp -d "$1/varnel-bench.XXXXXX")
-  cd "$work"
+  scratch=$(mktemp -d "$1/varnel-bench.XXXXXX")
+  cd "$scratch"
 }
 
 SECONDS=0
