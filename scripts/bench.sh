@@ -189,18 +189,18 @@ ratio() {
   awk -v a="$1" -v b="$2" 'BEGIN { printf "%.2f", a / b }'
 }
 
-# print_row WORK WHAT WANTED ELAPSED PROCESSOR MEDIANS
+# print_row WORK WHAT LIMIT ELAPSED PROCESSOR MEDIANS
 print_row() {
   printf '%-4s %-44s %8s %9s %10s  %s\n' "$@"
 }
 
-# print_ratio WORK WHAT WANTED: of contender 2 to contender 1.
+# print_ratio WORK WHAT LIMIT: of contender 2 to contender 1.
 print_ratio() {
   print_row "$@" "$(ratio "$(elapsed 2)" "$(elapsed 1)")" \
     "$(ratio "$(processor 2)" "$(processor 1)")" "$(elapsed 1) s, $(elapsed 2) s"
 }
 
-# against_copy WORK WANTED KIND
+# against_copy WORK LIMIT KIND
 against_copy() {
   make_input "$3"
   write_config "$3.conf" "$3.ldif" 3
@@ -209,16 +209,16 @@ against_copy() {
   rm "$3.ldif"
 }
 
-# against_plain WORK WHAT WANTED KIND SERVERS [BASE...]: against plain over three servers.
+# against_plain WORK WHAT LIMIT KIND SERVERS [BASE...]: against plain over three servers.
 against_plain() {
-  local work=$1 what=$2 wanted=$3 kind=$4
+  local work=$1 what=$2 limit=$3 kind=$4
   shift 4
   make_input plain
   write_config plain.conf plain.ldif 3
   make_input "$kind"
   write_config contender.conf "$kind.ldif" "$@"
   interleave "split plain.conf" "split contender.conf"
-  print_ratio "$work" "$what, against plain" "$wanted"
+  print_ratio "$work" "$what, against plain" "$limit"
   rm -f plain.ldif "$kind.ldif"
 }
 
@@ -347,11 +347,11 @@ measure_memory() {
   done
 }
 
-# print_figure CSV BENCHMARK WANTED UNIT: bytes or nanoseconds of one benchmark.
+# print_figure CSV BENCHMARK LIMIT UNIT: bytes or nanoseconds of one benchmark.
 print_figure() {
-  awk -F, -v name="$2" -v wanted="$3" -v unit="$4" '
-    $1 == "\"" name "\"" && unit == "ns" { printf "%-36s %8s ns:   %.0f ns\n", name, wanted, $4 }
-    $1 == "\"" name "\"" && unit == "GB/s" { printf "%-36s %8s GB/s: %.2f GB/s\n", name, wanted, $6 / 1e9 }' "$1"
+  awk -F, -v name="$2" -v limit="$3" -v unit="$4" '
+    $1 == "\"" name "\"" && unit == "ns" { printf "%-36s %8s ns:   %.0f ns\n", name, limit, $4 }
+    $1 == "\"" name "\"" && unit == "GB/s" { printf "%-36s %8s GB/s: %.2f GB/s\n", name, limit, $6 / 1e9 }' "$1"
 }
 
 measure_parsers() {
