@@ -23,7 +23,8 @@ disk=
 megabytes=250
 rounds=7
 core=0
-parts=1,2,3,4,5,6,7,8,9,10,instructions,growth,memory,parsers
+every_part=1,2,3,4,5,6,7,8,9,10,instructions,growth,memory,parsers
+parts=$every_part
 sizes=100000,1000000,10000000
 while getopts d:s:n:c:w:g: option; do
   case $option in
@@ -35,6 +36,9 @@ while getopts d:s:n:c:w:g: option; do
     g) sizes=$OPTARG ;;
     *) usage ;;
   esac
+done
+for part in ${parts//,/ }; do
+  [[ ,$every_part, == *",$part,"* ]] || usage
 done
 cd "$(dirname "$0")/.."
 top=$PWD
