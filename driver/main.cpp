@@ -18,6 +18,7 @@
 #include "config/VarnelConfig.h"
 #include "config/VarnelConfigException.h"
 #include "config/configKeys.h"
+#include "driver/commandLineOptions.h"
 #include "driver/findLastLineSplit.h"
 #include "driver/getOptArgs.h"
 #include "driver/loadSchemaFiles.h"
@@ -30,7 +31,7 @@
 
 /// Where the configuration is looked for without -f.
 extern const char* const defaultConfigFile;
-const char* const defaultConfigFile = "./varnelConfig";
+const char* const defaultConfigFile = configFileOfNoOption;
 
 namespace {
 
@@ -38,8 +39,11 @@ constexpr int messageSet = 32;
 constexpr int usageMessage = 5;
 constexpr int missingArgumentMessage = 46;
 
-/// The slots of the option vector, in the order of the option letters.
-enum OptionSlot { configFileSlot, recoverySlot, debugSlot, instanceSlot };
+// Where the options stand in what getOptArgs returns.
+constexpr std::size_t configFileSlot = slotOf('f');
+constexpr std::size_t recoverySlot = slotOf('r');
+constexpr std::size_t debugSlot = slotOf('d');
+constexpr std::size_t instanceSlot = slotOf('I');
 
 /// The number at the start of the text, 0 where there is none, at most as far as an int goes.
 int toInt(const std::string& text) {
@@ -117,9 +121,8 @@ void split(const VarnelConfig& config, const std::map<std::string, LdifActor*>& 
 int main(int argc, char** argv) {
   prepareProcess();
   schemaInitialized = false;
-  const std::string optionString = std::string(":") + 'f' + ':' + 'r' + 'd' + ':' + 'I' + ':';
   const std::vector<std::string> options =
-      getOptArgs(argc, argv, optionString, messageSet, usageMessage, missingArgumentMessage);
+      getOptArgs(argc, argv, optionString(), messageSet, usageMessage, missingArgumentMessage);
   ldtr_init();
   write_ldap_debug(toInt(options[debugSlot]));
   loadSchema(options[instanceSlot]);

@@ -4,6 +4,8 @@
 #include <iterator>
 #include <utility>
 
+#include "platform/messages/usageText.h"
+
 namespace {
 
 // The identifier of a message never changes and is never used again: users search for it.
@@ -18,21 +20,7 @@ constexpr CatalogMessage catalog[] = {
      "basedirectory, inputfile, logfile, defaultoutputfile, splitby) stand before the first "
      "basedn, basedirectory before every file name; after a basedn only url, file and basedn may "
      "follow. Every line reads \"key: value\"."},
-    {32, 5, 'I', 1,
-     "Usage: %1$s [-f FILE] [-r] [-d LEVEL] [-I INSTANCE]\n"
-     "Splits the entries of one LDIF file over the LDIF files of back-end servers.\n"
-     "  -f FILE      configuration file: names the input, the base DNs, the servers\n"
-     "               and their output files (default: ./varnelConfig)\n"
-     "  -r           recovery mode: log and output files must exist already; the\n"
-     "               output files are overwritten, from the first line of the input\n"
-     "               (default: off; no output file may exist)\n"
-     "  -d LEVEL     debug output on standard error, a sum of 1 (what the run does)\n"
-     "               and 4 (hash decisions) (default: 0)\n"
-     "  -I INSTANCE  name or directory of the server instance whose schema decides\n"
-     "               which spellings of a DN are the same (default: none; values\n"
-     "               compare without regard to case)\n"
-     "Exit status: 0 success, or this text; 1 failure; 2 failure of the split in\n"
-     "lines 1 to 9 of the input or in no line of it."},
+    {32, 5, 'I', 1, usageText},
     {32, 6, 'E', 2,
      "Configuration file: \"%1$s\" is not a value that %2$s can have. actiontype takes "
      "splitonly, splitby takes rdnhash or numservers, basedn takes a DN, url takes an LDAP URL; "
