@@ -10,8 +10,8 @@
 
 namespace {
 
-/// The places %1$s to %9$s as <1> to <9>, and the line breaks of the long messages as indented
-/// lines.
+/// The text with its places %1$s to %9$s written as <1> to <9>, and every line after the first
+/// indented.
 std::string readable(const std::string& text) {
   std::string result;
   for (std::size_t i = 0; i < text.size(); ++i) {

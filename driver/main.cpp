@@ -45,15 +45,16 @@ constexpr std::size_t recoverySlot = slotOf('r');
 constexpr std::size_t debugSlot = slotOf('d');
 constexpr std::size_t instanceSlot = slotOf('I');
 
-/// The number at the start of the text, 0 where there is none, at most as far as an int goes.
+/// The decimal number at the start of the text, 0 where there is none. A number beyond the range of
+/// an int becomes the nearest int.
 int toInt(const std::string& text) {
   const long number = std::strtol(text.c_str(), nullptr, 10);
   return static_cast<int>(std::max(long{INT_MIN}, std::min(number, long{INT_MAX})));
 }
 
-/// The one line that a failed run leaves in the log, and its exit status.
+/// Appends the number of the line where the split failed to the log, and ends the process.
 [[noreturn]] void exitAfterFailure(std::FILE* log, int line) {
-  // The statuses tell a fault at the very start from one further on; scripts rely on this line.
+  // Scripts tell by the status whether the split failed at the very start; they rely on this limit.
   constexpr int lastEarlyLine = 9;
   std::fprintf(log, "%d\n", line);
   std::exit(line <= lastEarlyLine ? 2 : 1);
@@ -93,7 +94,8 @@ std::FILE* openLog(const std::string& name) {
   return log;
 }
 
-/// All output files may be open at once, and the input with them.
+/// How many files the split may have open at a time: every server's output file, the default output
+/// file and the input.
 std::size_t countFilesOfSplit(const std::map<std::string, LdifActor*>& actors) {
   return actors.at(cryptoDN)->getOutputFiles().size() + 2;
 }
@@ -140,9 +142,10 @@ int main(int argc, char** argv) {
 
   std::FILE* const log = openLog(config.logFile_);
   if (recovery) {
-    // Told in the traces only: every split starts from the first line.
+    // The number is only traced: every split starts from the first line.
     findLastLineSplit(config.logFile_);
   }
+  // A log that cannot be read stops nothing.
   AutoClose(std::fopen(config.logFile_.c_str(), "r")).reset();
   write_g_errorFile(config.logFile_.c_str());
   PrintMessage(messageSet, 1, 28);

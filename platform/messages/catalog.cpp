@@ -26,9 +26,9 @@ constexpr CatalogMessage catalog[] = {
      "splitonly, splitby takes rdnhash or numservers, basedn takes a DN, url takes an LDAP URL; "
      "no value may be empty."},
     {32, 7, 'E', 2,
-     "File %1$s does not exist or cannot be opened (configuration file line %2$s; line 0 is a "
-     "name by default or the log file). Check the name, the directory and your permissions; with "
-     "-r, output files must exist already."},
+     "File %1$s does not exist or cannot be opened. It is named on line %2$s of the configuration "
+     "file; 0 stands for the log file and for a name that no line gives. Check the name, the "
+     "directory and your permissions; with -r, output files must exist already."},
     {32, 8, 'E', 1,
      "File %1$s exists and is not overwritten. Move it away or name another file; -r overwrites "
      "existing files."},
@@ -51,13 +51,14 @@ constexpr CatalogMessage catalog[] = {
      "anew, from the first line of the input."},
     {32, 33, 'E', 2,
      "Input file %2$s, line %1$s: not valid LDIF. A line reads \"type: value\" or \"type:: "
-     "base64\", a comment starts with #, a continuation with one space; physical lines of more "
-     "than 4095 characters must be folded."},
+     "base64\", a comment starts with #, a continuation with one space. A physical line of more "
+     "than 4095 bytes is read in pieces, each of which has to be such a line of its own: fold "
+     "lines that are longer."},
     {32, 34, 'E', 1,
-     "The split stopped at input line %1$s; the entries before it are in the output files. Line "
-     "0: the input file or an output file cannot be opened or created (check its name, your "
-     "permissions and free space). Otherwise that line cannot be read, is not valid LDIF, or is "
-     "a dn line without a valid DN: mend it, remove the output files and run again."},
+     "The split stopped at input line %1$s; the output files are not complete. Line 0: the input "
+     "file or an output file cannot be opened or created (check its name, your permissions and "
+     "free space). Otherwise that line cannot be read, is not valid LDIF, or is a dn line without "
+     "a valid DN. Mend the fault, remove the output files and run again."},
     {32, 36, 'W', 1,
      "No defaultoutputfile is configured: entries below no base DN go to %1$s in the working "
      "directory."},
@@ -85,9 +86,9 @@ constexpr CatalogMessage catalog[] = {
      "Output file %1$s cannot be written. Check free space, quota and file size limit, remove "
      "the output files and run again."},
     {32, 60, 'W', 2,
-     "Input file %2$s, line %1$s: a physical line of more than 4095 characters is read in "
-     "pieces, and this piece changes the output. Fold the input to lines of at most 4095 "
-     "characters and run again."},
+     "Input file %2$s, line %1$s: a physical line of more than 4095 bytes is read in pieces, "
+     "and this piece changes the output. Fold the input to lines of at most 4095 bytes and run "
+     "again."},
     {32, 61, 'E', 2,
      "The split needs %1$s open files at a time, but only %2$s can be had: raise the limit of "
      "open files (ulimit -n) and run again."},
