@@ -12,6 +12,10 @@ import re
 import subprocess
 
 
+def sources():
+    return pathlib.Path(os.environ["VARNEL_SOURCES"])
+
+
 @functools.lru_cache(maxsize=None)
 def catalog():
     """(set, number) -> (severity, argument count, text)"""

@@ -142,6 +142,12 @@ def test_configuration_page_has_every_key():
     assert sorted(documented) == sorted(set(keys) - reserved)
 
 
+def test_message_on_an_illegal_key_names_the_keys():
+    documented = re.findall(r"^\.It Cm (\w+) :", made("varnelConfig.5"), re.MULTILINE)
+    _, _, text = message_texts.catalog()[32, 4]
+    assert [key for key in documented if not re.search(rf"\b{key}\b", text)] == []
+
+
 def option_table():
     """Of the program's options, in their order: letter, argument name (may be empty), meaning, default."""
     printed = subprocess.run(
@@ -231,6 +237,8 @@ def test_man_pages_name_the_directories_of_this_build(tmp_path):
     assert f"\n.It Pa {instances}\n" in pages["varnel-instance.conf.5"]
     assert f"\n.It Pa {schema}\n" in pages["varnel-instance.conf.5"]
     assert f"\nsystemschema: {schema}\n" in pages["varnel-instance.conf.5"]
+    messages = cache_entry("CMAKE_INSTALL_PREFIX") + "/share/doc/varnel/messages.md"
+    assert f"\n.Pa {messages} .\n" in pages["varnel.1"]
     # Nothing is left of the templates, and none of them names such a directory itself.
     for page in PAGES:
         assert "@" not in pages[page]

@@ -1,12 +1,10 @@
 """The catalog of messages: against what users know of it, and against the calls in the sources."""
 
-import os
-import pathlib
 import re
 
 import message_texts
 
-ROOT = pathlib.Path(os.environ["VARNEL_SOURCES"])
+ROOT = message_texts.sources()
 # The folders whose code prints messages of the tool; tests and tools beside the product are apart.
 FOLDERS = ["actors", "common", "config", "driver", "ldifsplit", "platform", "referrals"]
 

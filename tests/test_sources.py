@@ -1,12 +1,12 @@
 """Rules that the sources keep and no compiler checks."""
 
-import os
 import pathlib
 import re
 
+import message_texts
 import pytest
 
-ROOT = pathlib.Path(os.environ["VARNEL_SOURCES"])
+ROOT = message_texts.sources()
 FOLDERS = ["actors", "bench", "common", "config", "driver", "fuzz", "ldifsplit", "platform",
            "referrals", "testsupport"]  # fmt: skip
 
