@@ -19,7 +19,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   require(::write(::fileno(file), data, size) == static_cast<ssize_t>(size), "it takes the input");
   std::rewind(file);
 
-  LineReader reader(file);
+  ldifsplit::LineReader reader(file);
   std::string all;
   while (reader.readLine()) {
     while (reader.nextIsBlank()) {
