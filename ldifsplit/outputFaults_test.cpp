@@ -18,6 +18,7 @@
 #include "ldifsplit/openNewLdif.h"
 #include "testsupport/CapturedOutput.h"
 #include "testsupport/TemporaryDirectory.h"
+#include "testsupport/TracesOn.h"
 
 namespace {
 

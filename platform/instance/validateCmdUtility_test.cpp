@@ -8,10 +8,12 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
 
-#include "platform/instance/InstanceDirectory.h"
 #include "platform/instance/readInstanceConfiguration.h"
+#include "testsupport/CapturedOutput.h"
+#include "testsupport/TemporaryDirectory.h"
 
 namespace {
 
@@ -29,45 +31,42 @@ struct Result {
 Result validate(const std::string& name) {
   char* instance = strdup(name.c_str());
   char* configFile = nullptr;
-  ::testing::internal::CaptureStderr();
-  const int status = validateCmdUtility(&instance, &configFile, 1, 0, 0, 0);
-  Result result{status == 0, instance, configFile != nullptr ? configFile : "",
-                ::testing::internal::GetCapturedStderr()};
+  int status = -1;
+  const CapturedOutput output =
+      captured([&] { status = validateCmdUtility(&instance, &configFile, 1, 0, 0, 0); });
+  Result result{status == 0, instance, configFile != nullptr ? configFile : "", output.err};
   std::free(instance);
   std::free(configFile);
   return result;
 }
 
-std::string temporary(const std::string& name) {
-  return ::testing::TempDir() + "varnel-instance-" + std::to_string(getpid()) + "-" + name;
-}
-
 class ValidateCmdUtility : public ::testing::Test {
  protected:
-  InstanceDirectory instance_{temporary("valid")};
+  const TemporaryDirectory instance_;
 };
 
 TEST_F(ValidateCmdUtility, AcceptsADirectoryWithAGoodConfiguration) {
-  instance_.write("a.schema");
-  instance_.write("more/b.ldif");
-  instance_.configure("# comment\n\n  \t\nsystemschema: a.schema\r\n UserSchema :  more  \n");
-  const Result result = validate(instance_.path());
+  instance_.write("a.schema", "");
+  instance_.write("more/b.ldif", "");
+  instance_.write("instance.conf",
+                  "# comment\n\n  \t\nsystemschema: a.schema\r\n UserSchema :  more  \n");
+  const Result result = validate(instance_.name());
   EXPECT_TRUE(result.valid);
-  EXPECT_EQ(result.instance, instance_.path());
+  EXPECT_EQ(result.instance, instance_.name());
   EXPECT_EQ(result.configFile, instance_.path("instance.conf"));
   EXPECT_EQ(result.messages, "");
 }
 
 TEST_F(ValidateCmdUtility, AcceptsAnEmptyConfiguration) {
-  instance_.configure("");
-  EXPECT_TRUE(validate(instance_.path()).valid);
-  EXPECT_TRUE(validate(instance_.path() + "/").valid);
+  instance_.write("instance.conf", "");
+  EXPECT_TRUE(validate(instance_.name()).valid);
+  EXPECT_TRUE(validate(instance_.name() + "/").valid);
 }
 
 TEST_F(ValidateCmdUtility, FindsAnInstanceByNameInTheRegistry) {
-  const InstanceDirectory registered(QuorInstanceUtils::instanceRegistry() + "/Some-1_x.y");
-  registered.write("a.schema");
-  registered.configure("systemschema: a.schema\n");
+  const TemporaryDirectory registered(QuorInstanceUtils::instanceRegistry() + "/Some-1_x.y");
+  registered.write("a.schema", "");
+  registered.write("instance.conf", "systemschema: a.schema\n");
   const Result result = validate("Some-1_x.y");
   EXPECT_TRUE(result.valid) << result.messages;
   EXPECT_EQ(result.configFile, registered.path("instance.conf"));
@@ -84,7 +83,7 @@ TEST_F(ValidateCmdUtility, ReportsANameThatIsNotRegistered) {
 
 TEST_F(ValidateCmdUtility, ReportsAPathThatIsNoDirectory) {
   EXPECT_THAT(validate(instance_.path("none")).messages, StartsWith("VNL033002E: "));
-  const Result file = validate(instance_.write("file"));
+  const Result file = validate(instance_.write("file", ""));
   EXPECT_FALSE(file.valid);
   EXPECT_THAT(file.messages, AllOf(StartsWith("VNL033002E: "), HasSubstr(instance_.path("file"))));
 }
@@ -92,9 +91,9 @@ TEST_F(ValidateCmdUtility, ReportsAPathThatIsNoDirectory) {
 TEST_F(ValidateCmdUtility, NullPointerIsABadName) {
   char* instance = nullptr;
   char* configFile = nullptr;
-  ::testing::internal::CaptureStderr();
-  EXPECT_NE(validateCmdUtility(&instance, &configFile, 1, 0, 0, 0), 0);
-  EXPECT_THAT(::testing::internal::GetCapturedStderr(), StartsWith("VNL033001E: "));
+  const CapturedOutput output =
+      captured([&] { EXPECT_NE(validateCmdUtility(&instance, &configFile, 1, 0, 0, 0), 0); });
+  EXPECT_THAT(output.err, StartsWith("VNL033001E: "));
 }
 
 struct NameRow {
@@ -162,17 +161,17 @@ const FaultRow faultRows[] = {
 class InstanceFaultOf : public ::testing::TestWithParam<FaultRow> {};
 
 TEST_P(InstanceFaultOf, TheConfigurationIsReported) {
-  const InstanceDirectory instance(temporary("fault"));
-  instance.write("good.schema");
+  const TemporaryDirectory instance;
+  instance.write("good.schema", "");
   std::filesystem::create_directory(instance.path("broken"));
   ASSERT_EQ(symlink("loop.ldif", instance.path("broken/loop.ldif").c_str()), 0);
   ASSERT_EQ(mkfifo(instance.path("pipe").c_str(), 0600), 0);
-  instance.configure(GetParam().configuration);
+  instance.write("instance.conf", GetParam().configuration);
   std::string expected = GetParam().message;
   for (std::size_t at = expected.find('@'); at != std::string::npos; at = expected.find('@')) {
-    expected.replace(at, 1, instance.path());
+    expected.replace(at, 1, instance.name());
   }
-  const Result result = validate(instance.path());
+  const Result result = validate(instance.name());
   EXPECT_FALSE(result.valid);
   EXPECT_THAT(result.messages, HasSubstr(expected));
   EXPECT_EQ(result.configFile, instance.path("instance.conf"));
@@ -182,41 +181,41 @@ INSTANTIATE_TEST_SUITE_P(Rows, InstanceFaultOf, ::testing::ValuesIn(faultRows),
                          [](const auto& row) { return std::string(row.param.label); });
 
 TEST_F(ValidateCmdUtility, ReportsEveryFaultOfAFile) {
-  instance_.configure("a: b\nuserschema:\nc\nsystemschema: nix\n");
-  const Result result = validate(instance_.path());
+  instance_.write("instance.conf", "a: b\nuserschema:\nc\nsystemschema: nix\n");
+  const Result result = validate(instance_.name());
   EXPECT_FALSE(result.valid);
   EXPECT_EQ(std::count(result.messages.begin(), result.messages.end(), '\n'), 4);
 }
 
 TEST_F(ValidateCmdUtility, ReportsNulBytesAndBinaryData) {
-  instance_.configure(std::string("systemschema: \0good\n", 20));
-  EXPECT_THAT(validate(instance_.path()).messages, StartsWith("VNL033004E: "));
+  instance_.write("instance.conf", std::string("systemschema: \0good\n", 20));
+  EXPECT_THAT(validate(instance_.name()).messages, StartsWith("VNL033004E: "));
   std::string bytes;
   for (int i = 0; i < 4096; ++i) {
     bytes += static_cast<char>(i * 37 % 256);
   }
-  instance_.configure(bytes);
-  EXPECT_FALSE(validate(instance_.path()).valid);
+  instance_.write("instance.conf", bytes);
+  EXPECT_FALSE(validate(instance_.name()).valid);
 }
 
 TEST_F(ValidateCmdUtility, ReportsAConfigurationFileThatCannotBeRead) {
   const std::string file = instance_.path("instance.conf");
-  EXPECT_THAT(validate(instance_.path()).messages,
-              StartsWith("VNL033003E: Instance " + instance_.path() + ": its configuration file " +
+  EXPECT_THAT(validate(instance_.name()).messages,
+              StartsWith("VNL033003E: Instance " + instance_.name() + ": its configuration file " +
                          file + " cannot be read: No such file or directory"));
   ASSERT_EQ(symlink("instance.conf", file.c_str()), 0);
-  EXPECT_FALSE(validate(instance_.path()).valid);
+  EXPECT_FALSE(validate(instance_.name()).valid);
   std::filesystem::remove(file);
   std::filesystem::create_directory(file);
-  const Result directory = validate(instance_.path());
+  const Result directory = validate(instance_.name());
   EXPECT_FALSE(directory.valid);
   EXPECT_THAT(directory.messages, HasSubstr("it is a directory"));
 }
 
 TEST_F(ValidateCmdUtility, WarnsOfADirectoryWithoutSchemaFiles) {
-  instance_.write("empty/README");
-  instance_.configure("systemschema: empty\n");
-  const Result result = validate(instance_.path());
+  instance_.write("empty/README", "");
+  instance_.write("instance.conf", "systemschema: empty\n");
+  const Result result = validate(instance_.name());
   EXPECT_TRUE(result.valid);
   EXPECT_THAT(result.messages, AllOf(StartsWith("VNL033008W: "), HasSubstr("line 1"),
                                      HasSubstr(instance_.path("empty"))));
