@@ -65,10 +65,20 @@ TEST(Hash, DnsThatAreNotBelowTheBaseStillHaveAServer) {
   EXPECT_EQ(get_hash_value_from_dn("cn=a,o=y", "", 64), 34);
   EXPECT_EQ(get_hash_value_from_dn("cn=a,o=y", nullptr, 64), 34);
   EXPECT_EQ(get_hash_value_from_dn("cn=a,o=y", "no dn", 64), 34);
-  // An escaped comma is no boundary: the base is a tail of the text, not of the RDNs.
-  EXPECT_EQ(get_hash_value_from_dn("cn=a\\,b", "b=c", 64),
-            get_hash_value_from_dn("cn=a\\,b", nullptr, 64));
   EXPECT_EQ(get_hash_value_from_dn("cn=a", "cn=a,o=y", 64), 32);
+}
+
+// The text of each DN ends in that of the base "B=C". Values by the same program as above.
+TEST(Hash, BaseThatIsATailOfTheTextAloneIsNoBase) {
+  // The RDN's value ends in the base: behind an escaped comma, behind another character, or both.
+  EXPECT_EQ(get_hash_value_from_dn("cn=a\\,b=c", "b=c", 64), 6);          // by CN=A\,B=C
+  EXPECT_EQ(get_hash_value_from_dn("cn=a\\,b=c", "b=c", 1000), 629);      // the same
+  EXPECT_EQ(get_hash_value_from_dn("cn=ab=c", "b=c", 64), 27);            // by CN=AB=C
+  EXPECT_EQ(get_hash_value_from_dn("cn=ab=c", "b=c", 1000), 998);         // the same
+  EXPECT_EQ(get_hash_value_from_dn("cn=a\\\\\\,b=c", "b=c", 1000), 192);  // by CN=A\\\,B=C
+  // An escaped backslash and a comma that separates: below the base.
+  EXPECT_EQ(get_hash_value_from_dn("cn=a\\\\,b=c", "b=c", 64), 51);     // by CN=A\\ alone
+  EXPECT_EQ(get_hash_value_from_dn("cn=a\\\\,b=c", "b=c", 1000), 227);  // the same
 }
 
 TEST(Hash, WhatIsNoDnHasTheServerOfTheEmptyText) {
