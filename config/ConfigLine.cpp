@@ -2,7 +2,8 @@
 
 #include <algorithm>
 
-#include "config/addBaseDirToFilename.h"
+#include "config/WhitespacePredicate.h"
+#include "config/toLower.h"
 
 namespace {
 

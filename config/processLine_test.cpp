@@ -1,5 +1,5 @@
-// The parser of the configuration file. It keeps its progress in function-static variables, so that
-// every text is read in a process of its own.
+// The parser of the configuration file, from the whole of init() down to single lines. It keeps its
+// progress in function-static variables, so that every text is read in a process of its own.
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
