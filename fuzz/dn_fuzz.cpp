@@ -1,5 +1,5 @@
-// DNs: the normal form is its own, the two roads to it agree, and the record says the same as the
-// text.
+// DNs. A normal form, normalised again, stays as it is. The quick scan and the full parser find the
+// same normal form. The RDNs of a record, put together again, are its text.
 
 #include <algorithm>
 #include <cstddef>
@@ -50,10 +50,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   // As the C interface sees it: up to the first NUL.
   const std::string dn = std::string(reinterpret_cast<const char*>(data), size).c_str();
   const std::string normal = normalForm(dn);
-  require(normalForm(normal) == normal, "the normal form is its own");
+  require(normalForm(normal) == normal, "a normal form stays as it is");
+  // The scan gives up at a leading blank, and the parser drops it.
   require(normalForm("  " + dn) == normal, "the scan and the parser agree");
   if (dirclient::isKnownNormal(dn, nullptr)) {
-    require(normal == dn, "what is known to be normal is");
+    require(normal == dn, "what the scan takes for normal is normal");
   }
   require(normal.find_first_of("\n\r\t") == std::string::npos, "a normal form is one line");
   checkRecord(dn);

@@ -1,4 +1,5 @@
-"""Where the input comes from, and inputs that are odd as a whole."""
+"""Inputs that are no plain files (FIFOs, devices, terminals), that cannot be read, that are empty
+or very large."""
 
 import fcntl
 import os

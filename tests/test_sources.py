@@ -1,4 +1,5 @@
-"""Rules that the sources keep and no compiler checks."""
+"""Rules for the sources that no compiler checks: which folder includes which, which messages are
+used, what nobody may call."""
 
 import pathlib
 import re
@@ -125,7 +126,7 @@ def test_a_source_file_includes_its_own_header_first():
 
 CONSTANT = re.compile(r"constexpr int (\w+) = (\d+);")
 
-# Where the number is a parameter or comes with a problem.
+# Calls that pass on a number: that of a parameter, or that of a problem in a schema.
 PASSED_ON = {
     ("driver/getOptArgs.cpp", "missingArgumentMessage"): 46,
     ("driver/getOptArgs.cpp", "usageMessage"): 5,

@@ -101,7 +101,8 @@ def test_a_whole_run(site):
             f"putting CN=CRYPTO,CN=LOCALHOST in file {three}",
             f"putting CN=CRYPTO,CN=LOCALHOST in file {one}",
             f"putting CN=CRYPTO,CN=LOCALHOST in file {two}",
-            # The entry at the top is routed before the actor's own kind is asked.
+            # An actor's base DN goes to all of its files without asking what kind of actor it is:
+            # the crypto actor traces nothing.
             f"putting CN=LOCALHOST in file {three}",
             f"putting CN=LOCALHOST in file {one}",
             f"putting CN=LOCALHOST in file {two}",

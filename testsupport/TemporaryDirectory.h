@@ -4,11 +4,11 @@
 
 #include <string>
 
-/// A new directory that goes, with all that is in it, when the object does. In a forked process the
-/// object has to be left alone: the directory is the parent's.
+/// A new directory that is removed, with all that is in it, when the object is destroyed. A forked
+/// process must not destroy its copy of the object: the directory is the parent's.
 class TemporaryDirectory {
  public:
-  /// Where no other is.
+  /// Below /tmp, under a name that nothing else has.
   TemporaryDirectory();
   /// At this place, which nothing else may use; directories on the way are made. What a run that
   /// was broken off left there goes first.
