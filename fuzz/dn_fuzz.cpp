@@ -50,11 +50,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   // As the C interface sees it: up to the first NUL.
   const std::string dn = std::string(reinterpret_cast<const char*>(data), size).c_str();
   const std::string normal = normalForm(dn);
-  require(normalForm(normal) == normal, "a normal form stays as it is");
-  // The scan gives up at a leading blank, and the parser drops it.
+  require(normalForm(normal) == normal, "the normal form is its own");
   require(normalForm("  " + dn) == normal, "the scan and the parser agree");
   if (dirclient::isKnownNormal(dn, nullptr)) {
-    require(normal == dn, "what the scan takes for normal is normal");
+    require(normal == dn, "what is known to be normal is");
   }
   require(normal.find_first_of("\n\r\t") == std::string::npos, "a normal form is one line");
   checkRecord(dn);

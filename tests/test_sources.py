@@ -126,7 +126,7 @@ def test_a_source_file_includes_its_own_header_first():
 
 CONSTANT = re.compile(r"constexpr int (\w+) = (\d+);")
 
-# Calls that pass on a number: that of a parameter, or that of a problem in a schema.
+# Where the number is a parameter or comes with a problem.
 PASSED_ON = {
     ("driver/getOptArgs.cpp", "missingArgumentMessage"): 46,
     ("driver/getOptArgs.cpp", "usageMessage"): 5,

@@ -8,7 +8,7 @@
 
 #include "platform/instance/readInstanceConfiguration.h"
 #include "testsupport/CapturedOutput.h"
-#include "testsupport/TemporaryDirectory.h"
+#include "testsupport/InstanceDirectory.h"
 
 namespace {
 
@@ -28,19 +28,19 @@ std::vector<std::string> filesOf(const CfgInst& configuration, int kind) {
 class CfgInstTest : public ::testing::Test {
  protected:
   std::vector<std::string> files(int kind) const {
-    return filesOf(CfgInst(instance_.name().c_str(), nullptr, true), kind);
+    return filesOf(CfgInst(instance_.path().c_str(), nullptr, true), kind);
   }
 
-  const TemporaryDirectory instance_;
+  InstanceDirectory instance_;
 };
 
 TEST_F(CfgInstTest, KeepsTheOrderOfEachKind) {
   for (const char* name : {"a", "b", "c", "d", "e"}) {
-    instance_.write(name, "");
+    instance_.write(name);
   }
-  instance_.write("instance.conf",
-                  "systemschema: d\nuserschema: c\nSYSTEMSCHEMA:a\nuserschema: e\n"
-                  "systemschema: b\nsystemschema: d\n");
+  instance_.configure(
+      "systemschema: d\nuserschema: c\nSYSTEMSCHEMA:a\nuserschema: e\n"
+      "systemschema: b\nsystemschema: d\n");
   EXPECT_THAT(files(0), ElementsAre(instance_.path("d"), instance_.path("a"), instance_.path("b"),
                                     instance_.path("d")));
   EXPECT_THAT(files(1), ElementsAre(instance_.path("c"), instance_.path("e")));
@@ -50,9 +50,9 @@ TEST_F(CfgInstTest, TakesADirectorysSchemaFilesInByteOrder) {
   for (const char* name : {"s/b.schema", "s/a.ldif", "s/B.schema", "s/10.ldif", "s/9.ldif",
                            "s/README", "s/x.schema~", "s/.hidden.ldif", "s/c.SCHEMA",
                            "s/sub.ldif/inner.ldif", "s/\xC3\xA4.ldif", "s/ldif", "s/.schema"}) {
-    instance_.write(name, "");
+    instance_.write(name);
   }
-  instance_.write("instance.conf", "userschema: s/\n");
+  instance_.configure("userschema: s/\n");
   EXPECT_THAT(files(1),
               ElementsAre(instance_.path("s/10.ldif"), instance_.path("s/9.ldif"),
                           instance_.path("s/B.schema"), instance_.path("s/a.ldif"),
@@ -61,32 +61,31 @@ TEST_F(CfgInstTest, TakesADirectorysSchemaFilesInByteOrder) {
 }
 
 TEST_F(CfgInstTest, AbsolutePathsStayAndBlanksMayBeInAName) {
-  const std::string absolute = instance_.write("dir/with blank: and colon", "");
-  instance_.write("instance.conf",
-                  "systemschema: " + absolute + " \nsystemschema:\tdir/with blank: and colon");
+  const std::string absolute = instance_.write("dir/with blank: and colon");
+  instance_.configure("systemschema: " + absolute + " \nsystemschema:\tdir/with blank: and colon");
   EXPECT_THAT(files(0), ElementsAre(absolute, absolute));
 }
 
 TEST_F(CfgInstTest, FindsAnInstanceByName) {
-  const TemporaryDirectory registered(QuorInstanceUtils::instanceRegistry() + "/named");
-  registered.write("a.schema", "");
-  registered.write("instance.conf", "systemschema: a.schema\n");
+  const InstanceDirectory registered(QuorInstanceUtils::instanceRegistry() + "/named");
+  registered.write("a.schema");
+  registered.configure("systemschema: a.schema\n");
   EXPECT_THAT(filesOf(CfgInst("named", nullptr, true), 0),
               ElementsAre(registered.path("a.schema")));
 }
 
 TEST_F(CfgInstTest, AnotherConfigurationFileMayBeNamed) {
-  instance_.write("a", "");
-  instance_.write("b", "");
-  instance_.write("instance.conf", "systemschema: a\n");
+  instance_.write("a");
+  instance_.write("b");
+  instance_.configure("systemschema: a\n");
   const std::string other = instance_.write("other.conf", "systemschema: b\n");
-  EXPECT_THAT(filesOf(CfgInst(instance_.name().c_str(), other.c_str(), true), 0),
+  EXPECT_THAT(filesOf(CfgInst(instance_.path().c_str(), other.c_str(), true), 0),
               ElementsAre(instance_.path("b")));
 }
 
 TEST_F(CfgInstTest, WhatCannotBeReadLeavesNoFileAndPrintsNothing) {
-  instance_.write("a", "");
-  instance_.write("instance.conf", "systemschema: nix\nsystemschema: a\nx: y\n");
+  instance_.write("a");
+  instance_.configure("systemschema: nix\nsystemschema: a\nx: y\n");
   const CapturedOutput output = captured([&] {
     EXPECT_THAT(files(0), ElementsAre(instance_.path("a")));
     EXPECT_THAT(filesOf(CfgInst("nowhere", nullptr, true), 0), IsEmpty());
@@ -97,8 +96,8 @@ TEST_F(CfgInstTest, WhatCannotBeReadLeavesNoFileAndPrintsNothing) {
 }
 
 TEST_F(CfgInstTest, EmptyListIsANullPointer) {
-  instance_.write("instance.conf", "");
-  const CfgInst configuration(instance_.name().c_str(), nullptr, true);
+  instance_.configure("");
+  const CfgInst configuration(instance_.path().c_str(), nullptr, true);
   char* something = nullptr;
   char** list = &something;
   int count = 7;
@@ -109,8 +108,8 @@ TEST_F(CfgInstTest, EmptyListIsANullPointer) {
 }
 
 TEST_F(CfgInstTest, OtherKindsAreRefused) {
-  instance_.write("instance.conf", "");
-  const CfgInst configuration(instance_.name().c_str(), nullptr, true);
+  instance_.configure("");
+  const CfgInst configuration(instance_.path().c_str(), nullptr, true);
   for (const int kind : {-1, 2, 1000000}) {
     char** list = nullptr;
     int count = 7;

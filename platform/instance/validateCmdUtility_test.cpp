@@ -13,7 +13,7 @@
 
 #include "platform/instance/readInstanceConfiguration.h"
 #include "testsupport/CapturedOutput.h"
-#include "testsupport/TemporaryDirectory.h"
+#include "testsupport/InstanceDirectory.h"
 
 namespace {
 
@@ -42,31 +42,30 @@ Result validate(const std::string& name) {
 
 class ValidateCmdUtility : public ::testing::Test {
  protected:
-  const TemporaryDirectory instance_;
+  InstanceDirectory instance_;
 };
 
 TEST_F(ValidateCmdUtility, AcceptsADirectoryWithAGoodConfiguration) {
-  instance_.write("a.schema", "");
-  instance_.write("more/b.ldif", "");
-  instance_.write("instance.conf",
-                  "# comment\n\n  \t\nsystemschema: a.schema\r\n UserSchema :  more  \n");
-  const Result result = validate(instance_.name());
+  instance_.write("a.schema");
+  instance_.write("more/b.ldif");
+  instance_.configure("# comment\n\n  \t\nsystemschema: a.schema\r\n UserSchema :  more  \n");
+  const Result result = validate(instance_.path());
   EXPECT_TRUE(result.valid);
-  EXPECT_EQ(result.instance, instance_.name());
+  EXPECT_EQ(result.instance, instance_.path());
   EXPECT_EQ(result.configFile, instance_.path("instance.conf"));
   EXPECT_EQ(result.messages, "");
 }
 
 TEST_F(ValidateCmdUtility, AcceptsAnEmptyConfiguration) {
-  instance_.write("instance.conf", "");
-  EXPECT_TRUE(validate(instance_.name()).valid);
-  EXPECT_TRUE(validate(instance_.name() + "/").valid);
+  instance_.configure("");
+  EXPECT_TRUE(validate(instance_.path()).valid);
+  EXPECT_TRUE(validate(instance_.path() + "/").valid);
 }
 
 TEST_F(ValidateCmdUtility, FindsAnInstanceByNameInTheRegistry) {
-  const TemporaryDirectory registered(QuorInstanceUtils::instanceRegistry() + "/Some-1_x.y");
-  registered.write("a.schema", "");
-  registered.write("instance.conf", "systemschema: a.schema\n");
+  const InstanceDirectory registered(QuorInstanceUtils::instanceRegistry() + "/Some-1_x.y");
+  registered.write("a.schema");
+  registered.configure("systemschema: a.schema\n");
   const Result result = validate("Some-1_x.y");
   EXPECT_TRUE(result.valid) << result.messages;
   EXPECT_EQ(result.configFile, registered.path("instance.conf"));
@@ -83,7 +82,7 @@ TEST_F(ValidateCmdUtility, ReportsANameThatIsNotRegistered) {
 
 TEST_F(ValidateCmdUtility, ReportsAPathThatIsNoDirectory) {
   EXPECT_THAT(validate(instance_.path("none")).messages, StartsWith("VNL033002E: "));
-  const Result file = validate(instance_.write("file", ""));
+  const Result file = validate(instance_.write("file"));
   EXPECT_FALSE(file.valid);
   EXPECT_THAT(file.messages, AllOf(StartsWith("VNL033002E: "), HasSubstr(instance_.path("file"))));
 }
@@ -161,17 +160,17 @@ const FaultRow faultRows[] = {
 class InstanceFaultOf : public ::testing::TestWithParam<FaultRow> {};
 
 TEST_P(InstanceFaultOf, TheConfigurationIsReported) {
-  const TemporaryDirectory instance;
-  instance.write("good.schema", "");
+  const InstanceDirectory instance;
+  instance.write("good.schema");
   std::filesystem::create_directory(instance.path("broken"));
   ASSERT_EQ(symlink("loop.ldif", instance.path("broken/loop.ldif").c_str()), 0);
   ASSERT_EQ(mkfifo(instance.path("pipe").c_str(), 0600), 0);
-  instance.write("instance.conf", GetParam().configuration);
+  instance.configure(GetParam().configuration);
   std::string expected = GetParam().message;
   for (std::size_t at = expected.find('@'); at != std::string::npos; at = expected.find('@')) {
-    expected.replace(at, 1, instance.name());
+    expected.replace(at, 1, instance.path());
   }
-  const Result result = validate(instance.name());
+  const Result result = validate(instance.path());
   EXPECT_FALSE(result.valid);
   EXPECT_THAT(result.messages, HasSubstr(expected));
   EXPECT_EQ(result.configFile, instance.path("instance.conf"));
@@ -181,41 +180,41 @@ INSTANTIATE_TEST_SUITE_P(Rows, InstanceFaultOf, ::testing::ValuesIn(faultRows),
                          [](const auto& row) { return std::string(row.param.label); });
 
 TEST_F(ValidateCmdUtility, ReportsEveryFaultOfAFile) {
-  instance_.write("instance.conf", "a: b\nuserschema:\nc\nsystemschema: nix\n");
-  const Result result = validate(instance_.name());
+  instance_.configure("a: b\nuserschema:\nc\nsystemschema: nix\n");
+  const Result result = validate(instance_.path());
   EXPECT_FALSE(result.valid);
   EXPECT_EQ(std::count(result.messages.begin(), result.messages.end(), '\n'), 4);
 }
 
 TEST_F(ValidateCmdUtility, ReportsNulBytesAndBinaryData) {
-  instance_.write("instance.conf", std::string("systemschema: \0good\n", 20));
-  EXPECT_THAT(validate(instance_.name()).messages, StartsWith("VNL033004E: "));
+  instance_.configure(std::string("systemschema: \0good\n", 20));
+  EXPECT_THAT(validate(instance_.path()).messages, StartsWith("VNL033004E: "));
   std::string bytes;
   for (int i = 0; i < 4096; ++i) {
     bytes += static_cast<char>(i * 37 % 256);
   }
-  instance_.write("instance.conf", bytes);
-  EXPECT_FALSE(validate(instance_.name()).valid);
+  instance_.configure(bytes);
+  EXPECT_FALSE(validate(instance_.path()).valid);
 }
 
 TEST_F(ValidateCmdUtility, ReportsAConfigurationFileThatCannotBeRead) {
   const std::string file = instance_.path("instance.conf");
-  EXPECT_THAT(validate(instance_.name()).messages,
-              StartsWith("VNL033003E: Instance " + instance_.name() + ": its configuration file " +
+  EXPECT_THAT(validate(instance_.path()).messages,
+              StartsWith("VNL033003E: Instance " + instance_.path() + ": its configuration file " +
                          file + " cannot be read: No such file or directory"));
   ASSERT_EQ(symlink("instance.conf", file.c_str()), 0);
-  EXPECT_FALSE(validate(instance_.name()).valid);
+  EXPECT_FALSE(validate(instance_.path()).valid);
   std::filesystem::remove(file);
   std::filesystem::create_directory(file);
-  const Result directory = validate(instance_.name());
+  const Result directory = validate(instance_.path());
   EXPECT_FALSE(directory.valid);
   EXPECT_THAT(directory.messages, HasSubstr("it is a directory"));
 }
 
 TEST_F(ValidateCmdUtility, WarnsOfADirectoryWithoutSchemaFiles) {
-  instance_.write("empty/README", "");
-  instance_.write("instance.conf", "systemschema: empty\n");
-  const Result result = validate(instance_.name());
+  instance_.write("empty/README");
+  instance_.configure("systemschema: empty\n");
+  const Result result = validate(instance_.path());
   EXPECT_TRUE(result.valid);
   EXPECT_THAT(result.messages, AllOf(StartsWith("VNL033008W: "), HasSubstr("line 1"),
                                      HasSubstr(instance_.path("empty"))));
