@@ -1,3 +1,5 @@
+"""What every test is given: the program, and a fresh directory to run it in."""
+
 import os
 import pathlib
 import shutil

@@ -130,7 +130,8 @@ def normal_form(dn):
 
 
 def parent(dn):
-    """The next DN on the way up: the parts of an RDN run together."""
+    """The next DN on the way up. The parts of an RDN of several are joined with nothing between them,
+    as the program does it."""
     rdns = parse_dn(dn)
     if not rdns or len(rdns) < 2:
         return None

@@ -118,7 +118,8 @@ def test_nothing_is_traced_without_the_option(site):
 
 
 def test_bit_2_shows_dns_that_cannot_be_parsed_and_bit_4_hash_decisions(site):
-    """The parses of a run are kept quiet; the hash is not."""
+    """The run sets the level to 0 while it parses a DN, so that bit 2 shows nothing; its hash decisions
+    are shown."""
     site.configure(*TWO_SERVERS)
     site.write("in.ldif", "dn: cn=x,o=example\n")
     assert site.run("-d", "2").stderr == b""
