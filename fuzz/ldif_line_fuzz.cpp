@@ -1,4 +1,5 @@
-// LDIF lines: every result is one of the three, and nothing that comes out can break a line.
+// LDIF lines: the parser returns one of its three results, and a DN that it hands out has no byte
+// that would end the line it is written in.
 
 #include <cstddef>
 #include <cstdint>
@@ -12,7 +13,8 @@
 
 namespace {
 
-/// Whether every line feed but one at the end is a fold, as in the lines that the split hands over.
+/// Whether each line feed is the last byte or begins a fold, as in the lines that the split hands
+/// over.
 bool isOneLogicalLine(const std::string& text) {
   for (auto at = text.find('\n'); at != std::string::npos; at = text.find('\n', at + 1)) {
     if (at + 1 != text.size() && text[at + 1] != ' ') {

@@ -1,5 +1,5 @@
-// The input of the split: no byte is lost or added between the file and its logical lines, and each
-// of those is one line with its folds.
+// How the split reads its input: the logical lines, one behind the other, are the bytes of the
+// file, and each of them is a line with its folds and nothing more.
 
 #include <unistd.h>
 

@@ -6,10 +6,8 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <cstdlib>
 #include <ctime>
 #include <memory_resource>
-#include <new>
 #include <optional>
 #include <ostream>
 #include <random>
@@ -18,64 +16,7 @@
 #include <string_view>
 #include <vector>
 
-namespace {
-
-std::size_t heapAllocations = 0;
-
-/// Exactly as large as asked where it can be, so that a sanitizer sees a read behind the end.
-void* countedAllocation(std::size_t size, std::size_t alignment) noexcept {
-  ++heapAllocations;
-  if (alignment <= alignof(std::max_align_t)) {
-    return std::malloc(std::max(size, std::size_t{1}));
-  }
-  return std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment);
-}
-
-void* countedAllocationOrThrow(std::size_t size, std::size_t alignment) {
-  void* memory = countedAllocation(size, alignment);
-  if (memory == nullptr) {
-    throw std::bad_alloc();
-  }
-  return memory;
-}
-
-}  // namespace
-
-// Not inlined: the compiler would see malloc and free where it expects new and delete. The aligned
-// ones are what the standard memory resource calls, the one that cannot throw is
-// std::stable_sort's.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-  return countedAllocationOrThrow(size, alignof(std::max_align_t));
-}
-
-[[gnu::noinline]] void* operator new(std::size_t size, std::align_val_t alignment) {
-  return countedAllocationOrThrow(size, static_cast<std::size_t>(alignment));
-}
-
-[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
-  return countedAllocation(size, alignof(std::max_align_t));
-}
-
-[[gnu::noinline]] void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-
-[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept {
-  std::free(memory);
-}
-
-[[gnu::noinline]] void operator delete(void* memory, std::align_val_t /*alignment*/) noexcept {
-  std::free(memory);
-}
-
-[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/,
-                                       std::align_val_t /*alignment*/) noexcept {
-  std::free(memory);
-}
-
-[[gnu::noinline]] void operator delete(void* memory, const std::nothrow_t& /*tag*/) noexcept {
-  std::free(memory);
-}
+#include "testsupport/HeapAllocations.h"
 
 namespace {
 
@@ -416,9 +357,9 @@ class Memory : public ::testing::Test {
     std::pmr::monotonic_buffer_resource resource(stack.data(), stack.size(),
                                                  std::pmr::null_memory_resource());
     std::pmr::string result(&resource);
-    const std::size_t before = heapAllocations;
+    const long before = heapAllocations();
     const bool isPrepared = prepareString(text, letterCase, spaces, result);
-    EXPECT_EQ(heapAllocations, before);
+    EXPECT_EQ(heapAllocations(), before);
     EXPECT_TRUE(isPrepared);
     return std::string(result);
   }
@@ -453,11 +394,11 @@ TEST_F(Memory, LongRunsOfMarksToo) {
 TEST_F(Memory, HeapAllocationsAreCounted) {
   const std::string text(100, 'a');
   std::pmr::string result;
-  const std::size_t before = heapAllocations;
+  const long before = heapAllocations();
   ASSERT_TRUE(prepareString(text, keep, spaces, result));
-  EXPECT_EQ(heapAllocations, before + 1);
+  EXPECT_EQ(heapAllocations(), before + 1);
   const std::vector<char> onTheHeap(1);
-  EXPECT_EQ(heapAllocations, before + 2) << onTheHeap.size();
+  EXPECT_EQ(heapAllocations(), before + 2) << onTheHeap.size();
 }
 
 // ------------------------------------------------------------------------------------------------
