@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "platform/dirclient/unicode_tables.h"
@@ -76,87 +77,6 @@ Word upperCase(Word ascii) {
   return ascii ^ ((fromSmallA & ~aboveSmallZ & highBits) >> 2U);
 }
 
-/// The fast path: one pass from the text to its place in the result, without working memory.
-class AsciiPreparation {
- public:
-  AsciiPreparation(LetterCase letterCase, Insignificant insignificant)
-      : table(asciiTableOf(letterCase, insignificant)),
-        isUpper(letterCase == LetterCase::upper),
-        isInnerBlankKept(insignificant == Insignificant::spaces),
-        isHyphenKept(insignificant != Insignificant::telephoneNumber) {}
-
-  /// False, with `prepared` as it was, where `text` is not all ASCII.
-  bool append(std::string_view text, std::pmr::string& prepared) {
-    const std::size_t start = prepared.size();
-    prepared.resize(start + text.size());
-    begin = prepared.data() + start;
-    out = begin;
-    const bool isAscii = write(text);
-    prepared.resize(isAscii ? static_cast<std::size_t>(out - prepared.data()) : start);
-    return isAscii;
-  }
-
- private:
-  bool write(std::string_view text) {
-    while (text.size() >= sizeof(Word)) {
-      Word word = 0;
-      std::memcpy(&word, text.data(), sizeof word);
-      if (hasNonAscii(word)) {
-        return false;
-      }
-      if (isHyphenKept && !hasBlankOrControl(word)) {
-        writeWord(word);
-      } else {
-        writeBytes(text.substr(0, sizeof word));
-      }
-      text.remove_prefix(sizeof word);
-    }
-    return writeBytes(text);
-  }
-
-  void writeWord(Word word) {
-    writePendingBlank();
-    word = isUpper ? upperCase(word) : word;
-    std::memcpy(out, &word, sizeof word);
-    out += sizeof word;
-  }
-
-  bool writeBytes(std::string_view text) {
-    for (const char c : text) {
-      const auto byte = static_cast<unsigned char>(c);
-      if (byte >= table.size()) {
-        return false;
-      }
-      writeByte(table[byte]);
-    }
-    return true;
-  }
-
-  void writeByte(char c) {
-    if (c == ' ') {
-      isBlankPending = true;
-    } else if (c != '\0') {
-      writePendingBlank();
-      *out++ = c;
-    }
-  }
-
-  void writePendingBlank() {
-    if (isBlankPending && isInnerBlankKept && out != begin) {
-      *out++ = ' ';
-    }
-    isBlankPending = false;
-  }
-
-  const AsciiTable& table;
-  const bool isUpper;
-  const bool isInnerBlankKept;
-  const bool isHyphenKept;
-  char* begin = nullptr;
-  char* out = nullptr;
-  bool isBlankPending = false;
-};
-
 // --- UTF-8, RFC 3629 ---------------------------------------------------------------------------
 
 class Utf8Reader {
@@ -164,6 +84,7 @@ class Utf8Reader {
   explicit Utf8Reader(std::string_view utf8) : rest(utf8) {}
 
   bool isAtEnd() const { return rest.empty(); }
+  std::string_view unread() const { return rest; }
 
   /// Takes the next code point; false where no well-formed sequence stands there.
   bool read(char32_t& c) {
@@ -211,26 +132,204 @@ class Utf8Reader {
   std::string_view rest;
 };
 
-void appendUtf8(std::pmr::string& text, char32_t c) {
+constexpr std::size_t longestUtf8 = 4;
+
+/// Writes `c` at `out` and returns the place behind it.
+char* writeUtf8(char* out, char32_t c) {
   const auto continuation = [c](unsigned shift) {
     return static_cast<char>(0x80U | ((c >> shift) & 0x3FU));
   };
   if (c < 0x80) {
-    text += static_cast<char>(c);
+    *out++ = static_cast<char>(c);
   } else if (c < 0x800) {
-    text += static_cast<char>(0xC0U | (c >> 6U));
-    text += continuation(0);
+    *out++ = static_cast<char>(0xC0U | (c >> 6U));
+    *out++ = continuation(0);
   } else if (c < 0x10000) {
-    text += static_cast<char>(0xE0U | (c >> 12U));
-    text += continuation(6);
-    text += continuation(0);
+    *out++ = static_cast<char>(0xE0U | (c >> 12U));
+    *out++ = continuation(6);
+    *out++ = continuation(0);
   } else {
-    text += static_cast<char>(0xF0U | (c >> 18U));
-    text += continuation(12);
-    text += continuation(6);
-    text += continuation(0);
+    *out++ = static_cast<char>(0xF0U | (c >> 18U));
+    *out++ = continuation(12);
+    *out++ = continuation(6);
+    *out++ = continuation(0);
   }
+  return out;
 }
+
+bool isUtf8Continuation(char c) {
+  return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
+}
+
+// --- The result --------------------------------------------------------------------------------
+
+/// The end of the result, with room behind it that is written without further checks.
+class Output {
+ public:
+  Output(std::pmr::string& prepared, std::size_t room) : text(prepared), start(prepared.size()) {
+    text.resize(start + room);
+    end = text.data() + start;
+  }
+
+  char* begin() const { return text.data() + start; }
+
+  void makeRoom(std::size_t room) {
+    const auto size = static_cast<std::size_t>(end - text.data());
+    if (text.size() - size < room) {
+      text.resize(std::max(size + room, 2 * text.size()));
+      end = text.data() + size;
+    }
+  }
+
+  /// Cuts the room off.
+  void finish() { text.resize(static_cast<std::size_t>(end - text.data())); }
+
+  /// Leaves the text as it was before.
+  void withdraw() { text.resize(start); }
+
+ private:
+  std::pmr::string& text;
+  const std::size_t start;
+
+ public:
+  char* end = nullptr;
+  bool isGapPending = false;  ///< blanks were left out, and one may stand for them
+};
+
+// --- Simple code points ------------------------------------------------------------------------
+
+/// The fast path: one pass over simple code points and single-byte blanks, from the text to their
+/// place in the result, without working memory. Insignificant characters outside ASCII and Hangul
+/// letters that must stay apart are not known here; so only text in ASCII is taken where blanks go
+/// altogether.
+class SimpleRun {
+ public:
+  /// `output` needs room for `utf8`, and for one byte more where a gap is pending.
+  SimpleRun(LetterCase letterCase, Insignificant insignificant, std::string_view utf8,
+            const Output& output)
+      : table(asciiTableOf(letterCase, insignificant)),
+        isUpper(letterCase == LetterCase::upper),
+        isInnerBlankKept(insignificant == Insignificant::spaces),
+        isHyphenKept(insignificant != Insignificant::telephoneNumber),
+        first(utf8.data()),
+        next(utf8.data()),
+        last(utf8.data() + utf8.size()),
+        begin(output.begin()),
+        out(output.end),
+        isBlankPending(output.isGapPending) {}
+
+  /// Goes on to the first code point that is not simple. False where there is one.
+  bool run() {
+    while (left() >= sizeof(Word)) {
+      Word word = 0;
+      std::memcpy(&word, next, sizeof word);
+      if (isHyphenKept && !hasNonAscii(word) && !hasBlankOrControl(word)) {
+        takeWord(word);
+      } else if (!takeUntil(next + sizeof word)) {
+        return false;
+      }
+    }
+    return takeUntil(last);
+  }
+
+  /// Gives back the code point that was taken last, if any: what follows may compose with it, or
+  /// may be a mark that makes a blank significant.
+  void giveBackLast() {
+    if (next == first) {
+      return;
+    }
+    if (isBlankPending) {
+      --next;
+      isBlankPending = wasBlankPending;
+      return;
+    }
+    do {
+      --next;
+    } while (isUtf8Continuation(*next));
+    do {
+      --out;
+    } while (isUtf8Continuation(*out));
+  }
+
+  std::string_view rest() const { return {next, left()}; }
+
+  void commit(Output& output) const {
+    output.end = out;
+    output.isGapPending = isBlankPending;
+  }
+
+ private:
+  std::size_t left() const { return static_cast<std::size_t>(last - next); }
+
+  void takeWord(Word word) {
+    writePendingBlank();
+    word = isUpper ? upperCase(word) : word;
+    std::memcpy(out, &word, sizeof word);
+    out += sizeof word;
+    next += sizeof word;
+  }
+
+  /// Takes the code points that begin before `bound`.
+  bool takeUntil(const char* bound) {
+    while (next < bound) {
+      const auto byte = static_cast<unsigned char>(*next);
+      if (!(byte < table.size() ? takeAscii(table[byte]) : takeOther())) {
+        return false;
+      }
+    }
+    return true;
+  }
+
+  bool takeAscii(char c) {
+    if (c == '\0') {
+      return false;
+    }
+    if (c == ' ') {
+      wasBlankPending = isBlankPending;
+      isBlankPending = true;
+    } else {
+      writePendingBlank();
+      *out++ = c;
+    }
+    ++next;
+    return true;
+  }
+
+  bool takeOther() {
+    Utf8Reader reader(rest());
+    char32_t c = 0;
+    if (!isInnerBlankKept || !reader.read(c)) {
+      return false;
+    }
+    const int distance = unicode::simpleDistanceOf(c);
+    if (distance == unicode::notSimple) {
+      return false;
+    }
+    writePendingBlank();
+    out = writeUtf8(out, isUpper ? static_cast<char32_t>(static_cast<int>(c) + distance) : c);
+    next = reader.unread().data();
+    return true;
+  }
+
+  void writePendingBlank() {
+    if (isBlankPending && isInnerBlankKept && out != begin) {
+      *out++ = ' ';
+    }
+    isBlankPending = false;
+  }
+
+  const AsciiTable& table;
+  const bool isUpper;
+  const bool isInnerBlankKept;
+  const bool isHyphenKept;
+  const char* const first;
+  const char* next;
+  const char* const last;
+  char* const begin;
+  char* out;
+  bool isBlankPending;
+  bool wasBlankPending = false;  ///< before the blank that was taken last
+};
 
 // --- Hangul, Unicode 3.2, section 3.11 ---------------------------------------------------------
 
@@ -280,11 +379,8 @@ char32_t composed(char32_t first, char32_t second) {
 /// wanted. A blank or hyphen that is the last thing written stays held, and so is left out.
 class SignificantWriter {
  public:
-  SignificantWriter(LetterCase letterCase, Insignificant insignificant, std::pmr::string& prepared)
-      : isUpper(letterCase == LetterCase::upper),
-        handling(insignificant),
-        text(prepared),
-        start(prepared.size()) {}
+  SignificantWriter(LetterCase letterCase, Insignificant insignificant, Output& prepared)
+      : isUpper(letterCase == LetterCase::upper), handling(insignificant), output(prepared) {}
 
   void write(char32_t c) {
     if (held != 0) {
@@ -297,6 +393,14 @@ class SignificantWriter {
     }
   }
 
+  /// No mark follows.
+  void settleHeldAsBlank() {
+    if (held != 0) {
+      held = 0;
+      output.isGapPending = true;
+    }
+  }
+
  private:
   /// Provided that no combining mark follows. NFKC has made the other hyphens of section 2.6.3 into
   /// these: U+2011 into U+2010, U+FE63 and U+FF0D into U+002D.
@@ -306,39 +410,36 @@ class SignificantWriter {
   }
 
   void settleHeld(char32_t next) {
-    const char32_t settled = held;
-    held = 0;
     if (unicode::classOf(next).combiningMark) {
-      append(settled);
+      append(std::exchange(held, 0));
     } else {
-      isGapPending = true;
+      settleHeldAsBlank();
     }
   }
 
   void append(char32_t c) {
-    if (isGapPending && isGapWritten(c)) {
-      text += ' ';
+    output.makeRoom(1 + longestUtf8);
+    if (output.isGapPending && isGapWritten(c)) {
+      *output.end++ = ' ';
     }
-    isGapPending = false;
+    output.isGapPending = false;
     last = c;
-    appendUtf8(text, isUpper ? unicode::upperCaseOf(c) : c);
+    output.end = writeUtf8(output.end, isUpper ? unicode::upperCaseOf(c) : c);
   }
 
   /// Where blanks go altogether, one stays between two Hangul letters that would otherwise join to
   /// a syllable. The rules tell such letters from the syllable, and preparing a second time must
   /// not join them. Nothing else that may follow a blank composes: the rest are combining marks.
   bool isGapWritten(char32_t next) const {
-    const bool isInner = text.size() != start;
+    const bool isInner = output.end != output.begin();
     return isInner && (handling == Insignificant::spaces || composedHangul(last, next) != 0);
   }
 
   const bool isUpper;
   const Insignificant handling;
-  std::pmr::string& text;
-  const std::size_t start;
+  Output& output;
   char32_t held = 0;  ///< a blank or hyphen; what follows decides whether it is one
   char32_t last = 0;
-  bool isGapPending = false;
 };
 
 // --- NFKC, UAX #15 with Unicode 3.2 ------------------------------------------------------------
@@ -347,8 +448,9 @@ class SignificantWriter {
 /// a starter that ends no pair, and what is before it is final.
 class Composer {
  public:
-  Composer(SignificantWriter& significant, std::pmr::memory_resource* memory)
-      : writer(significant), run(memory) {
+  /// More than the usual run takes memory from `upstream`.
+  Composer(SignificantWriter& significant, std::pmr::memory_resource* upstream)
+      : writer(significant), memory(stack.data(), stack.size(), upstream), run(&memory) {
     run.reserve(usualRun);
   }
 
@@ -426,6 +528,8 @@ class Composer {
   }
 
   SignificantWriter& writer;
+  alignas(Element) std::array<std::byte, usualRun * sizeof(Element)> stack;
+  std::pmr::monotonic_buffer_resource memory;
   std::pmr::vector<Element> run;
 };
 
@@ -477,21 +581,76 @@ void addMapped(Composer& composer, char32_t c, LetterCase letterCase) {
   }
 }
 
-/// Upper case comes last and is safe there: only code points that table B.2 takes straight back
-/// change, and the next preparation folds before it normalises. So it sees what this one saw.
-bool appendPrepared(std::string_view utf8, LetterCase letterCase, Insignificant insignificant,
-                    std::pmr::string& prepared) {
-  SignificantWriter writer(letterCase, insignificant, prepared);
-  Composer composer(writer, prepared.get_allocator().resource());
-  Utf8Reader reader(utf8);
-  while (!reader.isAtEnd()) {
+/// Every step, for what is not simple. Upper case comes last and is safe there: only code points
+/// that table B.2 takes straight back change, and the next preparation folds before it normalises.
+/// So it sees what this one saw.
+class FullPreparation {
+ public:
+  FullPreparation(LetterCase foldedOrKept, Insignificant insignificant, Output& prepared,
+                  std::pmr::memory_resource* memory)
+      : letterCase(foldedOrKept),
+        endsBeforeSimple(insignificant == Insignificant::spaces),
+        writer(foldedOrKept, insignificant, prepared),
+        composer(writer, memory) {}
+
+  /// Takes the first code point and goes on, where SimpleRun can take over, to the next simple one.
+  /// False where the text is not well-formed.
+  bool run(std::string_view& utf8) {
+    Utf8Reader reader(utf8);
+    do {
+      char32_t c = 0;
+      if (!reader.read(c)) {
+        return false;
+      }
+      addMapped(composer, c, letterCase);
+    } while (!reader.isAtEnd() && !(endsBeforeSimple && isSimpleNext(reader)));
+    utf8 = reader.unread();
+    composer.flush();
+    writer.settleHeldAsBlank();
+    return true;
+  }
+
+ private:
+  static bool isSimpleNext(Utf8Reader reader) {
     char32_t c = 0;
-    if (!reader.read(c)) {
+    return reader.read(c) && unicode::simpleDistanceOf(c) != unicode::notSimple;
+  }
+
+  const LetterCase letterCase;
+  const bool endsBeforeSimple;
+  SignificantWriter writer;
+  Composer composer;
+};
+
+/// Moves the simple head of `rest` into the result. True where nothing is left; else the last code
+/// point before the one that is not simple stays in `rest` with it.
+bool takeSimple(LetterCase letterCase, Insignificant insignificant, std::string_view& rest,
+                Output& output) {
+  SimpleRun simple(letterCase, insignificant, rest, output);
+  const bool isAll = simple.run();
+  if (!isAll) {
+    simple.giveBackLast();
+  }
+  if (isAll || insignificant == Insignificant::spaces) {
+    rest = simple.rest();
+    simple.commit(output);
+  }
+  return isAll;
+}
+
+bool writePrepared(std::string_view utf8, LetterCase letterCase, Insignificant insignificant,
+                   Output& output, std::pmr::memory_resource* memory) {
+  std::string_view rest = utf8;
+  if (takeSimple(letterCase, insignificant, rest, output)) {
+    return true;
+  }
+  FullPreparation full(letterCase, insignificant, output, memory);
+  do {
+    if (!full.run(rest)) {
       return false;
     }
-    addMapped(composer, c, letterCase);
-  }
-  composer.flush();
+    output.makeRoom(rest.size() + 1);
+  } while (!takeSimple(letterCase, insignificant, rest, output));
   return true;
 }
 
@@ -499,14 +658,13 @@ bool appendPrepared(std::string_view utf8, LetterCase letterCase, Insignificant 
 
 bool prepareString(std::string_view utf8, LetterCase letterCase, Insignificant insignificant,
                    std::pmr::string& prepared) {
-  if (AsciiPreparation(letterCase, insignificant).append(utf8, prepared)) {
-    return true;
-  }
-  const std::size_t start = prepared.size();
-  prepared.reserve(start + utf8.size());
-  const bool isWellFormed = appendPrepared(utf8, letterCase, insignificant, prepared);
-  if (!isWellFormed) {
-    prepared.resize(start);
+  Output output(prepared, utf8.size());
+  const bool isWellFormed =
+      writePrepared(utf8, letterCase, insignificant, output, prepared.get_allocator().resource());
+  if (isWellFormed) {
+    output.finish();
+  } else {
+    output.withdraw();
   }
   return isWellFormed;
 }

@@ -46,6 +46,10 @@ extern const std::uint8_t upperCaseBlocks[];
 extern const std::uint32_t upperCaseBlockCount;
 extern const std::int16_t upperCaseValues[];
 
+extern const std::uint8_t simpleBlocks[];
+extern const std::uint32_t simpleBlockCount;
+extern const std::int16_t simpleValues[];
+
 extern const char32_t texts[];
 
 extern const CompositionPair compositionPairs[];
@@ -87,6 +91,18 @@ inline char32_t upperCaseOf(char32_t c) {
   const int distance =
       data::valueOf(c, data::upperCaseBlocks, data::upperCaseBlockCount, data::upperCaseValues);
   return static_cast<char32_t>(static_cast<int>(c) + distance);
+}
+
+/// The distance of a code point that is not simple.
+constexpr int notSimple = -0x8000;
+
+/// How far the prepared upper case of a simple code point is from it. A code point is simple where
+/// preparation without folding returns it, and with folding and upper case one code point of no
+/// more bytes in UTF-8, whatever stands before it: nothing there composes with it or is moved over
+/// it, and a blank there is one. What comes behind may still compose with it. A code point that
+/// Unicode 3.2 did not assign is simple; blanks are not.
+inline int simpleDistanceOf(char32_t c) {
+  return data::valueOf(c, data::simpleBlocks, data::simpleBlockCount, data::simpleValues);
 }
 
 inline std::span<const CompositionPair> compositionPairs() {
