@@ -18,8 +18,34 @@ using schema::EqualityRule;
 /// the text, and nothing real goes beyond one.
 constexpr int maximalNesting = 3;
 
-bool needsBackslash(char c) {
+constexpr bool needsBackslash(char c) {
   return c == '"' || c == '+' || c == ',' || c == ';' || c == '<' || c == '>' || c == '\\';
+}
+
+/// Wherever in a value it stands.
+constexpr bool isAlwaysEscaped(char c) {
+  return needsBackslash(c) || isAsciiControl(c);
+}
+
+using ByteSet = std::array<bool, 256>;
+
+constexpr ByteSet alwaysEscaped = [] {
+  ByteSet set{};
+  for (std::size_t byte = 0; byte < set.size(); ++byte) {
+    set[byte] = isAlwaysEscaped(static_cast<char>(byte));
+  }
+  return set;
+}();
+
+/// Where the bytes end that stand in the normal form as they are.
+std::string_view::iterator findAlwaysEscaped(std::string_view value) {
+  return std::find_if(value.begin(), value.end(),
+                      [](char c) { return alwaysEscaped[static_cast<unsigned char>(c)]; });
+}
+
+bool isWrittenAsItIs(std::string_view value) {
+  return value.empty() || (value.front() != '#' && value.front() != ' ' && value.back() != ' ' &&
+                           findAlwaysEscaped(value) == value.end());
 }
 
 void appendHexEscape(char c, std::pmr::string& text) {
@@ -27,6 +53,16 @@ void appendHexEscape(char c, std::pmr::string& text) {
   text += '\\';
   text += upperHexDigit(byte >> 4U);
   text += upperHexDigit(byte & 0xFU);
+}
+
+/// Of a byte that is always escaped.
+void appendEscape(char c, std::pmr::string& text) {
+  if (isAsciiControl(c)) {
+    appendHexEscape(c, text);
+  } else {
+    text += '\\';
+    text += c;
+  }
 }
 
 /// Working memory of one value, given back when the value is done: a name may have any number of
@@ -44,25 +80,35 @@ class Scratch {
   std::pmr::monotonic_buffer_resource memory_;
 };
 
-/// The value as RFC 4518 prepares it, or its bytes where it is not UTF-8; tells which.
+/// Appends the value as RFC 4518 prepares it, or its bytes where it is not UTF-8; tells which.
 bool prepare(std::string_view value, LetterCase letterCase, Insignificant insignificant,
-             std::pmr::string& result) {
-  if (prepareString(value, letterCase, insignificant, result)) {
+             std::pmr::string& text) {
+  if (prepareString(value, letterCase, insignificant, text)) {
     return true;
   }
-  result = value;
-  for (char& c : result) {
-    c = letterCase == LetterCase::upper ? toAsciiUpper(c) : c;
+  for (const char c : value) {
+    text += letterCase == LetterCase::upper ? toAsciiUpper(c) : c;
   }
   return false;
 }
 
+/// Escapes what stands in `text` from `begin` on.
+void escapeFrom(std::size_t begin, std::pmr::string& text) {
+  const std::string_view value = std::string_view(text).substr(begin);
+  if (isWrittenAsItIs(value)) {
+    return;
+  }
+  Scratch scratch;
+  const std::pmr::string copy(value, scratch.memory());
+  text.resize(begin);
+  appendEscaped(copy, text);
+}
+
 void appendPrepared(std::string_view value, LetterCase letterCase, Insignificant insignificant,
                     std::pmr::string& text) {
-  Scratch scratch;
-  std::pmr::string prepared(scratch.memory());
-  prepare(value, letterCase, insignificant, prepared);
-  appendEscaped(prepared, text);
+  const std::size_t begin = text.size();
+  prepare(value, letterCase, insignificant, text);
+  escapeFrom(begin, text);
 }
 
 void appendIgnoringCase(std::string_view value, std::pmr::string& text) {
@@ -70,9 +116,10 @@ void appendIgnoringCase(std::string_view value, std::pmr::string& text) {
 }
 
 /// Appends what `appendBySyntax` makes of the value, prepared as if case were ignored; where it
-/// says that the value is not of its syntax, that prepared value itself. The syntax is tested
-/// behind the preparation and not before: else a value could become one of the syntax by it, and
-/// the normal form of the normal form would be another.
+/// says that the value is not of its syntax, that prepared value itself. The value is prepared
+/// first, and then tested for the syntax. Tested as written, a number between blanks would be no
+/// number and lose its blanks only; its normal form would be one, and normalising that once more
+/// would change it.
 template <typename AppendBySyntax>
 void appendOfSyntax(std::string_view value, std::pmr::string& text,
                     const AppendBySyntax& appendBySyntax) {
@@ -193,17 +240,27 @@ void appendNormalValue(std::string_view value, EqualityRule rule, const schema::
 }
 
 void appendEscaped(std::string_view value, std::pmr::string& text) {
-  for (std::string_view::size_type i = 0; i < value.size(); ++i) {
-    const char c = value[i];
-    const bool atAnEnd = i == 0 || i + 1 == value.size();
-    if (isAsciiControl(c) || (c == ' ' && atAnEnd)) {
-      appendHexEscape(c, text);
-      continue;
+  std::string_view rest = value;
+  if (rest.starts_with('#')) {
+    text += "\\#";
+    rest.remove_prefix(1);
+  } else if (rest.starts_with(' ')) {
+    appendHexEscape(' ', text);
+    rest.remove_prefix(1);
+  }
+  const bool endsInBlank = rest.ends_with(' ');
+  rest.remove_suffix(endsInBlank ? 1 : 0);
+  while (true) {
+    const auto escaped = findAlwaysEscaped(rest);
+    text.append(rest.begin(), escaped);
+    if (escaped == rest.end()) {
+      break;
     }
-    if (needsBackslash(c) || (c == '#' && i == 0)) {
-      text += '\\';
-    }
-    text += c;
+    appendEscape(*escaped, text);
+    rest.remove_prefix(static_cast<std::size_t>(escaped - rest.begin()) + 1);
+  }
+  if (endsInBlank) {
+    appendHexEscape(' ', text);
   }
 }
 
