@@ -18,6 +18,8 @@ LINE_LENGTH = 100
 MAPPED_BY_B2 = 1371
 NOT_SIMPLE = -0x8000
 
+BASIC_PLANE = range(0x10000)
+SURROGATES = range(0xD800, 0xE000)
 HANGUL_SYLLABLES = range(0xAC00, 0xD7A4)
 HANGUL_SECONDS = (*range(0x1161, 0x1176), *range(0x11A8, 0x11C3))
 
@@ -150,12 +152,16 @@ def classes(pairs):
             for code in ASSIGNED}
 
 
+def utf8_length(code):
+    return len(chr(code).encode())
+
+
 def is_simple(code, folded, prepared, ends):
     """What unicode_tables.h calls simple, of one that folds to `folded` and ends as `prepared`."""
     unfolded = (code,)
     if is_mapped_to_nothing(code) or is_mapped_to_space(code) or nfkc(unfolded) != unfolded:
         return False
-    if len(prepared) != 1 or len(chr(prepared[0]).encode()) > len(chr(code).encode()):
+    if len(prepared) != 1 or utf8_length(prepared[0]) != utf8_length(code):
         return False
     firsts = (code, prepared[0], nfkd(unfolded)[0], nfkd(folded)[0])
     return not any(ucd_3_2_0.combining(chr(first)) or is_mark(first) or first in ends
@@ -163,13 +169,13 @@ def is_simple(code, folded, prepared, ends):
 
 
 def simple_distances(foldings, uppers, pairs):
-    """Code point -> distance to its prepared upper case, or NOT_SIMPLE.
+    """Code point below U+10000 -> distance to its prepared upper case, or NOT_SIMPLE.
 
     What Unicode 3.2 does not know is kept as it is: simple, at the distance 0.
     """
     ends = ends_of_pairs(pairs)
-    distances = {}
-    for code in ASSIGNED:
+    distances = {code: NOT_SIMPLE for code in SURROGATES}
+    for code in filter(BASIC_PLANE.__contains__, ASSIGNED):
         folded = foldings.get(code, (code,))
         prepared = tuple(uppers.get(part, part) for part in nfkc(folded))
         simple = is_simple(code, folded, prepared, ends)
@@ -192,9 +198,13 @@ def array(type_name, name, items):
     return f'const {type_name} {name}[] = {{\n{wrapped(items)}\n}};\n'
 
 
-def two_stage(type_name, name, values):
-    """Code point -> number in two arrays; what is not in `values` is 0."""
-    end = max(code for code, value in values.items() if value) // BLOCK + 1
+def two_stage(type_name, name, values, end=None):
+    """Code point -> number in two arrays; what is not in `values` is 0.
+
+    The first ends behind the last block that is not all 0, or before the code point `end`.
+    """
+    end = end or max(code for code, value in values.items() if value) + 1
+    end = (end + BLOCK - 1) // BLOCK
     blocks, numbers = [], {}
     for block in range(end):
         content = tuple(values.get(block * BLOCK + i, 0) for i in range(BLOCK))
@@ -252,7 +262,8 @@ def generated():
         two_stage('std::uint16_t', 'folding', fold_positions),
         two_stage('std::uint16_t', 'decomposition', decomposition_positions),
         two_stage('std::int16_t', 'upperCase', upper_deltas),
-        two_stage('std::int16_t', 'simple', simple_distances(foldings, uppers, pairs)),
+        two_stage('std::int16_t', 'simple', simple_distances(foldings, uppers, pairs),
+                  BASIC_PLANE.stop),
         array('char32_t', 'texts', pool.items),
         array('CompositionPair', 'compositionPairs', pair_items),
         f'const std::size_t compositionPairCount = {len(pairs)};\n',

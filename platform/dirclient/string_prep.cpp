@@ -79,86 +79,75 @@ Word upperCase(Word ascii) {
 
 // --- UTF-8, RFC 3629 ---------------------------------------------------------------------------
 
-class Utf8Reader {
- public:
-  explicit Utf8Reader(std::string_view utf8) : rest(utf8) {}
+/// The payload bits of a continuation byte; 64 and more of any other byte.
+unsigned continuationBits(char c) {
+  return static_cast<unsigned char>(c) ^ 0x80U;
+}
 
-  bool isAtEnd() const { return rest.empty(); }
-  std::string_view unread() const { return rest; }
-
-  /// Takes the next code point; false where no well-formed sequence stands there.
-  bool read(char32_t& c) {
-    const unsigned char lead = byteAt(0);
-    if (lead < 0x80) {
-      return take(1, lead, c);
-    }
-    if ((lead & 0xE0U) == 0xC0U) {
-      return readContinuation(2, lead & 0x1FU, 0x80, c);
-    }
-    if ((lead & 0xF0U) == 0xE0U) {
-      return readContinuation(3, lead & 0x0FU, 0x800, c);
-    }
-    if ((lead & 0xF8U) == 0xF0U) {
-      return readContinuation(4, lead & 0x07U, 0x10000, c);
-    }
-    return false;
-  }
-
- private:
-  unsigned char byteAt(std::size_t i) const { return static_cast<unsigned char>(rest[i]); }
-
-  /// The bytes after the lead byte; what is below `least` would be an overlong form.
-  bool readContinuation(std::size_t length, char32_t leadBits, char32_t least, char32_t& c) {
-    if (rest.size() < length) {
-      return false;
-    }
-    char32_t value = leadBits;
-    for (std::size_t i = 1; i < length; ++i) {
-      if ((byteAt(i) & 0xC0U) != 0x80U) {
-        return false;
-      }
-      value = (value << 6U) | (byteAt(i) & 0x3FU);
-    }
-    const bool isSurrogate = value >= 0xD800 && value <= 0xDFFF;
-    return value >= least && value <= 0x10FFFF && !isSurrogate && take(length, value, c);
-  }
-
-  bool take(std::size_t length, char32_t value, char32_t& c) {
-    rest.remove_prefix(length);
-    c = value;
-    return true;
-  }
-
-  std::string_view rest;
-};
+bool isContinuation(unsigned bits) {
+  return bits < 0x40;
+}
 
 constexpr std::size_t longestUtf8 = 4;
 
-/// Writes `c` at `out` and returns the place behind it.
-char* writeUtf8(char* out, char32_t c) {
-  const auto continuation = [c](unsigned shift) {
-    return static_cast<char>(0x80U | ((c >> shift) & 0x3FU));
-  };
-  if (c < 0x80) {
-    *out++ = static_cast<char>(c);
-  } else if (c < 0x800) {
-    *out++ = static_cast<char>(0xC0U | (c >> 6U));
-    *out++ = continuation(0);
-  } else if (c < 0x10000) {
-    *out++ = static_cast<char>(0xE0U | (c >> 12U));
-    *out++ = continuation(6);
-    *out++ = continuation(0);
-  } else {
-    *out++ = static_cast<char>(0xF0U | (c >> 18U));
-    *out++ = continuation(12);
-    *out++ = continuation(6);
-    *out++ = continuation(0);
+/// Reads the code point at the head of `utf8`, which is not empty. Returns how many bytes it takes,
+/// 0 where no well-formed sequence stands there.
+inline std::size_t readUtf8(std::string_view utf8, char32_t& c) {
+  const unsigned lead = static_cast<unsigned char>(utf8[0]);
+  if (lead < 0x80) {
+    c = lead;
+    return 1;
   }
-  return out;
+  if (lead < 0xE0) {
+    if (lead < 0xC2 || utf8.size() < 2) {
+      return 0;
+    }
+    const unsigned second = continuationBits(utf8[1]);
+    c = ((lead & 0x1FU) << 6U) | second;
+    return isContinuation(second) ? 2 : 0;
+  }
+  if (utf8.size() < 3) {
+    return 0;
+  }
+  const unsigned second = continuationBits(utf8[1]);
+  const unsigned third = continuationBits(utf8[2]);
+  if (lead < 0xF0) {
+    c = ((lead & 0xFU) << 12U) | (second << 6U) | third;
+    const bool isSurrogate = (c & 0xF800U) == 0xD800U;
+    return isContinuation(second | third) && c >= 0x800 && !isSurrogate ? 3 : 0;
+  }
+  if (lead >= 0xF5 || utf8.size() < longestUtf8) {
+    return 0;
+  }
+  const unsigned fourth = continuationBits(utf8[3]);
+  c = ((lead & 0x7U) << 18U) | (second << 12U) | (third << 6U) | fourth;
+  return isContinuation(second | third | fourth) && c >= 0x10000 && c <= 0x10FFFF ? 4 : 0;
 }
 
-bool isUtf8Continuation(char c) {
-  return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
+/// The continuation byte for the low six bits.
+char continuationByte(char32_t c) {
+  return static_cast<char>(0x80U | (c & 0x3FU));
+}
+
+/// Writes `c` at `out` and returns the place behind it.
+char* writeUtf8(char* out, char32_t c) {
+  if (c < 0x80) {
+    *out++ = static_cast<char>(c);
+    return out;
+  }
+  if (c < 0x800) {
+    *out++ = static_cast<char>(0xC0U | (c >> 6U));
+  } else {
+    if (c < 0x10000) {
+      *out++ = static_cast<char>(0xE0U | (c >> 12U));
+    } else {
+      *out++ = static_cast<char>(0xF0U | (c >> 18U));
+      *out++ = continuationByte(c >> 12U);
+    }
+    *out++ = continuationByte(c >> 6U);
+  }
+  *out++ = continuationByte(c);
+  return out;
 }
 
 // --- The result --------------------------------------------------------------------------------
@@ -216,20 +205,28 @@ class SimpleRun {
         last(utf8.data() + utf8.size()),
         begin(output.begin()),
         out(output.end),
-        isBlankPending(output.isGapPending) {}
+        pendingBlanks(output.isGapPending ? 1 : 0) {}
 
   /// Goes on to the first code point that is not simple. False where there is one.
   bool run() {
-    while (left() >= sizeof(Word)) {
-      Word word = 0;
-      std::memcpy(&word, next, sizeof word);
-      if (isHyphenKept && !hasNonAscii(word) && !hasBlankOrControl(word)) {
-        takeWord(word);
-      } else if (!takeUntil(next + sizeof word)) {
-        return false;
+    while (next != last) {
+      const char* bound = last;
+      if (left() >= sizeof(Word)) {
+        Word word = 0;
+        std::memcpy(&word, next, sizeof word);
+        if (isHyphenKept && !hasNonAscii(word) && !hasBlankOrControl(word)) {
+          takeWord(word);
+          continue;
+        }
+        bound = next + sizeof word;
+      }
+      while (next < bound) {
+        if (!takeCodePoint()) {
+          return false;
+        }
       }
     }
-    return takeUntil(last);
+    return true;
   }
 
   /// Gives back the code point that was taken last, if any: what follows may compose with it, or
@@ -238,24 +235,24 @@ class SimpleRun {
     if (next == first) {
       return;
     }
-    if (isBlankPending) {
+    if (pendingBlanks != 0) {
       --next;
-      isBlankPending = wasBlankPending;
+      --pendingBlanks;
       return;
     }
     do {
       --next;
-    } while (isUtf8Continuation(*next));
+    } while (isContinuation(continuationBits(*next)));
     do {
       --out;
-    } while (isUtf8Continuation(*out));
+    } while (isContinuation(continuationBits(*out)));
   }
 
   std::string_view rest() const { return {next, left()}; }
 
   void commit(Output& output) const {
     output.end = out;
-    output.isGapPending = isBlankPending;
+    output.isGapPending = pendingBlanks != 0;
   }
 
  private:
@@ -269,53 +266,90 @@ class SimpleRun {
     next += sizeof word;
   }
 
-  /// Takes the code points that begin before `bound`.
-  bool takeUntil(const char* bound) {
-    while (next < bound) {
-      const auto byte = static_cast<unsigned char>(*next);
-      if (!(byte < table.size() ? takeAscii(table[byte]) : takeOther())) {
-        return false;
-      }
+  /// Code points of four bytes are rare, and left to the other path.
+  bool takeCodePoint() {
+    const unsigned lead = static_cast<unsigned char>(*next);
+    if (lead < table.size()) {
+      return takeAscii(table[lead]);
     }
-    return true;
+    if (!isInnerBlankKept || lead >= 0xF0) {
+      return false;
+    }
+    return lead < 0xE0 ? takeTwoBytes(lead) : takeThreeBytes(lead);
   }
 
   bool takeAscii(char c) {
-    if (c == '\0') {
-      return false;
-    }
-    if (c == ' ') {
-      wasBlankPending = isBlankPending;
-      isBlankPending = true;
-    } else {
+    if (c > ' ') {
       writePendingBlank();
       *out++ = c;
+    } else if (c == ' ') {
+      ++pendingBlanks;
+    } else {
+      return false;
     }
     ++next;
     return true;
   }
 
-  bool takeOther() {
-    Utf8Reader reader(rest());
-    char32_t c = 0;
-    if (!isInnerBlankKept || !reader.read(c)) {
+  bool takeTwoBytes(unsigned lead) {
+    if (left() < 2) {
       return false;
     }
-    const int distance = unicode::simpleDistanceOf(c);
-    if (distance == unicode::notSimple) {
+    const unsigned second = continuationBits(next[1]);
+    char32_t c = ((lead & 0x1FU) << 6U) | second;
+    if (!isContinuation(second) || c < 0x80 || !prepareSimple(c)) {
       return false;
     }
     writePendingBlank();
-    out = writeUtf8(out, isUpper ? static_cast<char32_t>(static_cast<int>(c) + distance) : c);
-    next = reader.unread().data();
+    out[0] = static_cast<char>(0xC0U | (c >> 6U));
+    out[1] = continuationByte(c);
+    out += 2;
+    next += 2;
     return true;
   }
 
+  bool takeThreeBytes(unsigned lead) {
+    if (left() < 3) {
+      return false;
+    }
+    const unsigned second = continuationBits(next[1]);
+    const unsigned third = continuationBits(next[2]);
+    const char32_t written = ((lead & 0xFU) << 12U) | (second << 6U) | third;
+    char32_t c = written;
+    if (!isContinuation(second | third) || c < 0x800 || !prepareSimple(c)) {
+      return false;
+    }
+    writePendingBlank();
+    if (c == written) {
+      std::memcpy(out, next, 3);
+    } else {
+      out[0] = static_cast<char>(0xE0U | (c >> 12U));
+      out[1] = continuationByte(c >> 6U);
+      out[2] = continuationByte(c);
+    }
+    out += 3;
+    next += 3;
+    return true;
+  }
+
+  /// Makes the prepared code point of a simple one; false where it is not simple.
+  bool prepareSimple(char32_t& c) const {
+    const int distance = unicode::simpleDistanceOf(c);
+    c = isUpper ? static_cast<char32_t>(static_cast<int>(c) + distance) : c;
+    return distance != unicode::notSimple;
+  }
+
   void writePendingBlank() {
-    if (isBlankPending && isInnerBlankKept && out != begin) {
+    if (pendingBlanks != 0) {
+      writeGap();
+    }
+  }
+
+  void writeGap() {
+    if (isInnerBlankKept && out != begin) {
       *out++ = ' ';
     }
-    isBlankPending = false;
+    pendingBlanks = 0;
   }
 
   const AsciiTable& table;
@@ -327,8 +361,7 @@ class SimpleRun {
   const char* const last;
   char* const begin;
   char* out;
-  bool isBlankPending;
-  bool wasBlankPending = false;  ///< before the blank that was taken last
+  std::size_t pendingBlanks;  ///< taken since the last code point that was written
 };
 
 // --- Hangul, Unicode 3.2, section 3.11 ---------------------------------------------------------
@@ -596,24 +629,24 @@ class FullPreparation {
   /// Takes the first code point and goes on, where SimpleRun can take over, to the next simple one.
   /// False where the text is not well-formed.
   bool run(std::string_view& utf8) {
-    Utf8Reader reader(utf8);
     do {
       char32_t c = 0;
-      if (!reader.read(c)) {
+      const std::size_t length = readUtf8(utf8, c);
+      if (length == 0) {
         return false;
       }
       addMapped(composer, c, letterCase);
-    } while (!reader.isAtEnd() && !(endsBeforeSimple && isSimpleNext(reader)));
-    utf8 = reader.unread();
+      utf8.remove_prefix(length);
+    } while (!utf8.empty() && !(endsBeforeSimple && isSimpleNext(utf8)));
     composer.flush();
     writer.settleHeldAsBlank();
     return true;
   }
 
  private:
-  static bool isSimpleNext(Utf8Reader reader) {
+  static bool isSimpleNext(std::string_view utf8) {
     char32_t c = 0;
-    return reader.read(c) && unicode::simpleDistanceOf(c) != unicode::notSimple;
+    return readUtf8(utf8, c) != 0 && unicode::simpleDistanceOf(c) != unicode::notSimple;
   }
 
   const LetterCase letterCase;

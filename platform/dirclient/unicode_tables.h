@@ -47,7 +47,7 @@ extern const std::uint32_t upperCaseBlockCount;
 extern const std::int16_t upperCaseValues[];
 
 extern const std::uint8_t simpleBlocks[];
-extern const std::uint32_t simpleBlockCount;
+extern const std::uint32_t simpleBlockCount;  // all below U+10000
 extern const std::int16_t simpleValues[];
 
 extern const char32_t texts[];
@@ -96,13 +96,15 @@ inline char32_t upperCaseOf(char32_t c) {
 /// The distance of a code point that is not simple.
 constexpr int notSimple = -0x8000;
 
-/// How far the prepared upper case of a simple code point is from it. A code point is simple where
-/// preparation without folding returns it, and with folding and upper case one code point of no
-/// more bytes in UTF-8, whatever stands before it: nothing there composes with it or is moved over
-/// it, and a blank there is one. What comes behind may still compose with it. A code point that
-/// Unicode 3.2 did not assign is simple; blanks are not.
+/// How far the prepared upper case of a simple code point is from it. A code point below U+10000 is
+/// simple where preparation without folding returns it, and with folding and upper case one code
+/// point of as many bytes in UTF-8, whatever stands before it: nothing there composes with it or is
+/// moved over it, and a blank there is one. What comes behind may still compose with it. A code
+/// point that Unicode 3.2 did not assign is simple; a blank or a surrogate is not.
 inline int simpleDistanceOf(char32_t c) {
-  return data::valueOf(c, data::simpleBlocks, data::simpleBlockCount, data::simpleValues);
+  constexpr std::uint32_t allBlocks = 0x10000 >> 7U;
+  return c < 0x10000 ? data::valueOf(c, data::simpleBlocks, allBlocks, data::simpleValues)
+                     : notSimple;
 }
 
 inline std::span<const CompositionPair> compositionPairs() {
