@@ -19,6 +19,7 @@ MAPPED_BY_B2 = 1371
 NOT_SIMPLE = -0x8000
 
 BASIC_PLANE = range(0x10000)
+UP_TO_TWO_BYTES = range(0x800)
 SURROGATES = range(0xD800, 0xE000)
 HANGUL_SYLLABLES = range(0xAC00, 0xD7A4)
 HANGUL_SECONDS = (*range(0x1161, 0x1176), *range(0x11A8, 0x11C3))
@@ -198,23 +199,34 @@ def array(type_name, name, items):
     return f'const {type_name} {name}[] = {{\n{wrapped(items)}\n}};\n'
 
 
-def two_stage(type_name, name, values, end=None):
-    """Code point -> number in two arrays; what is not in `values` is 0.
-
-    The first ends behind the last block that is not all 0, or before the code point `end`.
-    """
-    end = end or max(code for code, value in values.items() if value) + 1
-    end = (end + BLOCK - 1) // BLOCK
+def blocks_of(name, values, end):
+    """The block number of each block before the code point `end`, and the blocks' contents."""
     blocks, numbers = [], {}
-    for block in range(end):
-        content = tuple(values.get(block * BLOCK + i, 0) for i in range(BLOCK))
+    for begin in range(0, end, BLOCK):
+        content = tuple(values.get(begin + i, 0) for i in range(BLOCK))
         blocks.append(numbers.setdefault(content, len(numbers)))
     assert len(numbers) <= 256, name
-    flat = [str(value) for content in numbers for value in content]
-    return '\n'.join([
-        array('std::uint8_t', name + 'Blocks', map(str, blocks)),
-        f'const std::uint32_t {name}BlockCount = {end};\n',
-        array(type_name, name + 'Values', flat)])
+    return blocks, [value for content in numbers for value in content]
+
+
+def block_arrays(type_name, name, blocks, flat):
+    return [array('std::uint8_t', name + 'Blocks', map(str, blocks)),
+            array(type_name, name + 'Values', map(str, flat))]
+
+
+def two_stage(type_name, name, values):
+    """Code point -> number in two arrays; what is not in `values` is 0."""
+    end = max(code for code, value in values.items() if value) + 1
+    blocks, flat = blocks_of(name, values, end)
+    return '\n'.join([*block_arrays(type_name, name, blocks, flat),
+                      f'const std::uint32_t {name}BlockCount = {len(blocks)};\n'])
+
+
+def simple_tables(distances):
+    blocks, flat = blocks_of('simple', distances, BASIC_PLANE.stop)
+    in_order = len(UP_TO_TWO_BYTES) // BLOCK
+    assert blocks[:in_order] == list(range(in_order))
+    return '\n'.join(block_arrays('std::int16_t', 'simple', blocks, flat))
 
 
 class TextPool:
@@ -262,8 +274,7 @@ def generated():
         two_stage('std::uint16_t', 'folding', fold_positions),
         two_stage('std::uint16_t', 'decomposition', decomposition_positions),
         two_stage('std::int16_t', 'upperCase', upper_deltas),
-        two_stage('std::int16_t', 'simple', simple_distances(foldings, uppers, pairs),
-                  BASIC_PLANE.stop),
+        simple_tables(simple_distances(foldings, uppers, pairs)),
         array('char32_t', 'texts', pool.items),
         array('CompositionPair', 'compositionPairs', pair_items),
         f'const std::size_t compositionPairCount = {len(pairs)};\n',

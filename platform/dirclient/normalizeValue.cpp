@@ -92,23 +92,21 @@ bool prepare(std::string_view value, LetterCase letterCase, Insignificant insign
   return false;
 }
 
-/// Escapes what stands in `text` from `begin` on.
+/// Replaces what stands in `text` from `begin` on by its escaped form.
 void escapeFrom(std::size_t begin, std::pmr::string& text) {
-  const std::string_view value = std::string_view(text).substr(begin);
-  if (isWrittenAsItIs(value)) {
-    return;
-  }
   Scratch scratch;
-  const std::pmr::string copy(value, scratch.memory());
+  const std::pmr::string value(std::string_view(text).substr(begin), scratch.memory());
   text.resize(begin);
-  appendEscaped(copy, text);
+  appendEscaped(value, text);
 }
 
 void appendPrepared(std::string_view value, LetterCase letterCase, Insignificant insignificant,
                     std::pmr::string& text) {
   const std::size_t begin = text.size();
   prepare(value, letterCase, insignificant, text);
-  escapeFrom(begin, text);
+  if (!isWrittenAsItIs(std::string_view(text).substr(begin))) {
+    escapeFrom(begin, text);
+  }
 }
 
 void appendIgnoringCase(std::string_view value, std::pmr::string& text) {

@@ -41,20 +41,6 @@ constexpr AsciiTable asciiTable(LetterCase letterCase, Insignificant insignifica
   return table;
 }
 
-const AsciiTable& asciiTableOf(LetterCase letterCase, Insignificant insignificant) {
-  static constexpr AsciiTable kept = asciiTable(LetterCase::keep, Insignificant::spaces);
-  static constexpr AsciiTable keptPhone =
-      asciiTable(LetterCase::keep, Insignificant::telephoneNumber);
-  static constexpr AsciiTable upper = asciiTable(LetterCase::upper, Insignificant::spaces);
-  static constexpr AsciiTable upperPhone =
-      asciiTable(LetterCase::upper, Insignificant::telephoneNumber);
-  const bool isPhone = insignificant == Insignificant::telephoneNumber;
-  if (letterCase == LetterCase::keep) {
-    return isPhone ? keptPhone : kept;
-  }
-  return isPhone ? upperPhone : upper;
-}
-
 // Eight bytes at once; which of them comes first does not matter to any of these.
 using Word = std::uint64_t;
 constexpr Word everyByte = 0x0101010101010101;
@@ -64,11 +50,16 @@ bool hasNonAscii(Word word) {
   return (word & highBits) != 0;
 }
 
-/// Of an ASCII word: whether a byte is a blank or a control.
-bool hasBlankOrControl(Word word) {
-  const Word aboveSpace = word + (0x7F - ' ') * everyByte;
-  const Word isDelete = word + everyByte;
-  return (~aboveSpace & highBits) != 0 || (isDelete & highBits) != 0;
+bool hasControl(Word ascii) {
+  const Word fromSpace = ascii + (0x80 - ' ') * everyByte;
+  const Word isDelete = ascii + everyByte;
+  return ((~fromSpace | isDelete) & highBits) != 0;
+}
+
+/// The high bit of each byte that is SPACE.
+Word spacesIn(Word ascii) {
+  const Word isOther = (ascii ^ (' ' * everyByte)) + 0x7F * everyByte;
+  return ~isOther & highBits;
 }
 
 Word upperCase(Word ascii) {
@@ -191,16 +182,12 @@ class Output {
 /// place in the result, without working memory. Insignificant characters outside ASCII and Hangul
 /// letters that must stay apart are not known here; so only text in ASCII is taken where blanks go
 /// altogether.
+template <LetterCase letterCase, Insignificant insignificant>
 class SimpleRun {
  public:
   /// `output` needs room for `utf8`, and for one byte more where a gap is pending.
-  SimpleRun(LetterCase letterCase, Insignificant insignificant, std::string_view utf8,
-            const Output& output)
-      : table(asciiTableOf(letterCase, insignificant)),
-        isUpper(letterCase == LetterCase::upper),
-        isInnerBlankKept(insignificant == Insignificant::spaces),
-        isHyphenKept(insignificant != Insignificant::telephoneNumber),
-        first(utf8.data()),
+  SimpleRun(std::string_view utf8, const Output& output)
+      : first(utf8.data()),
         next(utf8.data()),
         last(utf8.data() + utf8.size()),
         begin(output.begin()),
@@ -214,7 +201,7 @@ class SimpleRun {
       if (left() >= sizeof(Word)) {
         Word word = 0;
         std::memcpy(&word, next, sizeof word);
-        if (isHyphenKept && !hasNonAscii(word) && !hasBlankOrControl(word)) {
+        if (isTakenWhole(word)) {
           takeWord(word);
           continue;
         }
@@ -258,6 +245,16 @@ class SimpleRun {
  private:
   std::size_t left() const { return static_cast<std::size_t>(last - next); }
 
+  /// Whether each byte has its place in the result, as a blank between two others has.
+  bool isTakenWhole(Word word) const {
+    if (!isHyphenKept || hasNonAscii(word) || hasControl(word)) {
+      return false;
+    }
+    const Word blanks = spacesIn(word);
+    const bool areApart = (blanks & (blanks << 8U)) == 0;
+    return blanks == 0 || (isInnerBlankKept && areApart && next[0] != ' ' && next[7] != ' ');
+  }
+
   void takeWord(Word word) {
     writePendingBlank();
     word = isUpper ? upperCase(word) : word;
@@ -272,10 +269,10 @@ class SimpleRun {
     if (lead < table.size()) {
       return takeAscii(table[lead]);
     }
-    if (!isInnerBlankKept || lead >= 0xF0) {
+    if (!isInnerBlankKept) {
       return false;
     }
-    return lead < 0xE0 ? takeTwoBytes(lead) : takeThreeBytes(lead);
+    return lead < 0xE0 ? takeTwoBytes(lead) : lead < 0xF0 && takeThreeBytes(lead);
   }
 
   bool takeAscii(char c) {
@@ -297,7 +294,8 @@ class SimpleRun {
     }
     const unsigned second = continuationBits(next[1]);
     char32_t c = ((lead & 0x1FU) << 6U) | second;
-    if (!isContinuation(second) || c < 0x80 || !prepareSimple(c)) {
+    if (!isContinuation(second) || c < 0x80 ||
+        !prepareSimple(c, unicode::simpleDistanceBelow800(c))) {
       return false;
     }
     writePendingBlank();
@@ -316,7 +314,8 @@ class SimpleRun {
     const unsigned third = continuationBits(next[2]);
     const char32_t written = ((lead & 0xFU) << 12U) | (second << 6U) | third;
     char32_t c = written;
-    if (!isContinuation(second | third) || c < 0x800 || !prepareSimple(c)) {
+    if (!isContinuation(second | third) || c < 0x800 ||
+        !prepareSimple(c, unicode::simpleDistanceOf(c))) {
       return false;
     }
     writePendingBlank();
@@ -333,8 +332,7 @@ class SimpleRun {
   }
 
   /// Makes the prepared code point of a simple one; false where it is not simple.
-  bool prepareSimple(char32_t& c) const {
-    const int distance = unicode::simpleDistanceOf(c);
+  static bool prepareSimple(char32_t& c, int distance) {
     c = isUpper ? static_cast<char32_t>(static_cast<int>(c) + distance) : c;
     return distance != unicode::notSimple;
   }
@@ -352,10 +350,11 @@ class SimpleRun {
     pendingBlanks = 0;
   }
 
-  const AsciiTable& table;
-  const bool isUpper;
-  const bool isInnerBlankKept;
-  const bool isHyphenKept;
+  static constexpr AsciiTable table = asciiTable(letterCase, insignificant);
+  static constexpr bool isUpper = letterCase == LetterCase::upper;
+  static constexpr bool isInnerBlankKept = insignificant == Insignificant::spaces;
+  static constexpr bool isHyphenKept = insignificant != Insignificant::telephoneNumber;
+
   const char* const first;
   const char* next;
   const char* const last;
@@ -657,9 +656,9 @@ class FullPreparation {
 
 /// Moves the simple head of `rest` into the result. True where nothing is left; else the last code
 /// point before the one that is not simple stays in `rest` with it.
-bool takeSimple(LetterCase letterCase, Insignificant insignificant, std::string_view& rest,
-                Output& output) {
-  SimpleRun simple(letterCase, insignificant, rest, output);
+template <LetterCase letterCase, Insignificant insignificant>
+bool takeSimple(std::string_view& rest, Output& output) {
+  SimpleRun<letterCase, insignificant> simple(rest, output);
   const bool isAll = simple.run();
   if (!isAll) {
     simple.giveBackLast();
@@ -669,6 +668,26 @@ bool takeSimple(LetterCase letterCase, Insignificant insignificant, std::string_
     simple.commit(output);
   }
   return isAll;
+}
+
+template <LetterCase letterCase>
+bool takeSimple(Insignificant insignificant, std::string_view& rest, Output& output) {
+  switch (insignificant) {
+    case Insignificant::numericString:
+      return takeSimple<letterCase, Insignificant::numericString>(rest, output);
+    case Insignificant::telephoneNumber:
+      return takeSimple<letterCase, Insignificant::telephoneNumber>(rest, output);
+    case Insignificant::spaces:
+      break;
+  }
+  return takeSimple<letterCase, Insignificant::spaces>(rest, output);
+}
+
+bool takeSimple(LetterCase letterCase, Insignificant insignificant, std::string_view& rest,
+                Output& output) {
+  return letterCase == LetterCase::upper
+             ? takeSimple<LetterCase::upper>(insignificant, rest, output)
+             : takeSimple<LetterCase::keep>(insignificant, rest, output);
 }
 
 bool writePrepared(std::string_view utf8, LetterCase letterCase, Insignificant insignificant,

@@ -233,8 +233,6 @@ const std::uint8_t classBlocks[] = {
     2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 42,
 };
 
-const std::uint32_t classBlockCount = 7169;
-
 const std::uint8_t classValues[] = {
     1, 1, 1, 1, 1, 1, 1, 1, 1, 2, 2, 2, 2, 2, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1,
     2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
@@ -416,6 +414,8 @@ const std::uint8_t classValues[] = {
     1, 1, 1, 1, 1, 1, 1, 1,
 };
 
+const std::uint32_t classBlockCount = 7169;
+
 const CodePointClass codePointClasses[] = {
     {0, false, false, false, false}, {0, false, true, false, false}, {0, false, false, true, false},
     {230, true, false, false, true}, {230, true, false, false, false},
@@ -482,8 +482,6 @@ const std::uint8_t foldingBlocks[] = {
     5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5,
     5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 24, 25, 26, 27, 28, 29, 30, 31,
 };
-
-const std::uint32_t foldingBlockCount = 944;
 
 const std::uint16_t foldingValues[] = {
     0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
@@ -645,6 +643,8 @@ const std::uint16_t foldingValues[] = {
     0, 0, 0, 0, 0, 0, 0, 0, 0,
 };
 
+const std::uint32_t foldingBlockCount = 944;
+
 const std::uint8_t decompositionBlocks[] = {
     0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 0, 10, 11, 12, 0, 0, 0, 0, 13, 14, 15, 0, 16, 17, 18, 19, 20, 21,
     22, 23, 24, 25, 26, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
@@ -696,8 +696,6 @@ const std::uint8_t decompositionBlocks[] = {
     0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
     0, 0, 0, 0, 0, 0, 0, 76, 77, 78, 79, 80,
 };
-
-const std::uint32_t decompositionBlockCount = 1525;
 
 const std::uint16_t decompositionValues[] = {
     0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
@@ -1186,6 +1184,8 @@ const std::uint16_t decompositionValues[] = {
     0, 0,
 };
 
+const std::uint32_t decompositionBlockCount = 1525;
+
 const std::uint8_t upperCaseBlocks[] = {
     0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6,
     6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 12, 13,
@@ -1205,8 +1205,6 @@ const std::uint8_t upperCaseBlocks[] = {
     6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6,
     6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 16,
 };
-
-const std::uint32_t upperCaseBlockCount = 521;
 
 const std::int16_t upperCaseValues[] = {
     0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
@@ -1289,6 +1287,8 @@ const std::int16_t upperCaseValues[] = {
     0,
 };
 
+const std::uint32_t upperCaseBlockCount = 521;
+
 const std::uint8_t simpleBlocks[] = {
     0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 16, 17, 18, 19, 20, 21, 22, 23, 24,
     25, 26, 27, 28, 29, 30, 31, 16, 32, 33, 16, 16, 16, 16, 16, 16, 16, 16, 16, 34, 35, 36, 37, 38,
@@ -1313,8 +1313,6 @@ const std::uint8_t simpleBlocks[] = {
     16, 16, 16, 16, 16, 16, 16, 16, 16, 16, 16, 16, 16, 16, 16, 16, 53, 53, 63, 16, 64, 65, 53, 53,
     66, 67, 68, 69, 70, 71,
 };
-
-const std::uint32_t simpleBlockCount = 512;
 
 const std::int16_t simpleValues[] = {
     -32768, -32768, -32768, -32768, -32768, -32768, -32768, -32768, -32768, -32768, -32768, -32768,

@@ -46,8 +46,9 @@ extern const std::uint8_t upperCaseBlocks[];
 extern const std::uint32_t upperCaseBlockCount;
 extern const std::int16_t upperCaseValues[];
 
-extern const std::uint8_t simpleBlocks[];
-extern const std::uint32_t simpleBlockCount;  // all below U+10000
+// All below U+10000; the first blocks, below U+0800, stand in order.
+constexpr std::uint32_t simpleBlockCount = 0x10000 >> 7U;
+extern const std::uint8_t simpleBlocks[simpleBlockCount];
 extern const std::int16_t simpleValues[];
 
 extern const char32_t texts[];
@@ -102,9 +103,13 @@ constexpr int notSimple = -0x8000;
 /// moved over it, and a blank there is one. What comes behind may still compose with it. A code
 /// point that Unicode 3.2 did not assign is simple; a blank or a surrogate is not.
 inline int simpleDistanceOf(char32_t c) {
-  constexpr std::uint32_t allBlocks = 0x10000 >> 7U;
-  return c < 0x10000 ? data::valueOf(c, data::simpleBlocks, allBlocks, data::simpleValues)
-                     : notSimple;
+  using namespace data;
+  return c < 0x10000 ? valueOf(c, simpleBlocks, simpleBlockCount, simpleValues) : notSimple;
+}
+
+/// The same for a code point below U+0800.
+inline int simpleDistanceBelow800(char32_t c) {
+  return data::simpleValues[c];
 }
 
 inline std::span<const CompositionPair> compositionPairs() {
