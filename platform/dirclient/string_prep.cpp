@@ -294,7 +294,7 @@ class SimpleRun {
     }
     const unsigned second = continuationBits(next[1]);
     char32_t c = ((lead & 0x1FU) << 6U) | second;
-    if (!isContinuation(second) || c < 0x80 ||
+    if (!isContinuation(second) || lead < 0xC2 ||
         !prepareSimple(c, unicode::simpleDistanceBelow800(c))) {
       return false;
     }
