@@ -178,10 +178,9 @@ class Output {
 
 // --- Simple code points ------------------------------------------------------------------------
 
-/// The fast path: one pass over simple code points and single-byte blanks, from the text to their
-/// place in the result, without working memory. Insignificant characters outside ASCII and Hangul
-/// letters that must stay apart are not known here; so only text in ASCII is taken where blanks go
-/// altogether.
+/// The fast path: one pass over simple code points and the blanks of ASCII, from the text to their
+/// place in the result, without working memory. Where blanks go altogether, it takes ASCII only: it
+/// does not know the hyphens outside ASCII, nor the Hangul letters that must stay apart.
 template <LetterCase letterCase, Insignificant insignificant>
 class SimpleRun {
  public:
@@ -625,8 +624,8 @@ class FullPreparation {
         writer(foldedOrKept, insignificant, prepared),
         composer(writer, memory) {}
 
-  /// Takes the first code point and goes on, where SimpleRun can take over, to the next simple one.
-  /// False where the text is not well-formed.
+  /// Takes the first code point and goes on to the next simple one, where SimpleRun takes over; to
+  /// the end where it could not. False where the text is not well-formed.
   bool run(std::string_view& utf8) {
     do {
       char32_t c = 0;
@@ -663,10 +662,8 @@ bool takeSimple(std::string_view& rest, Output& output) {
   if (!isAll) {
     simple.giveBackLast();
   }
-  if (isAll || insignificant == Insignificant::spaces) {
-    rest = simple.rest();
-    simple.commit(output);
-  }
+  rest = simple.rest();
+  simple.commit(output);
   return isAll;
 }
 
