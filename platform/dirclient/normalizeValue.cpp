@@ -115,9 +115,9 @@ void appendIgnoringCase(std::string_view value, std::pmr::string& text) {
 
 /// Appends what `appendBySyntax` makes of the value, prepared as if case were ignored; where it
 /// says that the value is not of its syntax, that prepared value itself. The value is prepared
-/// first, and then tested for the syntax. Tested as written, a number between blanks would be no
-/// number and lose its blanks only; its normal form would be one, and normalising that once more
-/// would change it.
+/// before it is tested. An example: ` 007 ` is no integer as written; if it were taken as text, its
+/// normal form would be `007`; that is an integer, whose normal form is `7`, so that normalising
+/// twice would give another text than normalising once.
 template <typename AppendBySyntax>
 void appendOfSyntax(std::string_view value, std::pmr::string& text,
                     const AppendBySyntax& appendBySyntax) {
@@ -188,7 +188,8 @@ bool appendDn(std::string_view value, const schema::Schema* schema, int nesting,
   return true;
 }
 
-/// A DN by its own attributes; what is none may still become one by its preparation.
+/// Normalises the value as a DN. Where it is none as it was written, its prepared form may be one:
+/// full-width letters and signs, for instance, become ASCII.
 void appendDnOrText(std::string_view value, const schema::Schema* schema, int nesting,
                     std::pmr::string& text) {
   if (nesting >= maximalNesting) {

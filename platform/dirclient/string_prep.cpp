@@ -124,31 +124,30 @@ char continuationByte(char32_t c) {
 char* writeUtf8(char* out, char32_t c) {
   if (c < 0x80) {
     *out++ = static_cast<char>(c);
-    return out;
-  }
-  if (c < 0x800) {
+  } else if (c < 0x800) {
     *out++ = static_cast<char>(0xC0U | (c >> 6U));
-  } else {
-    if (c < 0x10000) {
-      *out++ = static_cast<char>(0xE0U | (c >> 12U));
-    } else {
-      *out++ = static_cast<char>(0xF0U | (c >> 18U));
-      *out++ = continuationByte(c >> 12U);
-    }
+    *out++ = continuationByte(c);
+  } else if (c < 0x10000) {
+    *out++ = static_cast<char>(0xE0U | (c >> 12U));
     *out++ = continuationByte(c >> 6U);
+    *out++ = continuationByte(c);
+  } else {
+    *out++ = static_cast<char>(0xF0U | (c >> 18U));
+    *out++ = continuationByte(c >> 12U);
+    *out++ = continuationByte(c >> 6U);
+    *out++ = continuationByte(c);
   }
-  *out++ = continuationByte(c);
   return out;
 }
 
 // --- The result --------------------------------------------------------------------------------
 
-/// The end of the result, with room behind it that is written without further checks.
+/// The result, with room behind its end: who made sure of the room writes there without a check.
 class Output {
  public:
   Output(std::pmr::string& prepared, std::size_t room) : text(prepared), start(prepared.size()) {
     text.resize(start + room);
-    end = text.data() + start;
+    end = begin();
   }
 
   char* begin() const { return text.data() + start; }
@@ -167,13 +166,13 @@ class Output {
   /// Leaves the text as it was before.
   void withdraw() { text.resize(start); }
 
+  // What the writers move on.
+  char* end = nullptr;
+  bool isGapPending = false;  ///< blanks were left out, and one may stand for them
+
  private:
   std::pmr::string& text;
   const std::size_t start;
-
- public:
-  char* end = nullptr;
-  bool isGapPending = false;  ///< blanks were left out, and one may stand for them
 };
 
 // --- Simple code points ------------------------------------------------------------------------
@@ -433,8 +432,8 @@ class SignificantWriter {
   }
 
  private:
-  /// Provided that no combining mark follows. NFKC has made the other hyphens of section 2.6.3 into
-  /// these: U+2011 into U+2010, U+FE63 and U+FF0D into U+002D.
+  /// Whether `c` is left out unless a combining mark follows. NFKC has replaced the other hyphens
+  /// of section 2.6.3 by these: U+2011 by U+2010, U+FE63 and U+FF0D by U+002D.
   bool isInsignificant(char32_t c) const {
     const bool isHyphen = c == 0x2D || c == 0x58A || c == 0x2010 || c == 0x2212;
     return c == space || (isHyphen && handling == Insignificant::telephoneNumber);
@@ -475,8 +474,8 @@ class SignificantWriter {
 
 // --- NFKC, UAX #15 with Unicode 3.2 ------------------------------------------------------------
 
-/// Composes decomposed text. It works on runs: a run begins where no composition can reach back, at
-/// a starter that ends no pair, and what is before it is final.
+/// Composes decomposed text, run by run. A run begins at a starter that composes with nothing
+/// before it; so the runs before it are final.
 class Composer {
  public:
   /// More than the usual run takes memory from `upstream`.
@@ -612,9 +611,9 @@ void addMapped(Composer& composer, char32_t c, LetterCase letterCase) {
   }
 }
 
-/// Every step, for what is not simple. Upper case comes last and is safe there: only code points
-/// that table B.2 takes straight back change, and the next preparation folds before it normalises.
-/// So it sees what this one saw.
+/// All steps, for what is not simple. Upper case comes last. Preparing the result again returns it
+/// all the same: a letter is replaced by its capital only where table B.2 folds the capital back to
+/// the letter, and folding comes first.
 class FullPreparation {
  public:
   FullPreparation(LetterCase foldedOrKept, Insignificant insignificant, Output& prepared,
