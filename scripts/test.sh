@@ -53,9 +53,9 @@ check_shell_scripts() {
   { sources '*.sh' && printf '.ci/run\0'; } | xargs -0 shellcheck
 }
 
+# The pages as the release build makes them of their templates.
 check_man_pages() {
-  local pages found
-  mapfile -d '' pages < <(sources '*.[1-8]')
+  local pages=(build/release/docs/*.[1-8]) found
   # Whether the pages that ours refer to are installed is no matter of ours.
   found=$(mandoc -T lint "${pages[@]}" 2>&1 |
     grep -vE 'referenced manual not found|outdated mandoc\.db' || true)
@@ -133,7 +133,8 @@ fuzz() {
 heading "Packages"
 ./scripts/install-packages.sh \
   g++ cmake ninja-build clang clang-format clang-tidy libclang-rt-14-dev \
-  libgtest-dev libgmock-dev libbenchmark-dev python3 python3-pytest slapd ldap-utils mandoc shellcheck
+  libgtest-dev libgmock-dev libbenchmark-dev python3 python3-pytest slapd ldap-utils mandoc shellcheck \
+  valgrind
 
 if [[ -x scripts/fetch-389-schema.sh ]]; then
   heading "Schema files of another server, as test input"
@@ -147,8 +148,8 @@ fi
 
 check "Format of the C and C++ sources" check_format
 check "Shell scripts" check_shell_scripts
-check "Man pages" check_man_pages
 build_and_test release
+check "Man pages" check_man_pages
 build_and_test asan
 check "Static analysis" check_with_clang_tidy
 if [[ -d fuzz ]] && ((fuzz_seconds > 0)); then

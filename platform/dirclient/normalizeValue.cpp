@@ -6,8 +6,9 @@
 
 #include "platform/dirclient/DnNormalizer.h"
 #include "platform/dirclient/appendNormalTime.h"
-#include "platform/dirclient/ascii.h"
 #include "platform/dirclient/string_prep.h"
+#include "platform/text/ascii.h"
+#include "platform/text/escape.h"
 
 namespace dirclient {
 namespace {
@@ -24,7 +25,7 @@ constexpr bool needsBackslash(char c) {
 
 /// Wherever in a value it stands.
 constexpr bool isAlwaysEscaped(char c) {
-  return needsBackslash(c) || isAsciiControl(c);
+  return needsBackslash(c) || text::isAsciiControl(c);
 }
 
 using ByteSet = std::array<bool, 256>;
@@ -48,17 +49,10 @@ bool isWrittenAsItIs(std::string_view value) {
                            findAlwaysEscaped(value) == value.end());
 }
 
-void appendHexEscape(char c, std::pmr::string& text) {
-  const auto byte = static_cast<unsigned char>(c);
-  text += '\\';
-  text += upperHexDigit(byte >> 4U);
-  text += upperHexDigit(byte & 0xFU);
-}
-
 /// Of a byte that is always escaped.
 void appendEscape(char c, std::pmr::string& text) {
-  if (isAsciiControl(c)) {
-    appendHexEscape(c, text);
+  if (text::isAsciiControl(c)) {
+    text::appendHexEscape(c, text);
   } else {
     text += '\\';
     text += c;
@@ -87,7 +81,7 @@ bool prepare(std::string_view value, LetterCase letterCase, Insignificant insign
     return true;
   }
   for (const char c : value) {
-    text += letterCase == LetterCase::upper ? toAsciiUpper(c) : c;
+    text += letterCase == LetterCase::upper ? text::toAsciiUpper(c) : c;
   }
   return false;
 }
@@ -244,7 +238,7 @@ void appendEscaped(std::string_view value, std::pmr::string& text) {
     text += "\\#";
     rest.remove_prefix(1);
   } else if (rest.starts_with(' ')) {
-    appendHexEscape(' ', text);
+    text::appendHexEscape(' ', text);
     rest.remove_prefix(1);
   }
   const bool endsInBlank = rest.ends_with(' ');
@@ -259,7 +253,7 @@ void appendEscaped(std::string_view value, std::pmr::string& text) {
     rest.remove_prefix(static_cast<std::size_t>(escaped - rest.begin()) + 1);
   }
   if (endsInBlank) {
-    appendHexEscape(' ', text);
+    text::appendHexEscape(' ', text);
   }
 }
 
