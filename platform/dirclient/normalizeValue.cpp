@@ -7,6 +7,7 @@
 #include "platform/dirclient/DnNormalizer.h"
 #include "platform/dirclient/appendNormalTime.h"
 #include "platform/dirclient/string_prep.h"
+#include "platform/text/Bytes16.h"
 #include "platform/text/ascii.h"
 #include "platform/text/escape.h"
 
@@ -44,9 +45,29 @@ std::string_view::iterator findAlwaysEscaped(std::string_view value) {
                       [](char c) { return alwaysEscaped[static_cast<unsigned char>(c)]; });
 }
 
+text::PlaceMask alwaysEscapedIn(const char* sixteen) {
+  const text::Bytes16 bytes(sixteen);
+  return (bytes.between('\0', '\x1F') | bytes.between('+', ',') | bytes.between(';', '<') |
+          bytes.equal('>') | bytes.equal('"') | bytes.equal('\\') | bytes.equal('\x7F'))
+      .mask();
+}
+
+/// Sixteen bytes at once, the last of them in part a second time.
+bool holdsAlwaysEscaped(std::string_view value) {
+  if (value.size() < text::bytesAtOnce) {
+    return findAlwaysEscaped(value) != value.end();
+  }
+  const char* const last = value.data() + value.size() - text::bytesAtOnce;
+  text::PlaceMask found = alwaysEscapedIn(last);
+  for (const char* at = value.data(); at < last; at += text::bytesAtOnce) {
+    found |= alwaysEscapedIn(at);
+  }
+  return found != 0;
+}
+
 bool isWrittenAsItIs(std::string_view value) {
   return value.empty() || (value.front() != '#' && value.front() != ' ' && value.back() != ' ' &&
-                           findAlwaysEscaped(value) == value.end());
+                           !holdsAlwaysEscaped(value));
 }
 
 /// Of a byte that is always escaped.
