@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/instance/InstanceDirectory.h"
+#include "testsupport/InstanceDirectory.h"
 #include "platform/instance/readInstanceConfiguration.h"
 
 namespace {

@@ -10,7 +10,7 @@
 #include <cstring>
 #include <string>
 
-#include "platform/instance/InstanceDirectory.h"
+#include "testsupport/InstanceDirectory.h"
 #include "platform/instance/readInstanceConfiguration.h"
 
 namespace {

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/schema/AttributeTable.h"
 #include "platform/schema/Description.h"
 #include "platform/schema/asciiText.h"
 
@@ -71,7 +70,7 @@ void Builder::report(const Problem& problem) {
 }
 
 bool Builder::belongsToAnother(std::string_view key, const AttributeDefinition& definition) {
-  const auto found = byKey_.find(upperCase(key));
+  const auto found = byKey_.find(key);
   if (found == byKey_.end()) {
     return false;
   }
@@ -92,9 +91,9 @@ bool Builder::claimsForeignKey(const AttributeDefinition& definition) {
 }
 
 void Builder::indexNames(std::size_t position) {
-  byKey_.emplace(upperCase(definitions_[position].oid), position);
+  byKey_.emplace(definitions_[position].oid, position);
   for (const std::string& name : definitions_[position].names) {
-    byKey_.emplace(upperCase(name), position);
+    byKey_.emplace(name, position);
   }
 }
 
@@ -106,7 +105,7 @@ void Builder::replace(std::size_t position, AttributeDefinition definition) {
                 "EQUALITY in " + textOf(earlier.place) + "; this definition takes its place"});
   }
   for (const std::string& name : earlier.names) {
-    byKey_.erase(upperCase(name));
+    byKey_.erase(name);
   }
   earlier = std::move(definition);
   indexNames(position);
@@ -116,7 +115,7 @@ void Builder::addAttributeType(AttributeDefinition definition) {
   if (claimsForeignKey(definition)) {
     return;
   }
-  const auto found = byKey_.find(upperCase(definition.oid));
+  const auto found = byKey_.find(definition.oid);
   if (found != byKey_.end()) {
     replace(found->second, std::move(definition));
     return;
@@ -127,12 +126,12 @@ void Builder::addAttributeType(AttributeDefinition definition) {
 
 void Builder::addOtherNames(const std::vector<std::string_view>& names, const std::string& oid) {
   for (const std::string_view name : names) {
-    otherNames_.emplace(upperCase(name), oid);
+    otherNames_.emplace(name, oid);
   }
 }
 
 void Builder::addMacro(std::string_view name, const std::string& oid, const Place& place) {
-  const auto [found, added] = macros_.emplace(upperCase(name), oid);
+  const auto [found, added] = macros_.emplace(name, oid);
   if (!added && found->second != oid) {
     report({Problem::Kind::redefinition, place.file, place.line,
             "the macro " + shown(name) + " stood for " + shown(found->second) +
@@ -143,7 +142,7 @@ void Builder::addMacro(std::string_view name, const std::string& oid, const Plac
 
 std::optional<std::string> Builder::expandMacro(std::string_view text) const {
   const std::size_t colon = text.find(':');
-  const auto found = macros_.find(upperCase(text.substr(0, colon)));
+  const auto found = macros_.find(text.substr(0, colon));
   if (found == macros_.end()) {
     return std::nullopt;
   }
@@ -157,7 +156,7 @@ std::size_t Builder::findSupertype(const std::string& supertype) const {
   if (supertype.empty()) {
     return SupertypeChains::none;
   }
-  auto found = byKey_.find(upperCase(supertype));
+  auto found = byKey_.find(supertype);
   if (found == byKey_.end()) {
     if (const std::optional<std::string> oid = expandMacro(supertype)) {
       found = byKey_.find(*oid);
@@ -191,7 +190,7 @@ void Builder::reportBrokenChain(const AttributeDefinition& definition,
           definition.place.file, definition.place.line, reason});
 }
 
-std::unique_ptr<Schema> Builder::complete() {
+Definitions Builder::complete() {
   const SupertypeChains chains = supertypeChains();
   std::vector<EqualityRule> equality(definitions_.size(), EqualityRule::none);
   for (const std::size_t i : chains.topDown()) {
@@ -212,7 +211,7 @@ std::unique_ptr<Schema> Builder::complete() {
   definitions_.clear();
   byKey_.clear();
   macros_.clear();
-  return std::make_unique<AttributeTable>(std::move(types), std::exchange(otherNames_, {}));
+  return {std::move(types), std::exchange(otherNames_, {})};
 }
 
 }  // namespace schema

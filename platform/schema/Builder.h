@@ -2,18 +2,15 @@
 #ifndef PLATFORM_SCHEMA_BUILDER_H
 #define PLATFORM_SCHEMA_BUILDER_H
 
-#include <array>
 #include <cstddef>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
-#include "platform/schema/DefinitionKind.h"
+#include "platform/schema/NameMap.h"
 #include "platform/schema/Schema.h"
 #include "platform/schema/SupertypeChains.h"
 
@@ -78,17 +75,11 @@ class Builder {
   /// The OID that `macro` or `macro:1.2` stands for; nothing where there is no such macro.
   std::optional<std::string> expandMacro(std::string_view text) const;
 
-  /// Counts a definition that was read, of any kind.
-  void count(DefinitionType type) { ++counts_[static_cast<std::size_t>(type)]; }
-  std::size_t countOf(DefinitionType type) const { return counts_[static_cast<std::size_t>(type)]; }
-
   /// Resolves the chains of supertypes, reports those that cannot be resolved, and makes the schema
   /// of the others. Leaves the builder empty.
-  std::unique_ptr<Schema> complete();
+  Definitions complete();
 
  private:
-  using Index = std::unordered_map<std::string, std::size_t>;
-
   bool claimsForeignKey(const AttributeDefinition& definition);
   bool belongsToAnother(std::string_view key, const AttributeDefinition& definition);
   void indexNames(std::size_t position);
@@ -99,11 +90,10 @@ class Builder {
 
   ProblemSink sink_;
   std::size_t problemCount_ = 0;
-  std::array<std::size_t, definitionTypeCount> counts_{};
   std::vector<AttributeDefinition> definitions_;
-  Index byKey_;                                              ///< names and OIDs in upper case
-  std::unordered_map<std::string, std::string> otherNames_;  ///< OIDs by name in upper case
-  std::unordered_map<std::string, std::string> macros_;      ///< by name in upper case
+  NameMap<std::string, std::size_t> byKey_;       ///< places in definitions_ by name and OID
+  NameMap<std::string, std::string> otherNames_;  ///< OIDs by name
+  NameMap<std::string, std::string> macros_;      ///< OIDs by name
 };
 
 }  // namespace schema

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "platform/schema/SchemaProbe.h"
+#include "testsupport/SchemaProbe.h"
 
 namespace schema {
 

@@ -2,10 +2,11 @@
 #ifndef PLATFORM_SCHEMA_SCHEMA_H
 #define PLATFORM_SCHEMA_SCHEMA_H
 
-#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "platform/schema/NameMap.h"
 
 namespace schema {
 
@@ -38,22 +39,37 @@ struct AttributeType {
   EqualityRule equality = EqualityRule::none;
 };
 
+/// What a schema is made of.
+struct Definitions {
+  std::vector<AttributeType> attributeTypes;
+  /// The dotted numbers of the definitions that are no attribute types, by their names.
+  NameMap<std::string, std::string> otherNames;
+};
+
 /// An immutable set of definitions.
 class Schema {
  public:
-  virtual ~Schema() = default;
+  /// Each number and name of the attribute types finds its type; where two have the same name the
+  /// earlier one is found.
+  explicit Schema(Definitions definitions);
+  Schema(const Schema&) = delete;
+  Schema& operator=(const Schema&) = delete;
 
   /// The attribute type of that name, in any case, or dotted number (without an "oid." prefix); a
   /// null pointer where the schema has none. Allocates nothing. The result lives as long as this
   /// object.
-  virtual const AttributeType* findAttributeType(std::string_view type) const = 0;
+  const AttributeType* findAttributeType(std::string_view type) const;
 
   /// The dotted number of the definition of that name, of whatever kind, in any case; empty where
   /// the schema has none. Lives as long as this object.
-  virtual std::string_view findObjectIdentifier(std::string_view name) const = 0;
+  std::string_view findObjectIdentifier(std::string_view name) const;
 
-  /// How many attribute types the schema holds.
-  virtual std::size_t attributeTypeCount() const = 0;
+ private:
+  void addKey(std::string_view key, const AttributeType& type);
+
+  const std::vector<AttributeType> attributeTypes_;
+  const NameMap<std::string, std::string> otherNames_;
+  NameMap<std::string_view, const AttributeType*> byName_;  ///< points into attributeTypes_
 };
 
 /// The schema that the last ldcf_api_schema_complete() published, or a null pointer. May be called

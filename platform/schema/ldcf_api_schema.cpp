@@ -63,7 +63,7 @@ void parseFile(const std::string& file, Builder& builder) {
 }
 
 void publish(Builder& builder) {
-  const Schema* schema = kept(builder.complete());
+  const Schema* schema = kept(std::make_unique<Schema>(builder.complete()));
   published.store(schema, std::memory_order_release);
 }
 

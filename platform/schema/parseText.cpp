@@ -150,7 +150,6 @@ void FileParser::definition(const DefinitionKind& kind, std::string_view value) 
     } else {
       description(kind, text);
     }
-    builder_.count(kind.type);
   } catch (const DefinitionError& error) {
     const auto before = static_cast<std::size_t>(text.data() - line_.text.data());
     report(Problem::Kind::badDefinition, line_.lineOf(before + error.offset()), error.what());

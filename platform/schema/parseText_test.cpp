@@ -6,7 +6,7 @@
 #include <random>
 #include <string>
 
-#include "platform/schema/SchemaProbe.h"
+#include "testsupport/SchemaProbe.h"
 
 namespace schema {
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/schema/SchemaProbe.h"
+#include "testsupport/SchemaProbe.h"
 #include "platform/schema/readSchemaFile.h"
 
 namespace schema {

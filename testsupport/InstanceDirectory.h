@@ -1,14 +1,13 @@
-// For tests: a directory with an instance in it.
-#ifndef PLATFORM_INSTANCE_INSTANCEDIRECTORY_H
-#define PLATFORM_INSTANCE_INSTANCEDIRECTORY_H
-
-#include <unistd.h>
+// Where a test keeps a server instance.
+#ifndef TESTSUPPORT_INSTANCEDIRECTORY_H
+#define TESTSUPPORT_INSTANCEDIRECTORY_H
 
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <utility>
 
-/// Made at construction, removed with all that is in it at destruction.
+/// An instance in the directory `path`, made at construction, removed with all that is in it at destruction.
 class InstanceDirectory {
  public:
   explicit InstanceDirectory(std::string path) : path_(std::move(path)) {
