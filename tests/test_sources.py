@@ -14,16 +14,17 @@ PROJECT_INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]*)"', re.MULTILINE)
 ANY_INCLUDE = re.compile(r'^\s*#\s*include\s*[<"]([^">]*)[">]', re.MULTILINE)
 
 # What the layers may use beside themselves. Tests and tools beside the product are left out.
-PLATFORM = {"platform/trace", "platform/files", "platform/ldif", "platform/messages",
+PLATFORM = {"platform/text", "platform/trace", "platform/files", "platform/ldif", "platform/messages",
             "platform/schema", "platform/dirclient", "platform/instance"}  # fmt: skip
 COMMON = PLATFORM | {"common"}
 FILE_HELPERS = COMMON | {"ldifsplit file helpers"}
 ACTORS = FILE_HELPERS | {"actors"}
 CONFIG = ACTORS | {"config"}
 ALLOWED = {
+    "platform/text": set(),
     "platform/trace": set(),
     "platform/files": set(),
-    "platform/ldif": set(),
+    "platform/ldif": {"platform/text"},
     "platform/messages": {"platform/trace"},
     "platform/schema": {"platform/messages", "platform/trace"},
     "platform/dirclient": {"platform/schema", "platform/trace"},

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/ldif/base64.h"
+#include "platform/text/base64.h"
 
 namespace {
 
@@ -194,7 +194,7 @@ int str_parse_line_v_or_bv(char* line, char** type, char** value, int* valueLeng
     at = end;
     length = 0;
   } else if (base64) {
-    const auto decoded = ldif::decodeBase64InPlace(at, length);
+    const auto decoded = text::decodeBase64InPlace(at, length);
     if (!decoded) {
       return ldifLineInvalid;
     }

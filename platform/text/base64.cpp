@@ -1,10 +1,9 @@
-#include "platform/ldif/base64.h"
+#include "platform/text/base64.h"
 
 #include <array>
 #include <cstdint>
-#include <string_view>
 
-namespace ldif {
+namespace text {
 namespace {
 
 constexpr std::uint8_t notInAlphabet = 0x80;
@@ -71,4 +70,14 @@ std::optional<std::size_t> decodeBase64InPlace(char* text, std::size_t length) {
   return static_cast<std::size_t>(out - text);
 }
 
-}  // namespace ldif
+std::optional<std::string> base64Decoded(std::string_view text) {
+  std::string bytes(text);
+  const std::optional<std::size_t> length = decodeBase64InPlace(bytes.data(), bytes.size());
+  if (!length) {
+    return std::nullopt;
+  }
+  bytes.resize(*length);
+  return bytes;
+}
+
+}  // namespace text

@@ -1,4 +1,4 @@
-#include "platform/ldif/base64.h"
+#include "platform/text/base64.h"
 
 #include <gtest/gtest.h>
 
@@ -6,9 +6,13 @@
 
 namespace {
 
-std::optional<std::string> decoded(std::string text) {
-  const auto length = ldif::decodeBase64InPlace(text.data(), text.size());
-  return length ? std::optional(text.substr(0, *length)) : std::nullopt;
+/// Decoded by either function, which have to agree.
+std::optional<std::string> decoded(const std::string& text) {
+  std::string inPlace = text;
+  const auto length = text::decodeBase64InPlace(inPlace.data(), inPlace.size());
+  const std::optional<std::string> copied = text::base64Decoded(text);
+  EXPECT_EQ(copied, length ? std::optional(inPlace.substr(0, *length)) : std::nullopt) << text;
+  return copied;
 }
 
 // RFC 4648, section 10.
