@@ -7,7 +7,8 @@
 #include <string>
 #include <utility>
 
-/// An instance in the directory `path`, made at construction, removed with all that is in it at destruction.
+/// An instance in the directory `path`, made at construction, removed with all that is in it at
+/// destruction.
 class InstanceDirectory {
  public:
   explicit InstanceDirectory(std::string path) : path_(std::move(path)) {

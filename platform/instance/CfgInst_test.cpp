@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "testsupport/InstanceDirectory.h"
 #include "platform/instance/readInstanceConfiguration.h"
+#include "testsupport/InstanceDirectory.h"
 
 namespace {
 

@@ -5,11 +5,15 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
 #include <utility>
+
+#include "platform/text/ascii.h"
+#include "platform/text/equalIgnoringCase.h"
+#include "platform/text/lastError.h"
+#include "platform/text/withoutOuter.h"
 
 namespace QuorInstanceUtils {
 
@@ -22,29 +26,15 @@ constexpr bool isBlank(char c) {
   return c == ' ' || c == '\t' || c == '\r';
 }
 
-constexpr char lowerCase(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
 std::string_view withoutOuterBlanks(std::string_view text) {
-  while (!text.empty() && isBlank(text.front())) {
-    text.remove_prefix(1);
-  }
-  while (!text.empty() && isBlank(text.back())) {
-    text.remove_suffix(1);
-  }
-  return text;
-}
-
-std::string lastError() {
-  return std::generic_category().message(errno);
+  return text::withoutOuter(isBlank, text);
 }
 
 /// Why a file cannot be read as a regular file; empty where it can.
 std::string whyUnreadable(const std::string& file) {
   struct stat status {};
   if (stat(file.c_str(), &status) != 0) {
-    return lastError();
+    return text::lastError();
   }
   // Not opened, as opening a pipe waits for its other end.
   if (!S_ISREG(status.st_mode)) {
@@ -52,7 +42,7 @@ std::string whyUnreadable(const std::string& file) {
   }
   const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
   if (descriptor < 0) {
-    return lastError();
+    return text::lastError();
   }
   close(descriptor);
   return "";
@@ -118,9 +108,9 @@ void ConfigurationReader::readLine(std::string_view line) {
     return;
   }
   const std::string written(withoutOuterBlanks(line.substr(0, colon)));
-  std::string key = written;
-  std::transform(key.begin(), key.end(), key.begin(), lowerCase);
-  const auto* const found = std::find(std::begin(keys), std::end(keys), key);
+  const auto* const found =
+      std::find_if(std::begin(keys), std::end(keys),
+                   [&](std::string_view key) { return text::equalIgnoringCase(key, written); });
   if (found == std::end(keys)) {
     fault(InstanceFault::Kind::unknownKey, written);
     return;
@@ -185,9 +175,7 @@ std::string instanceRegistry() {
 
 bool isInstanceName(std::string_view name) {
   const auto allowed = [](char c) {
-    const char lower = lowerCase(c);
-    return (lower >= 'a' && lower <= 'z') || (c >= '0' && c <= '9') || c == '-' || c == '_' ||
-           c == '.';
+    return text::isAsciiLetter(c) || text::isAsciiDigit(c) || c == '-' || c == '_' || c == '.';
   };
   return !name.empty() && name.size() <= longestName && name.front() != '.' &&
          std::all_of(name.begin(), name.end(), allowed);
@@ -212,7 +200,7 @@ SchemaFileLists readInstanceConfiguration(const std::string& instance, const std
   if (!reason.empty()) {
     sink({InstanceFault::Kind::unreadableConfiguration, {instance, configFile, reason}});
   } else if (!reader.read()) {
-    sink({InstanceFault::Kind::unreadableConfiguration, {instance, configFile, lastError()}});
+    sink({InstanceFault::Kind::unreadableConfiguration, {instance, configFile, text::lastError()}});
   }
   return reader.take();
 }

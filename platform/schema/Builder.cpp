@@ -4,7 +4,8 @@
 #include <utility>
 
 #include "platform/schema/Description.h"
-#include "platform/schema/asciiText.h"
+#include "platform/text/ascii.h"
+#include "platform/text/equalIgnoringCase.h"
 
 namespace schema {
 
@@ -15,7 +16,7 @@ bool sameNames(const std::vector<std::string>& a, const std::vector<std::string>
     return false;
   }
   for (std::size_t i = 0; i < a.size(); ++i) {
-    if (!equalIgnoringCase(a[i], b[i])) {
+    if (!text::equalIgnoringCase(a[i], b[i])) {
       return false;
     }
   }
@@ -30,7 +31,7 @@ std::optional<EqualityRule> ownEquality(const AttributeDefinition& definition) {
 
 /// Whether normal forms are the same under both definitions of one OID.
 bool agree(const AttributeDefinition& a, const AttributeDefinition& b) {
-  return sameNames(a.names, b.names) && equalIgnoringCase(a.supertype, b.supertype) &&
+  return sameNames(a.names, b.names) && text::equalIgnoringCase(a.supertype, b.supertype) &&
          ownEquality(a) == ownEquality(b);
 }
 
@@ -45,12 +46,15 @@ std::string labelOf(const AttributeDefinition& definition) {
 /// The name that normal forms use: the first. Only cn is always CN, wherever that name stands: the
 /// system's own entries are found by it.
 std::string canonicalType(const AttributeType& type) {
-  const bool isCn = std::any_of(type.names.begin(), type.names.end(),
-                                [](const auto& name) { return equalIgnoringCase(name, "cn"); });
+  const bool isCn = std::any_of(type.names.begin(), type.names.end(), [](const auto& name) {
+    return text::equalIgnoringCase(name, "cn");
+  });
   if (isCn) {
     return "CN";
   }
-  return upperCase(type.names.empty() ? type.oid : type.names.front());
+  std::string canonical = type.names.empty() ? type.oid : type.names.front();
+  std::transform(canonical.begin(), canonical.end(), canonical.begin(), text::toAsciiUpper);
+  return canonical;
 }
 
 AttributeType attributeTypeOf(AttributeDefinition& definition, EqualityRule equality) {
@@ -75,7 +79,7 @@ bool Builder::belongsToAnother(std::string_view key, const AttributeDefinition& 
     return false;
   }
   const AttributeDefinition& other = definitions_[found->second];
-  if (equalIgnoringCase(other.oid, definition.oid)) {
+  if (text::equalIgnoringCase(other.oid, definition.oid)) {
     return false;
   }
   report({Problem::Kind::redefinition, definition.place.file, definition.place.line,

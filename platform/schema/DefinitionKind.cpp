@@ -1,6 +1,6 @@
 #include "platform/schema/DefinitionKind.h"
 
-#include "platform/schema/asciiText.h"
+#include "platform/text/equalIgnoringCase.h"
 
 namespace schema {
 
@@ -83,10 +83,10 @@ constexpr DefinitionKind kinds[] = {
 
 bool standsFor(FileForm form, std::string_view keyword, const DefinitionKind& kind) {
   if (form == FileForm::directives) {
-    return equalIgnoringCase(keyword, kind.directive);
+    return text::equalIgnoringCase(keyword, kind.directive);
   }
-  return equalIgnoringCase(keyword, kind.attribute) ||
-         equalIgnoringCase(keyword, kind.configuration);
+  return text::equalIgnoringCase(keyword, kind.attribute) ||
+         text::equalIgnoringCase(keyword, kind.configuration);
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "platform/schema/asciiText.h"
+#include "platform/text/equalIgnoringCase.h"
 
 namespace schema {
 
@@ -30,7 +30,9 @@ struct NameHash {
 struct NameEqual {
   using is_transparent = void;
 
-  bool operator()(std::string_view a, std::string_view b) const { return equalIgnoringCase(a, b); }
+  bool operator()(std::string_view a, std::string_view b) const {
+    return text::equalIgnoringCase(a, b);
+  }
 };
 
 /// From names and dotted numbers, as written; asked for in any case. find() takes a string_view and

@@ -36,7 +36,7 @@ TEST(Schema, FindsNothingElse) {
   EXPECT_EQ(Schema({}).findAttributeType(""), nullptr);
 }
 
-/// Folding eight bytes at a time must fold letters and nothing else, at every place in the word.
+/// The case of letters does not count at any place of a name; every other byte does.
 TEST(Schema, FoldsAsciiLettersOnly) {
   for (std::size_t place = 0; place < 17; ++place) {
     for (int stored = 0; stored < 256; ++stored) {
@@ -82,10 +82,33 @@ TEST(Schema, FindsEachOfAHundredThousand) {
   EXPECT_EQ(schema.findAttributeType("name100000"), nullptr);
 }
 
-/// Each of them in a place of its own would take a walk past all before it.
+/// A name that was kept each time would be compared with all of those before it.
 TEST(Schema, TakesOneNameAMillionTimes) {
   const Schema schema({{typeOf("1.1", std::vector<std::string>(1000000, "a"))}, {}});
   EXPECT_EQ(schema.findAttributeType("A")->oid, "1.1");
+}
+
+/// Long numbers of one arc differ in their last digits only.
+TEST(Schema, FindsEachNumberOfOneArc) {
+  std::vector<AttributeType> types;
+  for (int i = 0; i < 2000; ++i) {
+    types.push_back(typeOf("1.3.6.1.4.1.99999.1.2.3.4.5.6." + std::to_string(i), {}));
+  }
+  const Schema schema({types, {}});
+  for (const AttributeType& type : types) {
+    const AttributeType* found = schema.findAttributeType(type.oid);
+    ASSERT_NE(found, nullptr) << type.oid;
+    EXPECT_EQ(found->oid, type.oid);
+  }
+}
+
+TEST(Schema, FindsNumbersByTheNamesOfAttributesAndOfOtherDefinitions) {
+  const Schema schema(
+      {{typeOf("2.5.4.3", {"cn", "commonName"})}, {{"person", "2.5.6.6"}, {"CN", "9.9"}}});
+  EXPECT_EQ(schema.findObjectIdentifier("COMMONNAME"), "2.5.4.3");
+  EXPECT_EQ(schema.findObjectIdentifier("cn"), "2.5.4.3");
+  EXPECT_EQ(schema.findObjectIdentifier("Person"), "2.5.6.6");
+  EXPECT_EQ(schema.findObjectIdentifier("persons"), "");
 }
 
 TEST(Schema, OfTwoWithOneNameTheEarlierHasIt) {

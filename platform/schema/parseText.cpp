@@ -6,9 +6,12 @@
 
 #include "platform/schema/Description.h"
 #include "platform/schema/LogicalLine.h"
-#include "platform/schema/asciiText.h"
-#include "platform/schema/base64Decoded.h"
 #include "platform/schema/equalityRuleOf.h"
+#include "platform/schema/isNumericOid.h"
+#include "platform/text/ascii.h"
+#include "platform/text/base64.h"
+#include "platform/text/equalIgnoringCase.h"
+#include "platform/text/withoutOuter.h"
 
 namespace schema {
 
@@ -19,7 +22,7 @@ constexpr std::size_t longestOid = 4096;
 
 /// Whether a value looks like a description, whatever its keyword.
 bool isParenthesised(std::string_view value) {
-  return withoutOuterBlanks(value).starts_with('(');
+  return text::withoutOuter(text::isAsciiWhiteSpace, value).starts_with('(');
 }
 
 class FileParser {
@@ -87,10 +90,11 @@ void FileParser::ldifLine() {
     }
     return;
   }
-  const std::string_view description = withoutOuterBlanks(line_.text.substr(0, colon));
+  const std::string_view description =
+      text::withoutOuter(text::isAsciiWhiteSpace, line_.text.substr(0, colon));
   const std::string_view type = description.substr(0, description.find(';'));
   if (const DefinitionKind* kind = findDefinitionKind(FileForm::ldif, type)) {
-    namesAreOids_ = equalIgnoringCase(type, kind->attribute);
+    namesAreOids_ = text::equalIgnoringCase(type, kind->attribute);
     ldifValue(*kind, line_.text.substr(colon + 1));
   } else if (!isDescr(type) && !isNumericOid(type)) {
     strayLine(shown(type) + " before the colon is no type");
@@ -113,7 +117,8 @@ void FileParser::ldifValue(const DefinitionKind& kind, std::string_view value) {
     definition(kind, value);
     return;
   }
-  std::optional<std::string> decoded = base64Decoded(withoutOuterBlanks(value.substr(1)));
+  std::optional<std::string> decoded =
+      text::base64Decoded(text::withoutOuter(text::isAsciiWhiteSpace, value.substr(1)));
   if (!decoded) {
     report(Problem::Kind::badDefinition, line_.firstLine, "its base64 is not valid");
     return;
@@ -192,11 +197,11 @@ void FileParser::attributeType(const Description& description, std::string oid) 
 /// `name oid`, where the OID may begin with an earlier macro.
 void FileParser::macro(std::string_view text) {
   std::size_t nameEnd = 0;
-  while (nameEnd < text.size() && !isBlank(text[nameEnd])) {
+  while (nameEnd < text.size() && !text::isAsciiWhiteSpace(text[nameEnd])) {
     ++nameEnd;
   }
   const std::string_view name = text.substr(0, nameEnd);
-  const std::string_view oid = withoutOuterBlanks(text.substr(nameEnd));
+  const std::string_view oid = text::withoutOuter(text::isAsciiWhiteSpace, text.substr(nameEnd));
   if (!isDescr(name)) {
     throw DefinitionError(0, shown(name) + " is no name for a macro");
   }
