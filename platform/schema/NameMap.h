@@ -3,7 +3,6 @@
 #define PLATFORM_SCHEMA_NAMEMAP_H
 
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -12,21 +11,23 @@
 
 namespace schema {
 
-/// The same number for texts that differ in the case of ASCII letters only.
+/// Gives the same number for texts that differ in the case of ASCII letters only. It is quick for
+/// the short names that DNs are made of: each RDN that is normalised by a schema asks for one.
 struct NameHash {
   using is_transparent = void;
 
   std::size_t operator()(std::string_view name) const {
-    std::uint64_t hash = name.size();
+    std::size_t hash = name.size();
     for (const char c : name) {
-      // The bit 0x20 is all that tells a letter from the other of its pair. That it makes some
-      // signs alike, too, is for NameEqual to see.
-      hash = (hash ^ (static_cast<unsigned char>(c) | 0x20U)) * 0x100000001B3U;
+      // A capital and its small letter differ in the bit 0x20. With that bit set some other
+      // characters become alike, too; NameEqual tells those apart.
+      hash = hash * 31 + (static_cast<unsigned char>(c) | 0x20U);
     }
-    return static_cast<std::size_t>(hash);
+    return hash;
   }
 };
 
+/// Whether two names differ in the case of ASCII letters at most.
 struct NameEqual {
   using is_transparent = void;
 
@@ -35,8 +36,9 @@ struct NameEqual {
   }
 };
 
-/// From names and dotted numbers, as written; asked for in any case. find() takes a string_view and
-/// allocates nothing.
+/// A map whose keys are names or dotted numbers, as they were written, and are found in any case.
+/// `Key` is std::string, or std::string_view where something else keeps the texts. find() takes a
+/// string_view and allocates nothing.
 template <typename Key, typename Value>
 using NameMap = std::unordered_map<Key, Value, NameHash, NameEqual>;
 
