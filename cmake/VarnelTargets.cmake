@@ -1,8 +1,12 @@
-# The two kinds of folder and their unit tests.
+# How a folder becomes a library or a program, and its unit tests.
 #
 #   varnel_library(NAME [PLATFORM] SOURCES ... [DEPENDS ...])
-#     A static library, or an interface library where no source is a .cpp. DEPENDS is the whole list
-#     of layers that the folder may use: nothing else is on its link line.
+#     A static library, or an interface library where no source is a .cpp. DEPENDS names each library
+#     of the project that one of its sources includes a header of, and no other:
+#     tests/test_sources.py reads these calls and compares them with the sources.
+#
+#   varnel_program(NAME [PLATFORM] SOURCES ... [DEPENDS ...])
+#     A program, and the same of its DEPENDS.
 #
 #   varnel_unit_tests(NAME [PLATFORM] SOURCES ... [DEPENDS ...])
 #     One GoogleTest program of the named X_test.cpp files; every test in it becomes a CTest test.
@@ -29,6 +33,13 @@ function(varnel_library name)
     add_library(${name} INTERFACE ${ARG_SOURCES})
     target_link_libraries(${name} INTERFACE ${ARG_DEPENDS})
   endif()
+endfunction()
+
+function(varnel_program name)
+  cmake_parse_arguments(ARG "PLATFORM" "" "SOURCES;DEPENDS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_DEPENDS})
+  varnel_compile_settings(${name} "${ARG_PLATFORM}")
 endfunction()
 
 function(varnel_unit_tests name)

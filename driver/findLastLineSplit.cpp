@@ -1,10 +1,8 @@
 #include "driver/findLastLineSplit.h"
 
-#include <algorithm>
-#include <climits>
-#include <cstdlib>
 #include <fstream>
 
+#include "platform/text/number.h"
 #include "platform/trace/trace.h"
 
 int findLastLineSplit(std::string logFile) {
@@ -17,8 +15,7 @@ int findLastLineSplit(std::string logFile) {
   for (std::string line; std::getline(log, line);) {
     last = line;
   }
-  const long number = std::strtol(last.c_str(), nullptr, 10);
-  const int lastLine = static_cast<int>(std::max(long{INT_MIN}, std::min(number, long{INT_MAX})));
+  const int lastLine = text::leadingInt(last);
   TRACE(traceProgress, "recovery mode: last line split was %d\n", lastLine);
   return lastLine;
 }

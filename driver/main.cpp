@@ -1,8 +1,6 @@
 // varnel: splits one LDIF file over the LDIF files of the back-end servers of a partitioned
 // directory.
 
-#include <algorithm>
-#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -26,6 +24,7 @@
 #include "ldifsplit/LdifSplit.h"
 #include "platform/dirclient/dirclient.h"
 #include "platform/messages/PrintMessage.h"
+#include "platform/text/number.h"
 #include "platform/trace/trace.h"
 
 /// Where the configuration is looked for without -f.
@@ -40,12 +39,6 @@ constexpr int missingArgumentMessage = 46;
 
 /// The slots of the option vector, in the order of the option letters.
 enum OptionSlot { configFileSlot, recoverySlot, debugSlot, instanceSlot };
-
-/// The number at the start of the text, 0 where there is none, at most as far as an int goes.
-int toInt(const std::string& text) {
-  const long number = std::strtol(text.c_str(), nullptr, 10);
-  return static_cast<int>(std::max(long{INT_MIN}, std::min(number, long{INT_MAX})));
-}
 
 /// The one line that a failed run leaves in the log, and its exit status.
 [[noreturn]] void exitAfterFailure(std::FILE* log, int line) {
@@ -121,7 +114,7 @@ int main(int argc, char** argv) {
   const std::vector<std::string> options =
       getOptArgs(argc, argv, optionString, messageSet, usageMessage, missingArgumentMessage);
   ldtr_init();
-  write_ldap_debug(toInt(options[debugSlot]));
+  write_ldap_debug(text::leadingInt(options[debugSlot]));
   loadSchema(options[instanceSlot]);
 
   const std::string configFile =

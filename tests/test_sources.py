@@ -3,6 +3,7 @@
 import pathlib
 import re
 
+import build_targets
 import message_texts
 import pytest
 
@@ -13,37 +14,34 @@ FOLDERS = ["actors", "bench", "common", "config", "driver", "fuzz", "ldifsplit",
 PROJECT_INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]*)"', re.MULTILINE)
 ANY_INCLUDE = re.compile(r'^\s*#\s*include\s*[<"]([^">]*)[">]', re.MULTILINE)
 
-# What the layers may use beside themselves. Tests and tools beside the product are left out.
-PLATFORM = {"platform/text", "platform/trace", "platform/files", "platform/ldif", "platform/messages",
-            "platform/schema", "platform/dirclient", "platform/instance"}  # fmt: skip
-COMMON = PLATFORM | {"common"}
-FILE_HELPERS = COMMON | {"ldifsplit file helpers"}
-ACTORS = FILE_HELPERS | {"actors"}
-CONFIG = ACTORS | {"config"}
-ALLOWED = {
-    "platform/text": set(),
-    "platform/trace": set(),
-    "platform/files": set(),
-    "platform/ldif": {"platform/text"},
-    "platform/messages": {"platform/trace"},
-    "platform/schema": {"platform/messages", "platform/text", "platform/trace"},
-    "platform/dirclient": {"platform/schema", "platform/trace"},
-    "platform/instance": {"platform/files", "platform/messages", "platform/text", "platform/trace"},
-    "common": PLATFORM,
-    "ldifsplit file helpers": COMMON,
-    "actors": FILE_HELPERS,
-    "config": ACTORS,
-    "actor factory": CONFIG,
-    "ldifsplit": CONFIG,
-    "referrals": CONFIG,
-    "driver": CONFIG | {"actor factory", "ldifsplit", "referrals"},
+# What each library of the platform may use; the tool may use them all.
+PLATFORM = {
+    "text": set(),
+    "trace": {"text"},
+    "files": {"text"},
+    "ldif": {"text"},
+    "stringprep": {"text"},
+    "messages": {"text", "trace"},
+    "schema": {"text", "messages", "trace"},
+    "dirclient": {"text", "stringprep", "schema", "trace"},
+    "instance": {"text", "files", "messages", "trace"},
 }
+# From the bottom up: what stands in one row may use the rows above it here, and not its neighbours.
+TOOL = [
+    ["common"],
+    ["ldifsplit_files"],
+    ["actors"],
+    ["config"],
+    ["actor_factory", "ldifsplit", "referrals"],
+    ["driver"],
+    ["varnel"],
+]
+# What serves tests, documentation and measurements; nothing above uses it.
+FOLDERS_BESIDE = {"bench", "docs", "fuzz", "testsupport"}
+TARGETS_BESIDE = {"instance_with_test_registry", "string_prep_lines"}
 
-OF_THEIR_OWN = {
-    "ldifsplit/openNewLdif.h": "ldifsplit file helpers",
-    "actors/ldifActorFactory.h": "actor factory",
-    "actors/ldifActorFactory.cpp": "actor factory",
-}
+TARGETS = [target for target in build_targets.targets() if target.kind != "varnel_unit_tests"]
+UNIT_TESTS = [target for target in build_targets.targets() if target.kind == "varnel_unit_tests"]
 
 
 def sources():
@@ -63,33 +61,100 @@ def product():
     return {name: text for name, text in sources().items() if not name.startswith(apart)}
 
 
-def layer(name):
-    parts = name.split("/")
-    folder = "/".join(parts[:2]) if parts[0] == "platform" else parts[0]
-    return OF_THEIR_OWN.get(name, folder)
+# --- Layers ---------------------------------------------------------------------------------------
 
 
-def test_the_tables_above_know_every_folder_of_the_product():
-    assert {layer(name) for name in product()} == set(ALLOWED)
-    known = {*FOLDERS, "cmake", "docs", "examples", "schema", "scripts", "tests", "build"}
+def allowed():
+    """Target of the product -> the targets that it may use."""
+    uses, below = dict(PLATFORM), set(PLATFORM)
+    for row in TOOL:
+        uses.update({name: set(below) for name in row})
+        below |= set(row)
+    return uses
+
+
+def owners():
+    """Source -> the targets that it is compiled into, or is a header of."""
+    found = {}
+    for target in TARGETS:
+        for source in target.sources:
+            found.setdefault(source, set()).add(target.name)
+    return found
+
+
+def test_declarations_of_targets_are_read():
+    text = """
+    set(shared A.h A.cpp)
+    varnel_library(one PLATFORM SOURCES ${shared} B.h  # DEPENDS nothing
+      DEPENDS two GTest::gtest)
+    if(BUILD_TESTING)
+      varnel_unit_tests(one_test SOURCES A_test.cpp DEPENDS one -Wl,--wrap=read)
+    endif()
+    """
+    assert build_targets.targets_of(text, "p") == [
+        ("varnel_library", "one", ["p/A.h", "p/A.cpp", "p/B.h"], ["two"]),
+        ("varnel_unit_tests", "one_test", ["p/A_test.cpp"], ["one"]),
+    ]
+
+
+def test_every_source_belongs_to_a_target():
+    assert set(product()) - set(owners()) == set()
     with_code = {
         path.relative_to(ROOT).parts[0]
         for pattern in ("*.cpp", "*.h", "*.c")
         for path in ROOT.rglob(pattern)
     }
-    assert with_code <= known
+    assert with_code <= {*FOLDERS, "cmake", "docs", "examples", "schema", "scripts", "tests", "build"}
 
 
-@pytest.mark.parametrize("of", sorted(ALLOWED))
-def test_a_layer_includes_nothing_beside_or_above_it(of):
-    wrong = [
-        f"{name} includes {included}"
-        for name, text in product().items()
-        if layer(name) == of
-        for included in PROJECT_INCLUDE.findall(text)
-        if layer(included) != of and layer(included) not in ALLOWED[of]
-    ]
+def test_unit_tests_link_what_they_test_and_do_not_compile_it():
+    compiled = {
+        (target.name, source)
+        for target in UNIT_TESTS
+        for source in target.sources
+        if not source.endswith("_test.cpp")
+    }
+    # It replaces operator new and the client library, and asks of normalizeDn alone how it uses them.
+    assert compiled <= {("actors_dn_calls_test", "actors/normalizeDn.cpp")}
+
+
+@pytest.mark.parametrize("target", TARGETS, ids=lambda target: target.name)
+def test_depends_names_exactly_what_the_sources_include(target):
+    of_header, used, wrong = owners(), set(), []
+    for source in target.sources:
+        for included in PROJECT_INCLUDE.findall((ROOT / source).read_text()):
+            providers = of_header.get(included, set())
+            if target.name not in providers:
+                if not providers & set(target.depends):
+                    wrong.append(f"{source} includes {included}: DEPENDS has none of {providers}")
+                used |= providers
+    wrong += [f"nothing includes a header of {name}" for name in target.depends if name not in used]
     assert wrong == []
+
+
+def layers():
+    """The targets of the product."""
+    return [
+        target
+        for target in TARGETS
+        if target.name not in TARGETS_BESIDE
+        and not any(source.split("/")[0] in FOLDERS_BESIDE for source in target.sources)
+    ]
+
+
+def test_the_tables_of_layers_know_every_target_of_the_product():
+    assert {target.name for target in layers()} == set(allowed())
+    for target in layers():
+        of_platform = all(source.startswith("platform/") for source in target.sources)
+        assert (target.name in PLATFORM) == of_platform, target.name
+
+
+@pytest.mark.parametrize("target", layers(), ids=lambda target: target.name)
+def test_a_layer_uses_nothing_beside_or_above_it(target):
+    assert set(target.depends) <= allowed().get(target.name, set())
+
+
+# --- Includes -------------------------------------------------------------------------------------
 
 
 def test_every_project_include_is_written_with_its_folder():

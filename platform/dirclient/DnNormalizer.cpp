@@ -5,6 +5,7 @@
 #include "platform/dirclient/DnParser.h"
 #include "platform/dirclient/NormalFormScan.h"
 #include "platform/dirclient/normalizeValue.h"
+#include "platform/text/ascii.h"
 
 namespace dirclient {
 namespace {
@@ -18,7 +19,7 @@ void appendType(std::string_view type, const schema::AttributeType* attribute,
     return;
   }
   for (const char c : type) {
-    text += toAsciiUpper(c);
+    text += text::toAsciiUpper(c);
   }
 }
 
@@ -27,7 +28,7 @@ void appendValue(const WrittenAva& ava, const schema::AttributeType* attribute,
   if (ava.form == WrittenAva::Form::ber) {
     text += '#';
     for (const char c : ava.value) {
-      text += toAsciiUpper(c);
+      text += text::toAsciiUpper(c);
     }
     return;
   }
@@ -85,7 +86,7 @@ void DnNormalizer::writeUpperCase(std::string_view dn) {
     char* const text = writtenBuffer_.data();
     char* const end = text + (ava.ignoresCase ? ava.end : ava.equals);
     for (char* c = text + ava.begin; c != end; ++c) {
-      *c = toAsciiUpper(*c);
+      *c = text::toAsciiUpper(*c);
     }
   }
   written_ = writtenBuffer_;

@@ -1,28 +1,27 @@
 #include "platform/dirclient/DnParser.h"
 
-#include "platform/dirclient/ascii.h"
+#include "platform/text/attributeType.h"
+#include "platform/text/hexadecimal.h"
 
 namespace dirclient {
 namespace {
-
-bool isTypeCharacter(char c) {
-  return isAsciiLetter(c) || isAsciiDigit(c) || c == '-' || c == '_' || c == '.';
-}
 
 bool isSeparator(char c) {
   return c == ',' || c == ';' || c == '+';
 }
 
 bool isHexPair(std::string_view text, std::string_view::size_type at) {
-  return at + 1 < text.size() && hexDigitValue(text[at]) >= 0 && hexDigitValue(text[at + 1]) >= 0;
+  return at + 1 < text.size() && text::hexDigitValue(text[at]) >= 0 &&
+         text::hexDigitValue(text[at + 1]) >= 0;
 }
 
 /// The type without its "oid." prefixes. All go, so that the normal form of a normal form is
 /// itself.
 std::string_view withoutOidPrefix(std::string_view type) {
   const auto hasPrefix = [&] {
-    return type.size() >= 4 && toAsciiUpper(type[0]) == 'O' && toAsciiUpper(type[1]) == 'I' &&
-           toAsciiUpper(type[2]) == 'D' && type[3] == '.';
+    return type.size() >= 4 && text::toAsciiUpper(type[0]) == 'O' &&
+           text::toAsciiUpper(type[1]) == 'I' && text::toAsciiUpper(type[2]) == 'D' &&
+           type[3] == '.';
   };
   while (hasPrefix()) {
     type.remove_prefix(4);
@@ -36,7 +35,7 @@ bool isBerValue(std::string_view value) {
     return false;
   }
   for (const char c : value.substr(1)) {
-    if (hexDigitValue(c) < 0) {
+    if (text::hexDigitValue(c) < 0) {
       return false;
     }
   }
@@ -50,7 +49,8 @@ void appendUnescaped(std::string_view value, std::pmr::string& bytes) {
     if (value[i] != '\\') {
       bytes += value[i];
     } else if (isHexPair(value, i + 1)) {
-      bytes += static_cast<char>(hexDigitValue(value[i + 1]) * 16 + hexDigitValue(value[i + 2]));
+      bytes += static_cast<char>(text::hexDigitValue(value[i + 1]) * 16 +
+                                 text::hexDigitValue(value[i + 2]));
       i += 2;
     } else {
       ++i;
@@ -77,7 +77,7 @@ void DnParser::skipBlanks() {
 bool DnParser::readType(WrittenAva& ava) {
   skipBlanks();
   const auto begin = at_;
-  while (!atEnd() && isTypeCharacter(dn_[at_])) {
+  while (!atEnd() && text::isAttributeTypeCharacter(dn_[at_])) {
     ++at_;
   }
   ava.type = withoutOidPrefix(dn_.substr(begin, at_ - begin));

@@ -9,8 +9,9 @@
 #include <string_view>
 
 #include "platform/dirclient/DnNormalizer.h"
-#include "platform/dirclient/ascii.h"
 #include "platform/schema/Schema.h"
+#include "platform/text/ascii.h"
+#include "platform/text/attributeType.h"
 
 namespace dirclient {
 
@@ -75,9 +76,8 @@ class NormalFormScan {
     Classes classes{};
     for (std::size_t c = 0; c < classes.size(); ++c) {
       const char character = static_cast<char>(c);
-      const bool type = isAsciiUpper(character) || isAsciiDigit(character) || character == '-' ||
-                        character == '_' || character == '.';
-      classes[c] = type ? plain : lowerCase && isAsciiLower(character) ? lower : other;
+      const bool type = text::isAttributeTypeCharacter(character) && !text::isAsciiLower(character);
+      classes[c] = type ? plain : lowerCase && text::isAsciiLower(character) ? lower : other;
     }
     return classes;
   }
@@ -86,7 +86,7 @@ class NormalFormScan {
     Classes classes{};
     classes.fill(other);
     for (char c = 0x20; c < 0x7F; ++c) {
-      classes[static_cast<unsigned char>(c)] = isAsciiLower(c) ? lowerCaseLetter : plain;
+      classes[static_cast<unsigned char>(c)] = text::isAsciiLower(c) ? lowerCaseLetter : plain;
     }
     for (const char c : std::string_view("\"<>;")) {
       classes[static_cast<unsigned char>(c)] = other;
@@ -135,7 +135,7 @@ class NormalFormScan {
       return false;
     }
     for (std::size_t i = 0; i < text.size(); ++i) {
-      if (toAsciiUpper(text[i]) != upperCase[i]) {
+      if (text::toAsciiUpper(text[i]) != upperCase[i]) {
         return false;
       }
     }

@@ -4,7 +4,8 @@
 #include <chrono>
 #include <cstdio>
 
-#include "platform/dirclient/ascii.h"
+#include "platform/text/ascii.h"
+#include "platform/text/number.h"
 
 namespace dirclient {
 namespace {
@@ -21,17 +22,14 @@ class TimeReader {
     if (!startsWithDigits(digits)) {
       return false;
     }
-    number = 0;
-    for (const char c : rest_.substr(0, digits)) {
-      number = number * 10 + (c - '0');
-    }
+    number = text::decimal(rest_.data(), digits, greatest);
     rest_.remove_prefix(digits);
-    return number >= least && number <= greatest;
+    return number >= least;
   }
 
   bool startsWithDigits(std::size_t digits) const {
     for (std::size_t i = 0; i < digits; ++i) {
-      if (i >= rest_.size() || !isAsciiDigit(rest_[i])) {
+      if (i >= rest_.size() || !text::isAsciiDigit(rest_[i])) {
         return false;
       }
     }
@@ -49,7 +47,7 @@ class TimeReader {
 
   std::string_view takeDigits() {
     std::size_t count = 0;
-    while (count < rest_.size() && isAsciiDigit(rest_[count])) {
+    while (count < rest_.size() && text::isAsciiDigit(rest_[count])) {
       ++count;
     }
     const std::string_view digits = rest_.substr(0, count);

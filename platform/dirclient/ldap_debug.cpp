@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <string>
 
-#include "platform/dirclient/ascii.h"
 #include "platform/dirclient/dirclient.h"
+#include "platform/text/escape.h"
 #include "platform/trace/trace.h"
 
 namespace {
@@ -36,15 +36,7 @@ bool debugging(DebugBit bit) {
 
 void debugLine(const char* what, std::string_view text) {
   std::string line = std::string("dirclient: ") + what + ": ";
-  for (const char c : text) {
-    if (isAsciiControl(c)) {
-      line += '\\';
-      line += upperHexDigit(static_cast<unsigned char>(c) >> 4U);
-      line += upperHexDigit(static_cast<unsigned char>(c) & 0xFU);
-    } else {
-      line += c;
-    }
-  }
+  text::appendOnOneLine(text, line);
   line += '\n';
   std::fwrite(line.data(), 1, line.size(), stderr);
 }

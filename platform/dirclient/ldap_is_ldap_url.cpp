@@ -3,32 +3,23 @@
 //   scheme "://" [host [":" port]] ["/" dn ["?" [attributes] ["?" [scope] ["?" [filter]
 //   ["?" extensions]]]]]
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 
 #include "platform/dirclient/DnNormalizer.h"
-#include "platform/dirclient/ascii.h"
 #include "platform/dirclient/dirclient.h"
+#include "platform/text/ascii.h"
+#include "platform/text/equalIgnoringCase.h"
+#include "platform/text/hexadecimal.h"
+#include "platform/text/number.h"
 
 namespace {
 
-using dirclient::hexDigitValue;
-using dirclient::isAsciiDigit;
-using dirclient::isAsciiLetter;
+using text::equalIgnoringCase;
+using text::isHexDigit;
 
-constexpr unsigned long maximalPort = 65535;
-
-bool equalsIgnoringCase(std::string_view text, std::string_view lowerCase) {
-  if (text.size() != lowerCase.size()) {
-    return false;
-  }
-  for (std::string_view::size_type i = 0; i < text.size(); ++i) {
-    if (dirclient::toAsciiUpper(text[i]) != dirclient::toAsciiUpper(lowerCase[i])) {
-      return false;
-    }
-  }
-  return true;
-}
+constexpr int maximalPort = 65535;
 
 bool isOneOf(char c, std::string_view set) {
   return set.find(c) != std::string_view::npos;
@@ -36,7 +27,7 @@ bool isOneOf(char c, std::string_view set) {
 
 /// RFC 3986, section 2.3.
 bool isUnreserved(char c) {
-  return isAsciiLetter(c) || isAsciiDigit(c) || isOneOf(c, "-._~");
+  return text::isAsciiLetter(c) || text::isAsciiDigit(c) || isOneOf(c, "-._~");
 }
 
 /// Whether `text` is made of unreserved characters, those in `more`, and percent-encoded bytes
@@ -44,8 +35,7 @@ bool isUnreserved(char c) {
 bool isEncoded(std::string_view text, std::string_view more) {
   for (std::string_view::size_type i = 0; i < text.size(); ++i) {
     if (text[i] == '%') {
-      if (i + 2 >= text.size() || hexDigitValue(text[i + 1]) < 0 ||
-          hexDigitValue(text[i + 2]) < 0) {
+      if (i + 2 >= text.size() || !isHexDigit(text[i + 1]) || !isHexDigit(text[i + 2])) {
         return false;
       }
       i += 2;
@@ -60,7 +50,7 @@ std::string decoded(std::string_view text) {
   std::string bytes;
   for (std::string_view::size_type i = 0; i < text.size(); ++i) {
     if (text[i] == '%') {
-      bytes += static_cast<char>(hexDigitValue(text[i + 1]) * 16 + hexDigitValue(text[i + 2]));
+      bytes += text::byteOfHexPair(text[i + 1], text[i + 2]);
       i += 2;
     } else {
       bytes += text[i];
@@ -82,22 +72,12 @@ bool take(std::string_view& rest, char delimiter, std::string_view& part) {
 }
 
 bool isScheme(std::string_view scheme) {
-  return equalsIgnoringCase(scheme, "ldap") || equalsIgnoringCase(scheme, "ldaps") ||
-         equalsIgnoringCase(scheme, "ldapi");
+  return equalIgnoringCase(scheme, "ldap") || equalIgnoringCase(scheme, "ldaps") ||
+         equalIgnoringCase(scheme, "ldapi");
 }
 
 bool isPort(std::string_view port) {
-  unsigned long value = 0;
-  for (const char c : port) {
-    if (!isAsciiDigit(c)) {
-      return false;
-    }
-    value = value * 10 + static_cast<unsigned long>(c - '0');
-    if (value > maximalPort) {
-      return false;
-    }
-  }
-  return value >= 1;
+  return text::decimal(port.data(), port.size(), maximalPort) >= 1;
 }
 
 /// Four numbers of one to three digits, up to 255 each.
@@ -106,17 +86,7 @@ bool isIpv4(std::string_view text) {
   for (bool more = true; more; ++numbers) {
     std::string_view number;
     more = take(text, '.', number);
-    int value = 0;
-    if (number.empty() || number.size() > 3) {
-      return false;
-    }
-    for (const char c : number) {
-      if (!isAsciiDigit(c)) {
-        return false;
-      }
-      value = value * 10 + (c - '0');
-    }
-    if (value > 255) {
+    if (number.size() > 3 || text::decimal(number.data(), number.size(), 255) < 0) {
       return false;
     }
   }
@@ -124,15 +94,7 @@ bool isIpv4(std::string_view text) {
 }
 
 bool isHexGroup(std::string_view group) {
-  if (group.empty() || group.size() > 4) {
-    return false;
-  }
-  for (const char c : group) {
-    if (hexDigitValue(c) < 0) {
-      return false;
-    }
-  }
-  return true;
+  return !group.empty() && group.size() <= 4 && std::all_of(group.begin(), group.end(), isHexDigit);
 }
 
 /// Counts the 16-bit groups of a colon-separated list, an IPv4 address at its end for two; -1 where
@@ -206,8 +168,8 @@ bool isList(std::string_view field, Test isElement) {
 }
 
 bool isScope(std::string_view field) {
-  return field.empty() || equalsIgnoringCase(field, "base") || equalsIgnoringCase(field, "one") ||
-         equalsIgnoringCase(field, "sub");
+  return field.empty() || equalIgnoringCase(field, "base") || equalIgnoringCase(field, "one") ||
+         equalIgnoringCase(field, "sub");
 }
 
 bool isFilter(std::string_view field) {

@@ -6,8 +6,9 @@
 
 #include "platform/dirclient/DnNormalizer.h"
 #include "platform/dirclient/appendNormalTime.h"
-#include "platform/dirclient/ascii.h"
 #include "platform/dirclient/string_prep.h"
+#include "platform/text/ascii.h"
+#include "platform/text/escape.h"
 
 namespace dirclient {
 namespace {
@@ -20,13 +21,6 @@ constexpr int maximalNesting = 3;
 
 bool needsBackslash(char c) {
   return c == '"' || c == '+' || c == ',' || c == ';' || c == '<' || c == '>' || c == '\\';
-}
-
-void appendHexEscape(char c, std::pmr::string& text) {
-  const auto byte = static_cast<unsigned char>(c);
-  text += '\\';
-  text += upperHexDigit(byte >> 4U);
-  text += upperHexDigit(byte & 0xFU);
 }
 
 /// Working memory of one value, given back when the value is done: a name may have any number of
@@ -52,7 +46,7 @@ bool prepare(std::string_view value, LetterCase letterCase, Insignificant insign
   }
   result = value;
   for (char& c : result) {
-    c = letterCase == LetterCase::upper ? toAsciiUpper(c) : c;
+    c = letterCase == LetterCase::upper ? text::toAsciiUpper(c) : c;
   }
   return false;
 }
@@ -196,8 +190,8 @@ void appendEscaped(std::string_view value, std::pmr::string& text) {
   for (std::string_view::size_type i = 0; i < value.size(); ++i) {
     const char c = value[i];
     const bool atAnEnd = i == 0 || i + 1 == value.size();
-    if (isAsciiControl(c) || (c == ' ' && atAnEnd)) {
-      appendHexEscape(c, text);
+    if (text::isAsciiControl(c) || (c == ' ' && atAnEnd)) {
+      text::appendHexEscape(c, text);
       continue;
     }
     if (needsBackslash(c) || (c == '#' && i == 0)) {

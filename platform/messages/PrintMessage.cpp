@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "platform/messages/catalog.h"
+#include "platform/text/escape.h"
 
 namespace {
 
@@ -18,20 +19,6 @@ std::string& errorFile() {
   return name;
 }
 
-void appendArgument(std::string& line, const char* argument) {
-  constexpr std::string_view digits = "0123456789ABCDEF";
-  for (const char c : std::string_view(argument)) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte < 0x20 || byte == 0x7F) {
-      line += '\\';
-      line += digits[byte >> 4U];
-      line += digits[byte & 0xFU];
-    } else {
-      line += c;
-    }
-  }
-}
-
 /// The text with its places filled; a place reads %N$s.
 void appendText(std::string& line, std::string_view text, const char* const* arguments, int count) {
   for (std::string_view::size_type i = 0; i < text.size(); ++i) {
@@ -41,7 +28,7 @@ void appendText(std::string& line, std::string_view text, const char* const* arg
     }
     const int place = text[i + 1] - '0';
     if (place >= 1 && place <= count && arguments[place - 1] != nullptr) {
-      appendArgument(line, arguments[place - 1]);
+      text::appendOnOneLine(arguments[place - 1], line);
     }
     i += 3;
   }
@@ -62,7 +49,7 @@ void printMessageWithArguments(int set, int number, const char* const* arguments
   } else {
     for (int i = 0; i < count; ++i) {
       line += ' ';
-      appendArgument(line, arguments[i] != nullptr ? arguments[i] : "");
+      text::appendOnOneLine(arguments[i] != nullptr ? arguments[i] : "", line);
     }
   }
   line += '\n';

@@ -10,7 +10,7 @@ namespace {
 std::optional<std::string> decoded(const std::string& text) {
   std::string inPlace = text;
   const auto length = text::decodeBase64InPlace(inPlace.data(), inPlace.size());
-  const std::optional<std::string> copied = text::base64Decoded(text);
+  std::optional<std::string> copied = text::base64Decoded(text);
   EXPECT_EQ(copied, length ? std::optional(inPlace.substr(0, *length)) : std::nullopt) << text;
   return copied;
 }

@@ -55,6 +55,7 @@ TEST(Decimal, UpToItsLimit) {
   EXPECT_EQ(decimalOf("65540", 65535), -1);
   EXPECT_EQ(decimalOf("2147483647", INT_MAX), INT_MAX);
   EXPECT_EQ(decimalOf("2147483648", INT_MAX), -1);
+  EXPECT_EQ(decimalOf("9999999999", INT_MAX), -1);
   EXPECT_EQ(decimalOf("99999999999999999999", INT_MAX), -1);
 }
 
