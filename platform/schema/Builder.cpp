@@ -23,13 +23,13 @@ bool sameNames(const std::vector<std::string>& a, const std::vector<std::string>
   return true;
 }
 
-/// The rule as far as it is known without the supertypes; a type without one inherits nothing.
+/// The rule where the definition alone decides on it; nothing where a supertype does.
 std::optional<EqualityRule> ownEquality(const AttributeDefinition& definition) {
   const bool inherits = !definition.equality && !definition.supertype.empty();
   return inherits ? std::nullopt : std::optional(definition.equality.value_or(EqualityRule::none));
 }
 
-/// Whether normal forms are the same under both definitions of one OID.
+/// Whether both definitions of one OID lead to the same normal forms of DNs.
 bool agree(const AttributeDefinition& a, const AttributeDefinition& b) {
   return sameNames(a.names, b.names) && text::equalIgnoringCase(a.supertype, b.supertype) &&
          ownEquality(a) == ownEquality(b);
@@ -43,8 +43,9 @@ std::string labelOf(const AttributeDefinition& definition) {
   return shown(definition.names.empty() ? definition.oid : definition.names.front());
 }
 
-/// The name that normal forms use: the first. Only cn is always CN, wherever that name stands: the
-/// system's own entries are found by it.
+/// The name that normal forms use: the first one. Only an attribute type with the name `cn` is
+/// always CN, even where another name stands first: the entries below cn=localhost are recognised
+/// by it.
 std::string canonicalType(const AttributeType& type) {
   const bool isCn = std::any_of(type.names.begin(), type.names.end(), [](const auto& name) {
     return text::equalIgnoringCase(name, "cn");

@@ -19,7 +19,7 @@ struct Token {
   std::size_t offset;
 };
 
-/// The tokens of a description. One of them is looked at ahead.
+/// Splits a description into tokens. current() is the next token, which take() takes.
 class Tokenizer {
  public:
   explicit Tokenizer(std::string_view text) : text_(text) { current_ = read(); }
@@ -149,7 +149,7 @@ void qdstrings(Tokenizer& tokens) {
   tokens.take();
 }
 
-/// `macro:1.2`, or `macro` alone, which reads as a name.
+/// A number that begins with a macro, `macro:1.2`. A macro alone has the form of a name (isDescr).
 bool isMacroOid(std::string_view text) {
   const std::size_t colon = text.find(':');
   if (colon == std::string_view::npos || !isDescr(text.substr(0, colon))) {
@@ -274,7 +274,8 @@ std::vector<std::string_view> fieldValues(Tokenizer& tokens, ValueForm form) {
   return {};
 }
 
-/// xstring = "X" HYPHEN 1*( ALPHA / HYPHEN / USCORE ); digits are seen, too.
+/// xstring = "X" HYPHEN 1*( ALPHA / HYPHEN / USCORE ). What follows the hyphen is not looked at:
+/// real files have digits in it.
 bool isExtension(std::string_view keyword) {
   return keyword.size() > 2 && text::toAsciiUpper(keyword[0]) == 'X' && keyword[1] == '-';
 }

@@ -16,8 +16,8 @@ bool isBlankLine(std::string_view line) {
   return std::all_of(line.begin(), line.end(), [](char c) { return text::isAsciiWhiteSpace(c); });
 }
 
-/// How many lines look like each form: LDIF has `type:` in the first column, directives have one of
-/// their keywords there.
+/// Counts the lines that look like each form: in LDIF a line begins with `type:`, in the other form
+/// with the keyword of a directive.
 struct Votes {
   std::size_t ldif = 0;
   std::size_t directives = 0;

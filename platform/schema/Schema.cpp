@@ -7,7 +7,7 @@ namespace schema {
 Schema::Schema(Definitions definitions)
     : attributeTypes_(std::move(definitions.attributeTypes)),
       otherNames_(std::move(definitions.otherNames)) {
-  // Half of the buckets stay empty, so that most look-ups compare one name or none.
+  // Twice as many buckets as names, so that most look-ups compare one name or none.
   byName_.max_load_factor(0.5F);
   for (const AttributeType& type : attributeTypes_) {
     addKey(type.oid, type);

@@ -10,9 +10,9 @@
 
 namespace schema {
 
-/// How two values of an attribute compare for equality (RFC 4517, section 4.2), as far as DN
-/// normalisation tells rules apart. `none`: no EQUALITY rule in the chain of supertypes, or one
-/// that is not listed here.
+/// How two values of an attribute compare for equality (RFC 4517, section 4.2); the rules that DN
+/// normalisation treats in ways of their own. `none`: neither the attribute type nor any of its
+/// supertypes has an EQUALITY rule, or the rule is not listed here.
 enum class EqualityRule {
   none,
   caseIgnore,
@@ -31,9 +31,9 @@ enum class EqualityRule {
   bitString,
 };
 
-/// An attribute type (RFC 4512, section 4.1.2) after inheritance through SUP.
+/// An attribute type (RFC 4512, section 4.1.2), with what it inherits from its supertypes (SUP).
 struct AttributeType {
-  std::string oid;                 ///< dotted number, macros resolved
+  std::string oid;                 ///< dotted number, without macros
   std::vector<std::string> names;  ///< as written, first name first; may be empty
   std::string canonicalType;       ///< first name in upper case, or the OID where there is no name
   EqualityRule equality = EqualityRule::none;

@@ -74,14 +74,15 @@ void FileParser::report(Problem::Kind kind, std::size_t line, const std::string&
   builder_.report({kind, fileName_, line, reason});
 }
 
-/// Only the first is reported by its line: a file of another kind may have millions.
+/// Only the first is reported by its line: a file that is no schema file may have millions.
 void FileParser::strayLine(const std::string& reason) {
   if (++strayLines_ == 1) {
     report(Problem::Kind::strayLine, line_.firstLine, reason);
   }
 }
 
-/// `type: value`, where options of the type are passed over. A lone `-` ends a modification.
+/// `type: value`; options behind the type (`type;option: value`) do not matter. A line `-` is no
+/// fault: change records in LDIF have it between two changes.
 void FileParser::ldifLine() {
   const std::size_t colon = line_.text.find(':');
   if (colon == std::string_view::npos) {
@@ -107,7 +108,7 @@ void FileParser::ldifLine() {
   }
 }
 
-/// What follows the first colon: ` text`, `: base64` or `< URL`.
+/// `value` is what follows the first colon: ` text`, `: base64` or `< URL`.
 void FileParser::ldifValue(const DefinitionKind& kind, std::string_view value) {
   if (value.starts_with('<')) {
     report(Problem::Kind::badDefinition, line_.firstLine, "a URL stands in place of it");

@@ -15,7 +15,7 @@ std::string readSchemaFile(const std::string& file, std::string& text) {
   if (stat(file.c_str(), &status) != 0) {
     return text::lastError();
   }
-  // Opening a pipe would wait for its other end, and a device need not have an end.
+  // To open a pipe would be to wait until somebody writes to it, and a device may have no end.
   if (!S_ISREG(status.st_mode)) {
     return S_ISDIR(status.st_mode) ? "it is a directory" : "it is not a regular file";
   }
