@@ -1,7 +1,5 @@
 #include "actors/CryptoActor.h"
 
-#include <memory>
-
 #include "platform/trace/trace.h"
 
 const char* const cryptoDN = "CN=LOCALHOST";
@@ -13,12 +11,20 @@ CryptoActor::CryptoActor(const std::string& base, const std::vector<std::string>
 }
 
 std::vector<std::string>* CryptoActor::doGetOutputFilename(const std::string& dn) {
+  traceEntry(dn);
+  return new std::vector<std::string>(outputFiles);
+}
+
+FileNames CryptoActor::outputFilesOf(const dirclient::NormalDn& dn) {
+  traceEntry(dn.text());
+  return allOutputFiles();
+}
+
+void CryptoActor::traceEntry(const std::string& dn) const {
   TRACE(traceProgress, "CryptoActor received entry:  dn =%s=\n", dn.c_str());
-  std::unique_ptr<std::vector<std::string>> files(new std::vector<std::string>(outputFiles));
-  for (const std::string& name : *files) {
+  for (const std::string& name : outputFiles) {
     TRACE(traceProgress, "CryptoFilename:  %s\n", name.c_str());
   }
-  return files.release();
 }
 
 void CryptoActor::receiveEntry(const LdifEntry& /*entry*/) {}

@@ -19,6 +19,8 @@ class CryptoActor : public LdifActor {
  private:
   /// All files, whatever the DN.
   std::vector<std::string>* doGetOutputFilename(const std::string& dn) override;
+  FileNames outputFilesOf(const dirclient::NormalDn& dn) override;
+  void traceEntry(const std::string& dn) const;
 
   /// Does nothing: the routing does not depend on the input.
   void receiveEntry(const LdifEntry& entry) override;

@@ -1,9 +1,10 @@
 #include "actors/HashActor.h"
 
 #include <cassert>
-#include <memory>
+#include <cstring>
 
 #include "actors/AncestorWalk.h"
+#include "actors/normalizeDn.h"
 #include "platform/dirclient/dirclient.h"
 #include "platform/trace/trace.h"
 
@@ -13,40 +14,53 @@ HashActor::HashActor(const std::string& base, const std::vector<ServerPairs>& se
     assert(!server.empty());
     outputFiles.push_back(server.back().second);
   }
+  fileOfServer_.push_back(&noFile_);
+  for (const std::string& name : outputFiles) {
+    fileOfServer_.push_back(&name);
+  }
 }
 
 std::vector<std::string>* HashActor::doGetOutputFilename(const std::string& dn) {
-  std::unique_ptr<std::vector<std::string>> files(new std::vector<std::string>);
-  if (isInside(dn)) {
-    const int server =
-        get_hash_value_from_dn(dn.c_str(), baseDn.c_str(), static_cast<int>(outputFiles.size()));
-    files->push_back(outputFiles[static_cast<std::size_t>(server) - 1]);
-  } else {
-    TRACE(traceProgress, "Warning:  HashActor handling DN outside of its subtree\n");
-    files->emplace_back();
-  }
-  return files.release();
+  dirclient::NormalDn entry;
+  entry.normalize(dn.c_str(), std::strlen(dn.c_str()), schemaInitialized);
+  dirclient::NormalDn base;
+  base.normalize(baseDn.c_str(), std::strlen(baseDn.c_str()), schemaInitialized);
+  return new std::vector<std::string>(
+      1, *fileOfServer_[static_cast<std::size_t>(serverNumber(entry, base))]);
+}
+
+FileNames HashActor::outputFilesOf(const dirclient::NormalDn& dn) {
+  return FileNames(&fileOfServer_[static_cast<std::size_t>(serverNumber(dn, normalBaseDn()))], 1);
 }
 
 /// A child of the base DN in any spelling of the base DN; deeper down, the base DN has to be met on
 /// the way up exactly as it is stored.
-bool HashActor::isInside(const std::string& dn) const {
-  LdifEntry entry;
-  entry.setNormalName(dn);
-  if (entry.hasParent(baseEntry())) {
-    return true;
-  }
-  if (!entry.hasAncestor(baseEntry())) {
+bool HashActor::isInside(const dirclient::NormalDn& dn, const dirclient::NormalDn& base) const {
+  AncestorWalk walk(dn);
+  if (!walk.up()) {
     return false;
   }
-  AncestorWalk ancestor(entry);
-  ancestor.up();
-  while (ancestor.up()) {
-    if (ancestor.isAt(baseDn)) {
+  if (walk.isAt(base.text())) {
+    return true;
+  }
+  while (walk.up()) {
+    if (walk.isAt(baseDn)) {
       return true;
     }
   }
   return false;
+}
+
+int HashActor::serverNumber(const dirclient::NormalDn& dn, const dirclient::NormalDn& base) const {
+  if (!isInside(dn, base)) {
+    TRACE(traceProgress, "Warning:  HashActor handling DN outside of its subtree\n");
+    return 0;
+  }
+  const int servers = static_cast<int>(outputFiles.size());
+  // The hash is that of the base DN as stored. The configuration stores a normal form.
+  return base.text() == baseDn
+             ? dirclient::serverOf(dn, base, servers)
+             : get_hash_value_from_dn(dn.text().c_str(), baseDn.c_str(), servers);
 }
 
 void HashActor::receiveEntry(const LdifEntry& /*entry*/) {}

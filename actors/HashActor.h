@@ -18,13 +18,20 @@ class HashActor : public LdifActor {
  private:
   /// One file. For a DN that is not below the base DN its name is empty.
   std::vector<std::string>* doGetOutputFilename(const std::string& dn) override;
+  FileNames outputFilesOf(const dirclient::NormalDn& dn) override;
 
   /// Does nothing: the hash needs no look at the input.
   void receiveEntry(const LdifEntry& entry) override;
 
-  bool isInside(const std::string& dn) const;
+  bool isInside(const dirclient::NormalDn& dn, const dirclient::NormalDn& base) const;
+
+  /// The number of the server that holds `dn`, from 1; 0 where it is not below `base`, which is the
+  /// base DN in normal form.
+  int serverNumber(const dirclient::NormalDn& dn, const dirclient::NormalDn& base) const;
 
   std::set<std::string> nameSet;
+  const std::string noFile_;  // the name of the file of a DN that is not below the base DN
+  std::vector<const std::string*> fileOfServer_;  // by server number
 };
 
 #endif

@@ -1,8 +1,10 @@
 #include "actors/LdifActor.h"
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 
+#include "actors/AncestorWalk.h"
 #include "actors/normalizeDn.h"
 #include "common/AutoClose.h"
 #include "common/AutoDelete.h"
@@ -17,28 +19,48 @@ bool endsRecord(const char* line) {
 }  // namespace
 
 LdifActor::LdifActor(const std::string& base, const std::vector<ServerPairs>& servers)
-    : serverLists(servers), baseDn(base) {}
+    : serverLists(servers), baseDn(base) {
+  normalBaseDn_.normalize(base.c_str(), std::strlen(base.c_str()), schemaInitialized);
+  AncestorWalk walk(normalBaseDn_);
+  do {
+    atOrAboveBaseDn_.emplace_back(walk.data(), walk.size());
+  } while (walk.up());
+}
 
 std::vector<std::string>* LdifActor::getOutputFilename(const std::string& dn) {
   LdifEntry entry;
   entry.setName(dn);
-  return getOutputFilename(entry);
-}
-
-std::vector<std::string>* LdifActor::getOutputFilename(LdifEntry& entry) {
-  const LdifEntry& base = baseEntry();
+  LdifEntry base;
+  base.setName(baseDn);
   if (entry.getName() == base.getName() || base.hasAncestor(entry)) {
     return new std::vector<std::string>(outputFiles);
   }
   return doGetOutputFilename(entry.getName());
 }
 
-LdifEntry& LdifActor::baseEntry() const {
-  if (baseEntry_.getName().empty() || baseEntryIsBySchema_ != schemaInitialized) {
-    baseEntry_.setName(baseDn);
-    baseEntryIsBySchema_ = schemaInitialized;
+FileNames LdifActor::getOutputFilename(const dirclient::NormalDn& dn) {
+  const bool atOrAbove = std::find(atOrAboveBaseDn_.begin(), atOrAboveBaseDn_.end(), dn.text()) !=
+                         atOrAboveBaseDn_.end();
+  return atOrAbove ? allOutputFiles() : outputFilesOf(dn);
+}
+
+FileNames LdifActor::allOutputFiles() {
+  if (allOutputFiles_.size() != outputFiles.size()) {
+    allOutputFiles_.clear();
+    for (const std::string& name : outputFiles) {
+      allOutputFiles_.push_back(&name);
+    }
   }
-  return baseEntry_;
+  return FileNames(allOutputFiles_.data(), allOutputFiles_.size());
+}
+
+FileNames LdifActor::outputFilesOf(const dirclient::NormalDn& dn) {
+  const std::unique_ptr<std::vector<std::string>> names(doGetOutputFilename(dn.text()));
+  listed_.clear();
+  for (const std::string& name : *names) {
+    listed_.push_back(&*listedNames_.insert(name).first);
+  }
+  return FileNames(listed_.data(), listed_.size());
 }
 
 #pragma GCC diagnostic push

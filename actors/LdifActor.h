@@ -2,18 +2,46 @@
 #ifndef ACTORS_LDIFACTOR_H
 #define ACTORS_LDIFACTOR_H
 
+#include <cstddef>
 #include <cstdio>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "actors/LdifEntry.h"
 #include "actors/LdifIterateException.h"
+#include "platform/dirclient/NormalDn.h"
 
 /// One server of a base DN: its (key, value) pairs in configuration order, the output file last.
 using ServerPairs = std::vector<std::pair<std::string, std::string>>;
 
+/// File names that stand somewhere else, in the order of their list. Each name lives, unchanged and at
+/// its place, as long as the actor that listed it.
+class FileNames {
+ public:
+  FileNames(const std::string* const* first, std::size_t count) : first_(first), count_(count) {}
+
+  const std::string* const* begin() const { return first_; }
+  const std::string* const* end() const { return first_ + count_; }
+  std::size_t size() const { return count_; }
+
+ private:
+  const std::string* const* first_;
+  std::size_t count_;
+};
+
 class LdifActor {
+ private:
+  // The virtual functions stand in this order: these two, the destructor, outputFilesOf.
+
+  /// Routes a normalised DN that is neither the base DN nor above it; it may be elsewhere than
+  /// below it. The new list is the caller's to delete.
+  virtual std::vector<std::string>* doGetOutputFilename(const std::string& dn) = 0;
+
+  /// Takes one entry of the input pass.
+  virtual void receiveEntry(const LdifEntry& entry) = 0;
+
  public:
   virtual ~LdifActor() = default;
   LdifActor(const LdifActor&) = delete;
@@ -23,7 +51,11 @@ class LdifActor {
   /// pointer. The base DN itself and the DNs above it go to all files of the actor, in server
   /// order; for any other DN the kind of actor decides.
   std::vector<std::string>* getOutputFilename(const std::string& dn);
-  std::vector<std::string>* getOutputFilename(LdifEntry& entry);
+
+  /// The same for the split, which asks for each of millions of entries: the DN comes in normal
+  /// form, and the names are not copied. The list is valid until the next call. The base DN counts
+  /// in the form that it got when the actor was made.
+  FileNames getOutputFilename(const dirclient::NormalDn& dn);
 
 // C++14 deprecates dynamic exception lists; here they are wanted: any other exception ends the
 // program.
@@ -52,9 +84,6 @@ class LdifActor {
  protected:
   LdifActor(const std::string& base, const std::vector<ServerPairs>& servers);
 
-  /// The base DN as an entry, normalised by the schema in use now.
-  LdifEntry& baseEntry() const;
-
   bool activated = false;       // ldifIterate was called
   bool needsInputPass = false;  // ldifIterate is to read the input; no actor asks for it yet
   bool spareFlag = false;
@@ -62,16 +91,22 @@ class LdifActor {
   std::string baseDn;
   std::vector<std::string> outputFiles;  // in server order
 
+  /// The base DN in normal form, by the schema in use when the actor was made.
+  const dirclient::NormalDn& normalBaseDn() const { return normalBaseDn_; }
+
+  /// All of outputFiles. They must not change once this was called.
+  FileNames allOutputFiles();
+
  private:
-  /// Routes a normalised DN that is neither the base DN nor above it; it may be elsewhere than
-  /// below it. The new list is the caller's to delete.
-  virtual std::vector<std::string>* doGetOutputFilename(const std::string& dn) = 0;
+  /// What doGetOutputFilename says, without copies. An actor that has no quicker way leaves it to
+  /// this one, which calls that function.
+  virtual FileNames outputFilesOf(const dirclient::NormalDn& dn);
 
-  /// Takes one entry of the input pass.
-  virtual void receiveEntry(const LdifEntry& entry) = 0;
-
-  mutable LdifEntry baseEntry_;
-  mutable bool baseEntryIsBySchema_ = false;
+  dirclient::NormalDn normalBaseDn_;
+  std::vector<std::string> atOrAboveBaseDn_;  // normalBaseDn_ and the way up from it
+  std::vector<const std::string*> allOutputFiles_;  // into outputFiles
+  std::set<std::string> listedNames_;        // every name that doGetOutputFilename ever listed
+  std::vector<const std::string*> listed_;   // its last list, of names in that set
 };
 
 /// Reads one line with fgets into `*buffer`, which has room for `*capacity` bytes and never grows.

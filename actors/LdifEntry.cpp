@@ -1,15 +1,16 @@
 #include "actors/LdifEntry.h"
 
+#include <cstring>
+
 #include "actors/AncestorWalk.h"
 #include "actors/normalizeDn.h"
 
 void LdifEntry::setName(const std::string& name) {
-  dn = name;
-  nLdifActor::normalizeDn(dn);
+  dn.normalize(name.c_str(), std::strlen(name.c_str()), schemaInitialized);
 }
 
 void LdifEntry::clear() {
-  dn.clear();
+  dn = dirclient::NormalDn();
   attributes.clear();
 }
 
@@ -27,8 +28,8 @@ bool LdifEntry::hasParent(const char* parentDn) const {
 }
 
 bool LdifEntry::hasParent(LdifEntry& other) const {
-  AncestorWalk walk(*this);
-  return walk.up() && walk.isAt(other.dn);
+  AncestorWalk walk(dn);
+  return walk.up() && walk.isAt(other.getName());
 }
 
 bool LdifEntry::hasAncestor(const char* ancestorDn) const {
@@ -38,9 +39,9 @@ bool LdifEntry::hasAncestor(const char* ancestorDn) const {
 }
 
 bool LdifEntry::hasAncestor(LdifEntry& other) const {
-  AncestorWalk walk(*this);
+  AncestorWalk walk(dn);
   while (walk.up()) {
-    if (walk.isAt(other.dn)) {
+    if (walk.isAt(other.getName())) {
       return true;
     }
   }

@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/dirclient/NormalDn.h"
+
 /// What getEntry() hands out; nothing fills it yet.
 struct RawEntry {
   std::int32_t word = 0;
@@ -22,16 +24,14 @@ class LdifEntry {
   LdifEntry(const LdifEntry&) = delete;
   LdifEntry& operator=(const LdifEntry&) = delete;
 
-  /// Names the entry; the DN is stored in normal form, empty where it is no usable DN.
+  /// Names the entry; the DN is stored in normal form, empty where it is no usable DN. It ends at its
+  /// first NUL.
   void setName(const std::string& name);
-
-  /// The same for a DN that is known to be in normal form.
-  void setNormalName(const std::string& name) { dn = name; }
 
   /// Takes the DN and the attributes away.
   void clear();
 
-  const std::string& getName() const { return dn; }
+  const std::string& getName() const { return dn.text(); }
   const std::vector<Attribute>& getAttributes() const { return attributes; }
   void addAttribute(const std::string& type, const std::string& value);
 
@@ -49,7 +49,7 @@ class LdifEntry {
   RawEntry* getEntry();
 
  private:
-  std::string dn;
+  dirclient::NormalDn dn;
   RawEntry rawEntry;
   std::vector<Attribute> attributes;  // the lines other than "dn", in input order
 };

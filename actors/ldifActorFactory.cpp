@@ -70,7 +70,8 @@ std::map<std::string, LdifActor*> ldifActorFactory(const VarnelConfig& config) {
     actors[baseDn] = makeConfiguredActor(config, baseDn);
   }
   TRACE(traceProgress, "Constructing list of filenames for CryptoActor\n");
-  actors[cryptoDN] = keep(new CryptoActor(cryptoDN, collectOutputFiles(actors)));
+  const std::vector<std::string> cryptoFiles = collectOutputFiles(actors);
+  actors[cryptoDN] = keep(new CryptoActor(cryptoDN, cryptoFiles));
   TRACE(traceProgress, "Finished with ldifActorFactory\n");
   return actors;
 }

@@ -3,7 +3,6 @@
 #include <memory>
 
 #include "platform/dirclient/dirclient.h"
-#include "platform/dirclient/isKnownNormalForm.h"
 
 bool schemaInitialized = false;
 
@@ -40,10 +39,7 @@ ParsedDn parse(const std::string& dn) {
 }  // namespace
 
 std::string& normalizeDn(std::string& dn) {
-  // Most DNs come here more than once, and in normal form from the second time on.
-  if (!dirclient::isKnownNormalForm(dn, schemaInitialized)) {
-    dn = parse(dn)->normalizedText;
-  }
+  dn = parse(dn)->normalizedText;
   return dn;
 }
 

@@ -12,14 +12,12 @@
 
 #include "actors/normalizeDn.h"
 #include "platform/dirclient/dirclient.h"
-#include "platform/dirclient/isKnownNormalForm.h"
 
 namespace {
 
 int debugLevel = 0;
 int recordsAlive = 0;
 bool failing = false;
-bool knowsNormalForms = false;
 std::vector<std::string> calls;
 
 char* copyOf(const char* text) {
@@ -86,14 +84,6 @@ void write_ldap_debug(int level) {
 
 }  // extern "C"
 
-namespace dirclient {
-
-bool isKnownNormalForm(const std::string& /*dn*/, bool /*withSchema*/) {
-  return knowsNormalForms;
-}
-
-}  // namespace dirclient
-
 namespace {
 
 using Calls = std::vector<std::string>;
@@ -109,7 +99,6 @@ class NormalizeDnCalls : public ::testing::Test {
     EXPECT_EQ(debugLevel, 15);
     schemaInitialized = false;
     failing = false;
-    knowsNormalForms = false;
   }
 };
 
@@ -148,13 +137,6 @@ TEST_F(NormalizeDnCalls, GetParentUsesTheSchemaTwice) {
 TEST_F(NormalizeDnCalls, GetParentReleasesTheRecordOfADnWithoutParent) {
   EXPECT_EQ(nLdifActor::getParent("a=b"), nullptr);
   EXPECT_EQ(calls, Calls({"light(a=b) at level 0"}));
-}
-
-TEST_F(NormalizeDnCalls, KnownNormalFormIsNotParsedAgain) {
-  knowsNormalForms = true;
-  std::string dn = "a=b";
-  EXPECT_EQ(nLdifActor::normalizeDn(dn), "a=b");
-  EXPECT_EQ(calls, Calls());
 }
 
 TEST_F(NormalizeDnCalls, LevelIsRestoredWhenTheLibraryThrows) {

@@ -5,6 +5,7 @@
 
 #include <cstring>
 
+#include "platform/dirclient/DnNormalizer.h"
 #include "platform/dirclient/dirclient.h"
 #include "platform/schema/ldcf_api_schema.h"
 
@@ -26,6 +27,18 @@ void normalizeLight(benchmark::State& state, const char* dn) {
     ldap_escDN* parsed = dn_normalize_light_esc(dn);
     benchmark::DoNotOptimize(parsed);
     free_ldap_escDN(&parsed);
+  }
+  countBytes(state, dn);
+}
+
+/// The normal form as text alone, without the record of its parts.
+void normalizeLightToText(benchmark::State& state, const char* dn) {
+  for (auto _ : state) {
+    if (!dirclient::isKnownNormal(dn, nullptr)) {
+      dirclient::DnNormalizer normalizer;
+      benchmark::DoNotOptimize(normalizer.normalize(dn));
+      benchmark::DoNotOptimize(normalizer.text());
+    }
   }
   countBytes(state, dn);
 }
@@ -58,6 +71,10 @@ BENCHMARK_CAPTURE(normalizeLight, normalForm, normalForm);
 BENCHMARK_CAPTURE(normalizeLight, lowerCase, lowerCase);
 BENCHMARK_CAPTURE(normalizeLight, blanks, spread);
 BENCHMARK_CAPTURE(normalizeLight, nonAscii, nonAscii);
+BENCHMARK_CAPTURE(normalizeLightToText, normalForm, normalForm);
+BENCHMARK_CAPTURE(normalizeLightToText, lowerCase, lowerCase);
+BENCHMARK_CAPTURE(normalizeLightToText, blanks, spread);
+BENCHMARK_CAPTURE(normalizeLightToText, nonAscii, nonAscii);
 BENCHMARK_CAPTURE(normalizeBySchema, normalForm, normalForm);
 BENCHMARK_CAPTURE(normalizeBySchema, lowerCase, lowerCase);
 BENCHMARK_CAPTURE(normalizeBySchema, blanks, spread);

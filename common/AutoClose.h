@@ -5,8 +5,9 @@
 #include <cstdio>
 #include <memory>
 
-/// Closes a stream. What fclose says is lost: for streams that are read, or that an exception
-/// already gave up.
+/// Closes a stream and ignores whether that worked. So it may hold a stream that is only read, or
+/// one whose failure is already reported. An output whose data counts is closed with fclose, which
+/// tells whether the last bytes were written.
 struct StreamCloser {
   void operator()(std::FILE* stream) const { std::fclose(stream); }
 };

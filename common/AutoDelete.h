@@ -6,8 +6,9 @@
 
 #include "common/AutoLock.h"
 
-/// Owns an array from new[]; it goes with delete[] when another is assigned and when the holder
-/// goes. Every access to the pointer is under the holder's own mutex; what it points at is not.
+/// Owns an array that was made with new[]. It deletes the array when another one is assigned and
+/// when the holder itself is destroyed. The holder's own mutex guards the pointer, but not the
+/// elements of the array.
 template <typename T>
 class AutoDelete {
  public:

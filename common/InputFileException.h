@@ -5,8 +5,8 @@
 #include <string>
 #include <utility>
 
-/// A failure that belongs to a line of an input file. Thrown by value, caught by reference. It is
-/// no std::exception, so that a handler for those never takes a failure of the tool for its own.
+/// A failure that belongs to a line of an input file. Thrown by value, caught by reference. It does
+/// not derive from std::exception, so a handler for std::exception never catches it.
 class InputFileException {
  public:
   /// `line` is 0 where no particular line is meant.

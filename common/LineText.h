@@ -1,4 +1,4 @@
-// Line numbers as the message catalog takes them.
+// Line numbers as text, for the arguments of messages.
 #ifndef COMMON_LINETEXT_H
 #define COMMON_LINETEXT_H
 

@@ -1,4 +1,7 @@
-// Writes docs/messages.md: every message of the catalog, for an administrator who looks one up.
+// Prints every message of the catalog:
+//
+//   print_message_list         messages.md, for an administrator who looks one up
+//   print_message_list --json  the catalog as it stands, for the tests of the whole program
 
 #include <cstdio>
 #include <string>
@@ -7,8 +10,8 @@
 
 namespace {
 
-/// The places %1$s to %9$s as <1> to <9>, and the line breaks of the long messages as indented
-/// lines.
+/// The text with its places %1$s to %9$s written as <1> to <9>, and every line after the first
+/// indented.
 std::string readable(const std::string& text) {
   std::string result;
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -31,9 +34,7 @@ const char* kindOf(char severity) {
   return severity == 'I' ? "information" : severity == 'W' ? "warning" : "error";
 }
 
-}  // namespace
-
-int main() {
+void printForReaders() {
   std::puts(
       "# Messages\n\n"
       "Every message begins with an identifier that never changes: `VNL`, the set, the number and a\n"
@@ -44,4 +45,43 @@ int main() {
     std::printf("\n## VNL%03d%03d%c (%s)\n\n    %s\n", message.set, message.number,
                 message.severity, kindOf(message.severity), readable(message.text).c_str());
   }
+}
+
+std::string quoted(const std::string& text) {
+  std::string result = "\"";
+  for (const char c : text) {
+    if (c == '\n') {
+      result += "\\n";
+      continue;
+    }
+    if (c == '"' || c == '\\') {
+      result += '\\';
+    }
+    result += c;
+  }
+  return result + '"';
+}
+
+void printForPrograms() {
+  const char* separator = "[\n";
+  for (const CatalogMessage& message : messageCatalog()) {
+    std::printf(
+        "%s{\"set\": %d, \"number\": %d, \"severity\": \"%c\", \"arguments\": %d, "
+        "\"text\": %s}",
+        separator, message.set, message.number, message.severity, message.argumentCount,
+        quoted(message.text).c_str());
+    separator = ",\n";
+  }
+  std::puts("\n]");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc > 1 && std::string(argv[1]) == "--json") {
+    printForPrograms();
+  } else {
+    printForReaders();
+  }
+  return std::fflush(stdout) == 0 ? 0 : 1;
 }

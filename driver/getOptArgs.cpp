@@ -13,7 +13,7 @@ namespace {
 
 constexpr char argumentMark = ':';
 
-/// getopt's next letter, by a copy of the option string that is its own.
+/// What getopt returns next. Each call gets a fresh copy of the option string.
 int nextOption(int argc, char** argv, const std::string& optionString) {
   const AutoDelete<char> copy(new char[optionString.size() + 1]);
   std::copy_n(optionString.c_str(), optionString.size() + 1, copy.get());
@@ -37,7 +37,7 @@ std::vector<std::string> getOptArgs(int argc, char** argv, std::string optionStr
   const std::string program = getBasename(argc > 0 ? argv[0] : "");
   const auto marks = std::count(optionString.begin(), optionString.end(), argumentMark);
   std::vector<std::string> arguments(optionString.size() - static_cast<std::size_t>(marks));
-  // It would make getopt stop at the first operand.
+  // Where this variable is set, getopt stops at the first operand.
   ::unsetenv("POSIXLY_CORRECT");
 
   for (int option = 0; (option = nextOption(argc, argv, optionString)) != -1;) {

@@ -1,4 +1,4 @@
-// The command line.
+// Reads the command line.
 #ifndef DRIVER_GETOPTARGS_H
 #define DRIVER_GETOPTARGS_H
 

@@ -39,7 +39,8 @@ class SchemaFiles {
   int count_ = 0;
 };
 
-/// The instance name as validateCmdUtility may replace it.
+/// Checks the instance and sets g_configFile to its configuration file; a fault ends the process.
+/// Returns the name as validateCmdUtility left it; the caller frees it.
 char* validated(char* name) {
   g_configFile = nullptr;
   if (validateCmdUtility(&name, &g_configFile, 1, 0, 0, 0) != 0) {

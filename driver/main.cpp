@@ -16,6 +16,7 @@
 #include "config/VarnelConfig.h"
 #include "config/VarnelConfigException.h"
 #include "config/configKeys.h"
+#include "driver/commandLineOptions.h"
 #include "driver/findLastLineSplit.h"
 #include "driver/getOptArgs.h"
 #include "driver/loadSchemaFiles.h"
@@ -29,7 +30,7 @@
 
 /// Where the configuration is looked for without -f.
 extern const char* const defaultConfigFile;
-const char* const defaultConfigFile = "./varnelConfig";
+const char* const defaultConfigFile = configFileOfNoOption;
 
 namespace {
 
@@ -37,12 +38,15 @@ constexpr int messageSet = 32;
 constexpr int usageMessage = 5;
 constexpr int missingArgumentMessage = 46;
 
-/// The slots of the option vector, in the order of the option letters.
-enum OptionSlot { configFileSlot, recoverySlot, debugSlot, instanceSlot };
+// Where the options stand in what getOptArgs returns.
+constexpr std::size_t configFileSlot = slotOf('f');
+constexpr std::size_t recoverySlot = slotOf('r');
+constexpr std::size_t debugSlot = slotOf('d');
+constexpr std::size_t instanceSlot = slotOf('I');
 
-/// The one line that a failed run leaves in the log, and its exit status.
+/// Appends the number of the line where the split failed to the log, and ends the process.
 [[noreturn]] void exitAfterFailure(std::FILE* log, int line) {
-  // The statuses tell a fault at the very start from one further on; scripts rely on this line.
+  // Scripts tell by the status whether the split failed at the very start; they rely on this limit.
   constexpr int lastEarlyLine = 9;
   std::fprintf(log, "%d\n", line);
   std::exit(line <= lastEarlyLine ? 2 : 1);
@@ -82,7 +86,8 @@ std::FILE* openLog(const std::string& name) {
   return log;
 }
 
-/// All output files may be open at once, and the input with them.
+/// How many files the split may have open at a time: every server's output file, the default output
+/// file and the input.
 std::size_t countFilesOfSplit(const std::map<std::string, LdifActor*>& actors) {
   return actors.at(cryptoDN)->getOutputFiles().size() + 2;
 }
@@ -110,9 +115,8 @@ void split(const VarnelConfig& config, const std::map<std::string, LdifActor*>& 
 int main(int argc, char** argv) {
   prepareProcess();
   schemaInitialized = false;
-  const std::string optionString = std::string(":") + 'f' + ':' + 'r' + 'd' + ':' + 'I' + ':';
   const std::vector<std::string> options =
-      getOptArgs(argc, argv, optionString, messageSet, usageMessage, missingArgumentMessage);
+      getOptArgs(argc, argv, optionString(), messageSet, usageMessage, missingArgumentMessage);
   ldtr_init();
   write_ldap_debug(text::leadingInt(options[debugSlot]));
   loadSchema(options[instanceSlot]);
@@ -130,9 +134,10 @@ int main(int argc, char** argv) {
 
   std::FILE* const log = openLog(config.logFile_);
   if (recovery) {
-    // Told in the traces only: every split starts from the first line.
+    // The number is only traced: every split starts from the first line.
     findLastLineSplit(config.logFile_);
   }
+  // A log that cannot be read stops nothing.
   AutoClose(std::fopen(config.logFile_.c_str(), "r")).reset();
   write_g_errorFile(config.logFile_.c_str());
   PrintMessage(messageSet, 1, 28);

@@ -33,7 +33,7 @@ std::size_t countOpenable(std::size_t count) {
 void prepareProcess() {
   for (int standard = STDIN_FILENO; standard <= STDERR_FILENO; ++standard) {
     if (::fcntl(standard, F_GETFD) < 0) {
-      // The lowest free descriptor is the one that was closed.
+      // This takes the lowest free descriptor, which is the one that was closed.
       ::open("/dev/null", O_RDWR);
     }
   }

@@ -1,4 +1,4 @@
-// What a run asks of its process.
+// Prepares the process for a run: its standard streams, its signals, its limit of open files.
 #ifndef DRIVER_PREPAREPROCESS_H
 #define DRIVER_PREPAREPROCESS_H
 

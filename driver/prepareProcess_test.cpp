@@ -37,7 +37,7 @@ TEST_P(ClosedStreams, AreOpenedOnTheNullDeviceAndTheOthersStay) {
     for (int file = 0; file <= 2; ++file) {
       ::close(file);
       if ((GetParam() >> static_cast<unsigned int>(file) & 1U) == 0) {
-        // The lowest free descriptor; a closed stream below is closed again later.
+        // open() takes the lowest free descriptor, which may be one that is to stay closed.
         const int opened = ::open(other.c_str(), O_RDWR);
         if (opened != file) {
           ::dup2(opened, file);

@@ -1,21 +1,25 @@
 #include "ldifsplit/LdifSplit.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <memory>
+#include <unordered_map>
 #include <vector>
 
-#include "actors/LdifEntry.h"
 #include "actors/LdifIterateException.h"
+#include "actors/normalizeDn.h"
 #include "common/AutoClose.h"
 #include "common/AutoDelete.h"
 #include "common/LineText.h"
+#include "ldifsplit/BaseDnIndex.h"
 #include "ldifsplit/LineCounter.h"
 #include "ldifsplit/LineReader.h"
 #include "ldifsplit/OutputFileSet.h"
 #include "ldifsplit/findNearestAncestor.h"
 #include "ldifsplit/openNewLdif.h"
+#include "platform/dirclient/NormalDn.h"
+#include "platform/ldif/ldifLineKind.h"
 #include "platform/ldif/str_parse_line_v_or_bv.h"
 #include "platform/messages/PrintMessage.h"
 #include "platform/trace/trace.h"
@@ -23,36 +27,26 @@
 namespace ldifsplit {
 namespace {
 
-/// A logical line twice: the parser takes one copy apart, the other stays as it was read.
-class LineCopies {
+/// A copy of a logical line for the parser, which takes it apart in place.
+class ParseCopy {
  public:
-  void set(const char* line, std::size_t size) {
+  /// Copies the line, and a NUL behind it.
+  char* set(const char* line, std::size_t size) {
     if (size + 1 > capacity_) {
       capacity_ = size + 1 + spare;
-      parse_ = new char[capacity_];
-      output_ = new char[capacity_];
+      copy_ = new char[capacity_];
     }
-    size_ = size;
-    copyTo(parse_.get(), line);
-    copyTo(output_.get(), line);
+    char* const copy = copy_.get();
+    std::memcpy(copy, line, size);
+    copy[size] = '\0';
+    return copy;
   }
-
-  char* forParser() { return parse_.get(); }
-  const char* asRead() const { return output_.get(); }
-  std::size_t size() const { return size_; }
 
  private:
-  void copyTo(char* copy, const char* line) const {
-    std::memcpy(copy, line, size_);
-    copy[size_] = '\0';
-  }
-
   static constexpr std::size_t spare = 4096;  // so that few lines are longer than all before
 
-  AutoDelete<char> parse_;
-  AutoDelete<char> output_;
+  AutoDelete<char> copy_;
   std::size_t capacity_ = 0;
-  std::size_t size_ = 0;
 };
 
 /// What the parser says of a line; the pointers reach into the parse copy.
@@ -72,65 +66,87 @@ struct Target {
   std::FILE* stream;
 };
 
+/// Lines of one record that stand together in the reader's block as the record's only file is to
+/// have them, and are written in one go. A run is shorter than the stream's buffer, or a single
+/// line: so the stream takes neither more nor less of it, before a write fails, than it would take
+/// of the lines one by one.
+struct Run {
+  std::size_t size = 0;        // in bytes; 0: there is none
+  bool startsRecord = false;  // a line feed, a line of "dn: ", a value and a line feed come first
+  LineCounter firstLine;      // the number of the first logical line
+};
+
 class Splitter {
  public:
   Splitter(const std::string& inputFile, const std::map<std::string, LdifActor*>& actors,
            const std::string& defaultOutputFile, int firstLine)
       : inputFile_(inputFile),
-        actors_(actors),
-        defaultOutputFile_(defaultOutputFile),
-        firstLine_(firstLine) {
-    for (const auto& actor : actors_) {
-      baseDNs_.push_back(actor.first);
+        baseDNs_(keysOf(actors)),
+        baseDnIndex_(baseDNs_),
+        defaultOutputFile_(&defaultOutputFile),
+        firstLine_(firstLine),
+        input_(openInput()),
+        reader_(input_.get()) {
+    for (const auto& actor : actors) {
+      actors_.push_back(actor.second);
     }
   }
 
   void run();
 
  private:
+  static std::vector<std::string> keysOf(const std::map<std::string, LdifActor*>& actors);
   AutoClose openInput() const;
-  void readPhysicalLine(LineReader& reader);
-  void readContinuations(LineReader& reader);
-  void splitLine(const LineReader& reader);
+  void readFirstLine();
+  void readPhysicalLine();
+  void readContinuations();
+
+  void splitLine();
+  void copyAttributeLine();
+  void startRecordAsWritten();
+  void splitOtherLine();
   ParsedLine parseLine();
-  bool startRecord(const char* dn);
+  bool startRecord(const char* dn, std::size_t size);
   void route();
-  void writeRecordStart(const Target& target, const char* dn) const;
-  void writeAsRead(const Target& target, const char* line, std::size_t size) const;
+  FileNames outputFiles();
+  std::FILE* streamOf(const std::string& name);
+
+  void extendRun();
+  void writeRun();
+  void writeRunLineByLine(std::size_t taken);
+  void writeRecordStart(const char* dn, std::size_t size);
+  void writeLine(const char* line, std::size_t size) const;
+
+  void traceStart(const Target& target) const;
   void traceReadError() const;
   [[noreturn]] void throwReadError() const;
   [[noreturn]] void throwInvalidLine() const;
+  [[noreturn]] void throwWriteFailure(const Target& target, int line) const;
   void warnOfPiece() const;
 
   const std::string& inputFile_;
-  const std::map<std::string, LdifActor*>& actors_;
-  const std::string& defaultOutputFile_;
+  const std::vector<std::string> baseDNs_;
+  const BaseDnIndex baseDnIndex_;
+  std::vector<LdifActor*> actors_;  // by the index of their base DN
+  const std::string* const defaultOutputFile_;
   const int firstLine_;
-  std::vector<std::string> baseDNs_;
+  const AutoClose input_;
+  LineReader reader_;
+  LineCounter lineNumber_;  // of the last physical line of the logical line at hand
+  ParseCopy parseCopy_;
   OutputFileSet outputs_;
-  LineCounter lineNumber_;
-  LineCopies line_;
-  LdifEntry current_;                                // names the current record
-  std::unique_ptr<std::vector<std::string>> files_;  // of the current record; none before the first
-  std::vector<Target> targets_;                      // the same with their streams
+  std::unordered_map<const std::string*, std::FILE*> streams_;  // of the files that are open
+  dirclient::NormalDn currentDn_;  // of the current record
+  std::vector<Target> targets_;    // its files; none before the first record
+  Run run_;                        // of its lines, held by the reader
 };
 
-void Splitter::run() {
-  const AutoClose input = openInput();
-  LineReader reader(input.get());
-  if (!reader.readLine()) {
-    traceReadError();
-    throw LdifSplitException(1, "Error reading input file");
+std::vector<std::string> Splitter::keysOf(const std::map<std::string, LdifActor*>& actors) {
+  std::vector<std::string> keys;
+  for (const auto& actor : actors) {
+    keys.push_back(actor.first);
   }
-  for (bool first = true; !reader.atEnd(); first = false) {
-    if (!first) {
-      readPhysicalLine(reader);
-    }
-    readContinuations(reader);
-    lineNumber_.next();
-    splitLine(reader);
-  }
-  outputs_.closeAll(lineNumber_.number());
+  return keys;
 }
 
 AutoClose Splitter::openInput() const {
@@ -142,66 +158,122 @@ AutoClose Splitter::openInput() const {
   return input;
 }
 
-void Splitter::readPhysicalLine(LineReader& reader) {
-  if (!reader.readLine()) {
+void Splitter::run() {
+  readFirstLine();
+  for (bool first = true; !reader_.atEnd(); first = false) {
+    if (!first) {
+      readPhysicalLine();
+    }
+    readContinuations();
+    lineNumber_.next();
+    splitLine();
+  }
+  writeRun();
+  outputs_.closeAll(lineNumber_.number());
+}
+
+void Splitter::readFirstLine() {
+  if (!reader_.readLine()) {
+    traceReadError();
+    throw LdifSplitException(1, "Error reading input file");
+  }
+}
+
+void Splitter::readPhysicalLine() {
+  if (!reader_.readLine()) {
+    writeRun();
     traceReadError();
     throwReadError();
   }
 }
 
-void Splitter::readContinuations(LineReader& reader) {
-  while (reader.nextIsBlank()) {
-    if (!reader.appendLine()) {
+void Splitter::readContinuations() {
+  while (reader_.nextIsBlank()) {
+    if (!reader_.appendLine()) {
+      writeRun();
       throwReadError();
     }
     lineNumber_.next();
   }
 }
 
-void Splitter::splitLine(const LineReader& reader) {
-  const char first = *reader.data();
+void Splitter::splitLine() {
+  if (reader_.endsWithLineFeed() && isOrdinaryAttributeLine(reader_.data())) {
+    copyAttributeLine();
+    return;
+  }
+  switch (ldifLineKind(reader_.data(), reader_.size())) {
+    case LdifLineKind::attribute:
+      copyAttributeLine();
+      break;
+    case LdifLineKind::dn:
+      writeRun();
+      startRecordAsWritten();
+      break;
+    case LdifLineKind::other:
+      writeRun();
+      splitOtherLine();
+      break;
+  }
+}
+
+void Splitter::copyAttributeLine() {
+  if (targets_.size() == 1) {
+    extendRun();
+  } else {
+    // Line by line, so that a failure leaves the files alike.
+    writeLine(reader_.data(), reader_.size());
+  }
+}
+
+/// The line is what the output is to have.
+void Splitter::startRecordAsWritten() {
+  constexpr std::size_t typeSize = 4;  // of "dn: "
+  const char* const dn = reader_.data() + typeSize;
+  const std::size_t size = reader_.size() - typeSize - 1;
+  if (!startRecord(dn, size)) {
+    return;
+  }
+  if (targets_.size() == 1 && !reader_.startsWithLaterPiece()) {
+    traceStart(targets_.front());
+    run_ = Run{reader_.size() + 1, true, lineNumber_};
+    reader_.holdWithLineFeedBefore();
+  } else {
+    writeRecordStart(dn, size);
+  }
+}
+
+void Splitter::splitOtherLine() {
+  const char first = *reader_.data();
   if (first == '#' || first == '\n' || first == '\0' || first == '\r') {
-    if (reader.startsWithLaterPiece()) {
+    if (reader_.startsWithLaterPiece()) {
       warnOfPiece();
     }
     return;
   }
-  if (isPlainAttributeLine(reader.data(), reader.size())) {
-    for (const Target& target : targets_) {
-      writeAsRead(target, reader.data(), reader.size());
-    }
-    return;
-  }
-  line_.set(reader.data(), reader.size());
   const ParsedLine line = parseLine();
   if (line.opensRecord()) {
-    if (!startRecord(line.value)) {
-      return;
-    }
-    for (const Target& target : targets_) {
-      writeRecordStart(target, line.value);
-    }
-    if (reader.startsWithLaterPiece()) {
-      warnOfPiece();
+    const std::size_t size = std::strlen(line.value);
+    if (startRecord(line.value, size)) {
+      writeRecordStart(line.value, size);
     }
     return;
   }
-  for (const Target& target : targets_) {
-    if (line.type == nullptr) {
-      // A line that parses without a type is one that cannot be written.
-      throwFileWriteException<SplitOutputException>(*target.name, lineNumber_.number());
-    }
-    writeAsRead(target, line_.asRead(), line_.size());
+  if (line.type == nullptr && !targets_.empty()) {
+    // A line that parses without a type is one that cannot be written.
+    throwWriteFailure(targets_.front(), lineNumber_.number());
   }
+  writeLine(reader_.data(), reader_.size());
 }
 
 ParsedLine Splitter::parseLine() {
   ParsedLine line;
-  const int result = str_parse_line_v_or_bv(line_.forParser(), &line.type, &line.value,
-                                            &line.valueLength, 1, &line.url, &line.encoding);
+  const int result = str_parse_line_v_or_bv(parseCopy_.set(reader_.data(), reader_.size()),
+                                            &line.type, &line.value, &line.valueLength, 1,
+                                            &line.url, &line.encoding);
   // The parser sees a text up to its first NUL. Behind one a DN would be cut short.
   const bool dnIsCut =
-      line.opensRecord() && std::memchr(line_.asRead(), '\0', line_.size()) != nullptr;
+      line.opensRecord() && std::memchr(reader_.data(), '\0', reader_.size()) != nullptr;
   if (result == ldifLineInvalid || dnIsCut) {
     PrintMessage(32, 1, 33, LineText(lineNumber_.number()).c_str(), inputFile_.c_str());
     throwInvalidLine();
@@ -211,9 +283,9 @@ ParsedLine Splitter::parseLine() {
 
 /// Sets the targets of a new record; false, with the targets as they were, where it is to be
 /// skipped.
-bool Splitter::startRecord(const char* dn) {
-  current_.setName(dn);
-  if (current_.getName().empty()) {
+bool Splitter::startRecord(const char* dn, std::size_t size) {
+  currentDn_.normalize(dn, size, schemaInitialized);
+  if (currentDn_.empty()) {
     throwInvalidLine();
   }
   if (lineNumber_.number() < firstLine_) {
@@ -228,33 +300,125 @@ bool Splitter::startRecord(const char* dn) {
 }
 
 void Splitter::route() {
-  const std::string* baseDn = findNearestAncestor(current_, baseDNs_);
-  if (baseDn == nullptr) {
-    files_.reset(new std::vector<std::string>(1, defaultOutputFile_));
-  } else {
-    files_.reset(actors_.at(*baseDn)->getOutputFilename(current_));
-  }
-  // Each stream is found once for the whole record; a file that is not open yet is opened.
+  const FileNames files = outputFiles();
   targets_.clear();
-  for (const std::string& name : *files_) {
-    targets_.push_back({&name, outputs_.open(name)});
+  for (const std::string* name : files) {
+    targets_.push_back({name, streamOf(*name)});
   }
 }
 
-void Splitter::writeRecordStart(const Target& target, const char* dn) const {
-  TRACE(traceError, "putting %s in file %s\n", current_.getName().c_str(), target.name->c_str());
-  // A failure here stays in the stream and shows at the latest when it is closed.
-  ::fputs_unlocked("\ndn: ", target.stream);
-  ::fputs_unlocked(dn, target.stream);
-  if (::fwrite_unlocked("\n", 1, 1, target.stream) != 1) {
-    throwFileWriteException<SplitOutputException>(*target.name, lineNumber_.number());
+FileNames Splitter::outputFiles() {
+  const std::size_t baseDn = findNearestAncestor(currentDn_, baseDnIndex_);
+  return baseDn == BaseDnIndex::none ? FileNames(&defaultOutputFile_, 1)
+                                     : actors_[baseDn]->getOutputFilename(currentDn_);
+}
+
+/// The stream of an output file, which is opened at its first record. A name that an actor lists is
+/// always at the same place, so that the place finds the stream again.
+std::FILE* Splitter::streamOf(const std::string& name) {
+  std::FILE*& stream = streams_[&name];
+  if (stream == nullptr) {
+    outputs_.open(name);
+    stream = outputs_.stream(name);
+  }
+  return stream;
+}
+
+/// Adds the logical line at hand to the run.
+void Splitter::extendRun() {
+  if (run_.size + reader_.size() >= OutputFileSet::bufferSize) {
+    writeRun();
+  }
+  if (run_.size == 0) {
+    run_ = Run{0, false, lineNumber_};
+    reader_.hold();
+  }
+  run_.size += reader_.size();
+}
+
+void Splitter::writeRun() {
+  if (run_.size == 0) {
+    return;
+  }
+  const std::size_t taken = std::fwrite(reader_.held(), 1, run_.size, targets_.front().stream);
+  if (taken != run_.size) {
+    writeRunLineByLine(taken);
+  }
+  run_.size = 0;
+  reader_.release();
+}
+
+/// Goes on in a run of which the stream has taken so many bytes and refused the next, as if it had
+/// come line by line.
+void Splitter::writeRunLineByLine(std::size_t taken) {
+  const Target& target = targets_.front();
+  const char* const begin = reader_.held();
+  const char* const end = begin + run_.size;
+  const auto write = [&](const char* piece, const char* pieceEnd) {
+    if (begin + taken >= pieceEnd) {
+      return true;
+    }
+    const bool isNew = begin + taken < piece;
+    return isNew && std::fwrite(piece, static_cast<std::size_t>(pieceEnd - piece), 1,
+                                target.stream) == 1;
+  };
+  LineCounter number = run_.firstLine;
+  const char* at = begin;
+  if (run_.startsRecord) {
+    // A failure before the line feed stays in the stream and shows at the latest when it is closed.
+    const char* const value = begin + 5;  // behind "\ndn: "
+    const auto* const valueEnd =
+        static_cast<const char*>(std::memchr(value, '\n', static_cast<std::size_t>(end - value)));
+    write(begin, value);
+    write(value, valueEnd);
+    if (!write(valueEnd, valueEnd + 1)) {
+      throwWriteFailure(target, number.number());
+    }
+    at = valueEnd + 1;
+  }
+  for (bool isFirst = !run_.startsRecord; at != end; isFirst = false) {
+    const char* const line = at;
+    do {
+      const auto left = static_cast<std::size_t>(end - at);
+      const std::size_t piece = std::min(left, LineReader::maximalPhysicalLine);
+      const void* const lineFeed = std::memchr(at, '\n', piece);
+      at = lineFeed != nullptr ? static_cast<const char*>(lineFeed) + 1 : at + piece;
+      if (!isFirst) {
+        number.next();
+      }
+    } while (at != end && *at == ' ');
+    if (!write(line, at)) {
+      throwWriteFailure(target, number.number());
+    }
   }
 }
 
-void Splitter::writeAsRead(const Target& target, const char* line, std::size_t size) const {
-  if (::fwrite_unlocked(line, size, 1, target.stream) != 1) {
-    throwFileWriteException<SplitOutputException>(*target.name, lineNumber_.number());
+/// Writes the start of a record to each of its files, and warns where it is that of a later piece.
+void Splitter::writeRecordStart(const char* dn, std::size_t size) {
+  for (const Target& target : targets_) {
+    traceStart(target);
+    // A failure here stays in the stream and shows at the latest when it is closed.
+    std::fwrite("\ndn: ", 5, 1, target.stream);
+    std::fwrite(dn, size, 1, target.stream);
+    if (std::fwrite("\n", 1, 1, target.stream) != 1) {
+      throwWriteFailure(target, lineNumber_.number());
+    }
   }
+  if (reader_.startsWithLaterPiece()) {
+    warnOfPiece();
+  }
+}
+
+void Splitter::writeLine(const char* line, std::size_t size) const {
+  for (const Target& target : targets_) {
+    if (std::fwrite(line, size, 1, target.stream) != 1) {
+      throwWriteFailure(target, lineNumber_.number());
+    }
+  }
+}
+
+void Splitter::traceStart(const Target& target) const {
+  TRACE(traceError, "putting %s in file %s\n", currentDn_.text().c_str(), target.name->c_str());
 }
 
 void Splitter::traceReadError() const {
@@ -267,6 +431,10 @@ void Splitter::throwReadError() const {
 
 void Splitter::throwInvalidLine() const {
   throw LdifSplitException(lineNumber_.number(), "Invalid LDIF line detected");
+}
+
+void Splitter::throwWriteFailure(const Target& target, int line) const {
+  throwFileWriteException<SplitOutputException>(*target.name, line);
 }
 
 /// A piece of an overlong line was dropped, or taken for the start of a record.

@@ -3,6 +3,8 @@
 
 #include <climits>
 
+namespace ldifsplit {
+
 /// Numbers the lines of a file. It stays at the largest int rather than overflow.
 class LineCounter {
  public:
@@ -19,5 +21,7 @@ class LineCounter {
  private:
   int number_;
 };
+
+}  // namespace ldifsplit
 
 #endif

@@ -4,6 +4,8 @@
 
 namespace {
 
+using ldifsplit::LineCounter;
+
 TEST(LineCounter, StartsAtZeroAndCountsByOne) {
   LineCounter counter;
   EXPECT_EQ(counter.number(), 0);

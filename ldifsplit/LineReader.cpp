@@ -2,56 +2,55 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
+namespace ldifsplit {
 namespace {
 
+/// Small enough to stay in the cache of one core while its lines are looked at and written.
 constexpr std::size_t initialCapacity = std::size_t{256} * 1024;
+
+/// A block of so many bytes and the padding, all of them zero.
+std::unique_ptr<char[]> newBlock(std::size_t capacity) {
+  return std::unique_ptr<char[]>(new char[capacity + LineReader::padding]());
+}
 
 }  // namespace
 
 // In C++14 a constant that is taken by reference needs a definition of its own.
 constexpr std::size_t LineReader::maximalPhysicalLine;
+constexpr std::size_t LineReader::padding;
 
 LineReader::LineReader(std::FILE* stream)
-    : file_(::fileno(stream)),
-      holder_(new char[initialCapacity]),
-      block_(holder_.get()),
-      capacity_(initialCapacity) {}
-
-bool LineReader::readLine() {
-  lineBegin_ = lineEnd_;
-  startsWithLaterPiece_ = !lastLineEnded_;
-  return appendLine();
+    : file_(::fileno(stream)), capacity_(initialCapacity), block_(newBlock(capacity_)) {
+  block_[0] = '\n';
 }
 
-bool LineReader::appendLine() {
-  std::size_t searched = 0;  // bytes behind lineEnd_ that hold no line feed
+/// A physical line that does not stand in the block with its line feed: more has to be read, or it
+/// is a piece of an overlong line, or the last of the input.
+bool LineReader::appendUnusualLine() {
   for (;;) {
-    const std::size_t available = std::min(dataEnd_ - lineEnd_, maximalPhysicalLine);
-    const char* const start = block_ + lineEnd_;
-    const void* const lineFeed = std::memchr(start + searched, '\n', available - searched);
-    if (lineFeed != nullptr) {
-      lineEnd_ += static_cast<std::size_t>(static_cast<const char*>(lineFeed) - start) + 1;
-      lastLineEnded_ = true;
-      return true;
-    }
-    if (available == maximalPhysicalLine || (atEnd_ && available > 0)) {
-      lineEnd_ += available;
+    const std::size_t lineFeed = nextLineFeed();
+    const std::size_t available = lineFeed - lineEnd_;
+    if (available >= maximalPhysicalLine) {
+      lineEnd_ += maximalPhysicalLine;
       lastLineEnded_ = false;
       return true;
     }
-    searched = available;
+    if (lineFeed != dataEnd_) {
+      takeThrough(lineFeed);
+      return true;
+    }
+    if (atEnd_ && available > 0) {
+      lineEnd_ = dataEnd_;
+      lastLineEnded_ = false;
+      return true;
+    }
     if (!fill() && (!atEnd_ || available == 0)) {
       return false;
     }
   }
-}
-
-bool LineReader::nextIsBlank() {
-  return (lineEnd_ < dataEnd_ || fill()) && block_[lineEnd_] == ' ';
 }
 
 /// Reads more bytes behind those that are there; false at the end of the input and after an error.
@@ -64,7 +63,7 @@ bool LineReader::fill() {
   }
   ssize_t count = 0;
   do {
-    count = ::read(file_, block_ + dataEnd_, capacity_ - dataEnd_);
+    count = ::read(file_, block_.get() + dataEnd_, capacity_ - dataEnd_);
   } while (count < 0 && errno == EINTR);
   if (count > 0) {
     dataEnd_ += static_cast<std::size_t>(count);
@@ -73,20 +72,25 @@ bool LineReader::fill() {
   return count > 0;
 }
 
-/// Moves the logical line to the front of the block, or the block to a larger one where the line
+/// Moves what is still wanted to the front of the block, or the block to a larger one where that
 /// fills it.
 void LineReader::makeRoom() {
-  const std::size_t kept = dataEnd_ - lineBegin_;
-  if (lineBegin_ > 0) {
-    std::memmove(block_, block_ + lineBegin_, kept);
+  const std::size_t keptBegin = isHolding_ ? heldBegin_ : lineBegin_ - 1;
+  const std::size_t kept = dataEnd_ - keptBegin;
+  if (keptBegin > 0) {
+    std::memmove(block_.get(), block_.get() + keptBegin, kept);
   } else {
+    std::unique_ptr<char[]> larger = newBlock(2 * capacity_);
+    std::memcpy(larger.get(), block_.get(), kept);
+    block_ = std::move(larger);
     capacity_ *= 2;
-    char* const larger = new char[capacity_];
-    std::memcpy(larger, block_, kept);
-    holder_ = larger;
-    block_ = larger;
   }
-  lineEnd_ -= lineBegin_;
+  lineBegin_ -= keptBegin;
+  lineEnd_ -= keptBegin;
+  windowBegin_ -= keptBegin;
+  windowEnd_ -= keptBegin;
+  heldBegin_ = 0;
   dataEnd_ = kept;
-  lineBegin_ = 0;
 }
+
+}  // namespace ldifsplit

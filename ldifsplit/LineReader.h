@@ -2,60 +2,141 @@
 #ifndef LDIFSPLIT_LINEREADER_H
 #define LDIFSPLIT_LINEREADER_H
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
+#include <memory>
 
-#include "common/AutoDelete.h"
+#include "platform/text/Bytes16.h"
+
+namespace ldifsplit {
 
 /// Reads an LDIF file as fgets into a buffer of 4096 bytes would: a physical line ends behind its
 /// line feed, or after 4095 bytes; the rest of a longer one is then read as further lines, its
-/// pieces. NUL bytes are bytes like others. Behind it are block reads, so that anything that can be
-/// read once will do: a file, a FIFO, standard input.
+/// pieces. NUL bytes are bytes like others. Underneath, blocks are read, so that anything that can
+/// be read once will do: a file, a FIFO, standard input.
 ///
-/// A logical line is a physical line and those appended to it. Its bytes stand together, as read.
+/// A logical line is a physical line and those appended to it. Its bytes stand together, as read,
+/// and so do those of all lines since hold().
 class LineReader {
  public:
   static constexpr std::size_t maximalPhysicalLine = 4095;
 
-  /// Reads from the descriptor of `stream`, of which nothing may have been read; the stream stays
-  /// open.
+  /// So many bytes behind a logical line can always be read; what they hold means nothing.
+  static constexpr std::size_t padding = 64;
+
+  /// Reads from the descriptor of `stream`, past the stream's own buffer: the stream must not have
+  /// been read from, and stays open.
   explicit LineReader(std::FILE* stream);
 
   /// Starts a new logical line with the next physical line. False where nothing could be read: a
   /// read error, or the end of the input.
-  bool readLine();
+  bool readLine() {
+    lineBegin_ = lineEnd_;
+    startsWithLaterPiece_ = !lastLineEnded_;
+    return appendLine();
+  }
 
   /// Appends the next physical line to the logical line; false as above.
-  bool appendLine();
+  bool appendLine() {
+    const std::size_t lineFeed = nextLineFeed();
+    if (lineFeed == dataEnd_ || lineFeed - lineEnd_ >= maximalPhysicalLine) {
+      return appendUnusualLine();
+    }
+    takeThrough(lineFeed);
+    return true;
+  }
 
   /// Whether the next byte of the input is a blank. At the end of the input and after a read error
   /// it is not.
-  bool nextIsBlank();
+  bool nextIsBlank() {
+    return (lineEnd_ < dataEnd_ || fill()) && block_[lineEnd_] == ' ';
+  }
 
   /// Whether reading has met the end of the input; a last line without a line feed sets it too.
   bool atEnd() const { return atEnd_; }
 
-  /// The logical line; valid until the next call of a function above. Not NUL-terminated.
-  const char* data() const { return block_ + lineBegin_; }
+  /// The logical line; valid until the next call of one of the functions that read. Not
+  /// NUL-terminated.
+  const char* data() const { return block_.get() + lineBegin_; }
   std::size_t size() const { return lineEnd_ - lineBegin_; }
+
+  /// Whether the logical line ends with a line feed.
+  bool endsWithLineFeed() const { return lastLineEnded_; }
 
   /// Whether the logical line starts with a piece of a physical line that is not its first.
   bool startsWithLaterPiece() const { return startsWithLaterPiece_; }
 
+  /// Keeps the logical line in memory, and all that is read from here on, until release().
+  void hold() { holdFrom(lineBegin_); }
+
+  /// The same with the byte before the logical line, which is a line feed unless the line starts
+  /// with a later piece: that of the line before or, for the first line of the input, one that no
+  /// file holds.
+  void holdWithLineFeedBefore() { holdFrom(lineBegin_ - 1); }
+
+  /// The first byte that is held; valid as data() is.
+  const char* held() const { return block_.get() + heldBegin_; }
+
+  void release() { isHolding_ = false; }
+
  private:
+  static constexpr std::size_t windowSize = 64;
+
+  void holdFrom(std::size_t begin) {
+    heldBegin_ = begin;
+    isHolding_ = true;
+  }
+
+  /// The offset of the first line feed that is not in a line yet; dataEnd_ where there is none.
+  std::size_t nextLineFeed() {
+    while (lineFeeds_ == 0) {
+      if (windowEnd_ == dataEnd_) {
+        return dataEnd_;
+      }
+      lookAtNextWindow();
+    }
+    return windowBegin_ + text::firstPlace(lineFeeds_);
+  }
+
+  void lookAtNextWindow() {
+    const char* const at = block_.get() + windowEnd_;
+    windowBegin_ = windowEnd_;
+    windowEnd_ = std::min(windowBegin_ + windowSize, dataEnd_);
+    for (std::size_t i = 0; i < windowSize; i += text::bytesAtOnce) {
+      lineFeeds_ |= std::uint64_t{text::Bytes16(at + i).equal('\n').mask()} << i;
+    }
+    // What stands behind the data is none of it.
+    lineFeeds_ &= ~std::uint64_t{0} >> (windowSize - (windowEnd_ - windowBegin_));
+  }
+
+  void takeThrough(std::size_t lineFeed) {
+    lineEnd_ = lineFeed + 1;
+    lineFeeds_ &= lineFeeds_ - 1;
+    lastLineEnded_ = true;
+  }
+
+  bool appendUnusualLine();
   bool fill();
   void makeRoom();
 
   int file_;
-  AutoDelete<char> holder_;
-  char* block_;           // what holder_ owns
-  std::size_t capacity_;  // of the block
-  std::size_t dataEnd_ = 0;
-  std::size_t lineBegin_ = 0;
-  std::size_t lineEnd_ = 0;
+  std::size_t capacity_;           // of the block, without the padding
+  std::unique_ptr<char[]> block_;  // a line feed, then what was read
+  std::size_t dataEnd_ = 1;
+  std::size_t lineBegin_ = 1;
+  std::size_t lineEnd_ = 1;
+  std::uint64_t lineFeeds_ = 0;  // a bit for each in the window that is not in a line yet
+  std::size_t windowBegin_ = 1;
+  std::size_t windowEnd_ = 1;  // where the search for line feeds goes on
+  std::size_t heldBegin_ = 0;
+  bool isHolding_ = false;
   bool atEnd_ = false;
   bool lastLineEnded_ = true;  // the last physical line had its line feed
   bool startsWithLaterPiece_ = false;
 };
+
+}  // namespace ldifsplit
 
 #endif

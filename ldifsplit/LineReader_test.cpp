@@ -17,6 +17,8 @@
 
 namespace {
 
+using ldifsplit::LineReader;
+
 /// A logical line as the split reads it, and what is known behind it.
 struct ReadLine {
   std::string bytes;

@@ -9,26 +9,25 @@
 
 namespace ldifsplit {
 
-namespace {
+// In C++14 a constant that is taken by reference needs a definition of its own.
+constexpr std::size_t OutputFileSet::bufferSize;
 
-/// Fewer and larger writes than the library's own buffer makes.
-constexpr std::size_t bufferSize = std::size_t{64} * 1024;
-
-}  // namespace
-
-std::FILE* OutputFileSet::open(const std::string& nextFilename) {
-  auto found = nametofp.find(nextFilename);
-  if (found == nametofp.end()) {
-    std::unique_ptr<char[]> buffer(new char[bufferSize]);
-    buffers_.reserve(buffers_.size() + 1);
-    std::FILE* const opened =
-        openNewLdif<LdifSplitException>(nextFilename.c_str(), buffer.get(), bufferSize);
-    buffers_.push_back(buffer.release());
-    found = nametofp.emplace(nextFilename, opened).first;
+void OutputFileSet::open(const std::string& nextFilename) {
+  if (nametofp.find(nextFilename) != nametofp.end()) {
+    return;
   }
-  assert(found != nametofp.end());
-  std::FILE* const outfile = found->second;
-  assert(outfile != nullptr);
+  std::unique_ptr<char[]> buffer(new char[bufferSize]);
+  buffers_.reserve(buffers_.size() + 1);
+  std::FILE* const opened =
+      openNewLdif<LdifSplitException>(nextFilename.c_str(), buffer.get(), bufferSize);
+  buffers_.push_back(buffer.release());
+  nametofp.emplace(nextFilename, opened);
+}
+
+std::FILE* OutputFileSet::stream(const std::string& nextFilename) {
+  assert(nametofp.find(nextFilename) != nametofp.end());
+  std::FILE* const outfile = nametofp[nextFilename];
+  assert(outfile != __null);
   return outfile;
 }
 

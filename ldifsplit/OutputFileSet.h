@@ -2,6 +2,7 @@
 #ifndef LDIFSPLIT_OUTPUTFILESET_H
 #define LDIFSPLIT_OUTPUTFILESET_H
 
+#include <cstddef>
 #include <cstdio>
 #include <map>
 #include <string>
@@ -14,9 +15,15 @@ namespace ldifsplit {
 /// exits.
 class OutputFileSet {
  public:
-  /// The stream of the file. Where the set does not have it yet, it is created or emptied and gets
-  /// its header; throws LdifSplitException, line 0, where that fails.
-  std::FILE* open(const std::string& name);
+  /// The size of a stream's buffer: fewer and larger writes than with the library's own.
+  static constexpr std::size_t bufferSize = std::size_t{64} * 1024;
+
+  /// Creates or empties the file and gives it its header, unless the set has it already; throws
+  /// LdifSplitException, line 0, where that fails.
+  void open(const std::string& nextFilename);
+
+  /// The stream of a file that is open.
+  std::FILE* stream(const std::string& nextFilename);
 
   /// Closes every file, in ascending order of their names, also when one fails. Throws
   /// SplitOutputException with `line` for the first whose content may not be complete.
@@ -24,7 +31,7 @@ class OutputFileSet {
 
  private:
   std::map<std::string, std::FILE*> nametofp;
-  std::vector<char*> buffers_;  // of the open streams, and theirs for as long as they are open
+  std::vector<char*> buffers_;  // of the streams, theirs for as long as they are open
 };
 
 }  // namespace ldifsplit

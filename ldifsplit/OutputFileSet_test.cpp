@@ -23,7 +23,12 @@ class OutputFiles : public ::testing::Test {
     return path(file);
   }
 
-  void write(const std::string& name, const char* text) { std::fputs(text, files_.open(name)); }
+  std::FILE* opened(const std::string& name) {
+    files_.open(name);
+    return files_.stream(name);
+  }
+
+  void write(const std::string& name, const char* text) { std::fputs(text, opened(name)); }
 
   void expectCloseFailure(int line, const std::string& name) {
     try {
@@ -47,9 +52,9 @@ TEST_F(OutputFiles, FileIsOpenedWithItsHeader) {
 
 TEST_F(OutputFiles, FileIsOpenedOnce) {
   write(path("a"), "one");
-  std::FILE* const first = files_.open(path("a"));
+  std::FILE* const first = opened(path("a"));
   write(path("a"), "two");
-  EXPECT_EQ(files_.open(path("a")), first);
+  EXPECT_EQ(opened(path("a")), first);
   files_.closeAll(1);
   EXPECT_EQ(directory_.read("a"), "version: 1\n\nonetwo");
 }
@@ -105,7 +110,7 @@ TEST_F(OutputFiles, OfSeveralFailuresTheFirstInNameOrderIsThrown) {
 TEST_F(OutputFiles, WriteThatFailedUnnoticedShowsAtTheClose) {
   write(path("a"), "text");
   // Reading a stream that is open for writing sets its error mark; everything else stays fine.
-  std::fgetc(files_.open(path("a")));
+  std::fgetc(opened(path("a")));
   expectCloseFailure(9, path("a"));
 }
 

@@ -1,37 +1,33 @@
 #include "ldifsplit/findNearestAncestor.h"
 
 #include <algorithm>
+#include <memory>
 
 #include "actors/AncestorWalk.h"
+#include "actors/normalizeDn.h"
 
 namespace ldifsplit {
-namespace {
-
-const std::string* findOnTheWayUp(AncestorWalk& candidate,
-                                  const std::vector<std::string>& baseDNs) {
-  do {
-    const auto match = std::find_if(baseDNs.begin(), baseDNs.end(), [&](const std::string& baseDn) {
-      return candidate.isAt(baseDn);
-    });
-    if (match != baseDNs.end()) {
-      return &*match;
-    }
-  } while (candidate.up());
-  return nullptr;
-}
-
-}  // namespace
 
 std::string findNearestAncestor(const std::string& dn, const std::vector<std::string>& baseDNs) {
-  AncestorWalk candidate(dn);
-  const std::string* nearest = findOnTheWayUp(candidate, baseDNs);
-  return nearest != nullptr ? *nearest : std::string();
+  std::unique_ptr<std::string> candidate(new std::string(dn));
+  while (candidate != nullptr) {
+    if (std::find(baseDNs.begin(), baseDNs.end(), *candidate) != baseDNs.end()) {
+      return *candidate;
+    }
+    candidate.reset(nLdifActor::getParent(*candidate));
+  }
+  return std::string();
 }
 
-const std::string* findNearestAncestor(const LdifEntry& entry,
-                                       const std::vector<std::string>& baseDNs) {
-  AncestorWalk candidate(entry);
-  return findOnTheWayUp(candidate, baseDNs);
+std::size_t findNearestAncestor(const dirclient::NormalDn& dn, const BaseDnIndex& baseDNs) {
+  AncestorWalk candidate(dn);
+  do {
+    const std::size_t found = baseDNs.find(candidate.data(), candidate.size());
+    if (found != BaseDnIndex::none) {
+      return found;
+    }
+  } while (candidate.up());
+  return BaseDnIndex::none;
 }
 
 }  // namespace ldifsplit

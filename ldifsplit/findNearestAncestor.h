@@ -1,10 +1,12 @@
 #ifndef LDIFSPLIT_FINDNEARESTANCESTOR_H
 #define LDIFSPLIT_FINDNEARESTANCESTOR_H
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
-#include "actors/LdifEntry.h"
+#include "ldifsplit/BaseDnIndex.h"
+#include "platform/dirclient/NormalDn.h"
 
 namespace ldifsplit {
 
@@ -13,9 +15,9 @@ namespace ldifsplit {
 /// byte for byte.
 std::string findNearestAncestor(const std::string& dn, const std::vector<std::string>& baseDNs);
 
-/// The same for the DN of an entry; the result is an element of the list, or a null pointer.
-const std::string* findNearestAncestor(const LdifEntry& entry,
-                                       const std::vector<std::string>& baseDNs);
+/// The same for the split, which asks for each of millions of entries: neither is the DN read again
+/// nor the list searched from end to end. The result is an index in the list, or BaseDnIndex::none.
+std::size_t findNearestAncestor(const dirclient::NormalDn& dn, const BaseDnIndex& baseDNs);
 
 }  // namespace ldifsplit
 

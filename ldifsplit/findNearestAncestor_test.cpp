@@ -7,6 +7,7 @@
 
 namespace {
 
+using ldifsplit::BaseDnIndex;
 using ldifsplit::findNearestAncestor;
 using Names = std::vector<std::string>;
 
@@ -31,14 +32,16 @@ TEST_P(NearestAncestor, OfATextInWhateverOrderTheBaseDnsStand) {
   } while (std::next_permutation(baseDNs.begin(), baseDNs.end()));
 }
 
-TEST_P(NearestAncestor, OfAnEntryIsAnElementOfTheList) {
-  LdifEntry entry;
-  entry.setName(GetParam().dn);
-  ASSERT_EQ(entry.getName(), GetParam().dn);
+TEST_P(NearestAncestor, OfANormalDnIsItsIndexInTheList) {
+  const std::string dn = GetParam().dn;
+  dirclient::NormalDn name;
+  name.normalize(dn.data(), dn.size(), false);
+  ASSERT_EQ(name.text(), dn);
   const Names& baseDNs = GetParam().baseDNs;
-  const std::string* nearest = findNearestAncestor(entry, baseDNs);
+  const std::size_t nearest = findNearestAncestor(name, BaseDnIndex(baseDNs));
   const auto expected = std::find(baseDNs.begin(), baseDNs.end(), GetParam().nearest);
-  EXPECT_EQ(nearest, expected != baseDNs.end() ? &*expected : nullptr);
+  EXPECT_EQ(nearest == BaseDnIndex::none ? "" : baseDNs[nearest], GetParam().nearest);
+  EXPECT_EQ(nearest == BaseDnIndex::none, expected == baseDNs.end());
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -139,7 +139,7 @@ TEST_F(Faults, FilesAreClosedInAscendingOrderOfTheirNames) {
     files.open(directory_.path(name));
   }
   for (const char* name : {"Z", "a", "server10", "server2"}) {
-    expected.push_back(files.open(directory_.path(name)));
+    expected.push_back(files.stream(directory_.path(name)));
   }
   files.closeAll(1);
   EXPECT_EQ(closed, expected);

@@ -54,9 +54,9 @@ check_shell_scripts() {
   { sources '*.sh' && printf '.ci/run\0'; } | xargs -0 shellcheck
 }
 
+# The pages as the release build makes them of their templates.
 check_man_pages() {
-  local pages found
-  mapfile -d '' pages < <(sources '*.[1-8]')
+  local pages=(build/release/docs/*.[1-8]) found
   # Whether the pages that ours refer to are installed is no matter of ours.
   found=$(mandoc -T lint "${pages[@]}" 2>&1 |
     grep -vE 'referenced manual not found|outdated mandoc\.db' || true)
@@ -134,7 +134,8 @@ fuzz() {
 heading "Packages"
 ./scripts/install-packages.sh \
   g++ cmake ninja-build clang clang-format clang-tidy libclang-rt-14-dev \
-  libgtest-dev libgmock-dev libbenchmark-dev python3 python3-pytest slapd ldap-utils mandoc shellcheck
+  libgtest-dev libgmock-dev libbenchmark-dev python3 python3-pytest slapd ldap-utils mandoc shellcheck \
+  valgrind
 
 if [[ -x scripts/fetch-389-schema.sh ]]; then
   heading "Schema files of another server, as test input"
@@ -148,8 +149,8 @@ fi
 
 check "Format of the C and C++ sources" check_format
 check "Shell scripts" check_shell_scripts
-check "Man pages" check_man_pages
 build_and_test release
+check "Man pages" check_man_pages
 # The tests of the whole program run with g++ alone: the unit tests show what a compiler makes of the
 # sources.
 build_and_test clang -E '^tests\.'

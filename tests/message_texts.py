@@ -1,24 +1,15 @@
 """The messages as a reader of the streams sees them: identifier, severity, text.
 
-The severities stand here by hand; the texts come out of the program's table, so that a test can
-say which arguments stand in which place.
+All of it comes out of the program's own catalog, so that a test can say which message is printed
+with which arguments. test_messages.py holds the catalog against what users rely on.
 """
 
 import functools
+import json
 import os
 import pathlib
 import re
-
-INFORMATION = {1, 5, 28, 30, 37, 39, 43}
-WARNINGS = {36, 60}
-# Of set 33: what leaves a part of a schema out, but does not end the run.
-SCHEMA_WARNINGS = {8, 20, 21, 22, 23, 24, 25, 26}
-
-ROW = re.compile(
-    r"\{(\d+),\s*(\d+),\s*'([A-Z])',\s*(\d+),\s*((?:\"(?:[^\"\\]|\\.)*\"\s*)+)\}", re.DOTALL
-)
-PIECE = re.compile(r"\"((?:[^\"\\]|\\.)*)\"", re.DOTALL)
-ESCAPES = {"n": "\n", "t": "\t", '"': '"', "\\": "\\"}
+import subprocess
 
 
 def sources():
@@ -28,19 +19,16 @@ def sources():
 @functools.lru_cache(maxsize=None)
 def catalog():
     """(set, number) -> (severity, argument count, text)"""
-    table = {}
-    for row in ROW.finditer((sources() / "platform/messages/catalog.cpp").read_text()):
-        text = "".join(piece.group(1) for piece in PIECE.finditer(row.group(5)))
-        text = re.sub(r"\\(.)", lambda escape: ESCAPES[escape.group(1)], text)
-        table[int(row.group(1)), int(row.group(2))] = (row.group(3), int(row.group(4)), text)
-    return table
+    printer = pathlib.Path(os.environ["VARNEL_BUILD"]) / "docs/print_message_list"
+    printed = subprocess.run([printer, "--json"], check=True, capture_output=True, timeout=60).stdout
+    return {
+        (row["set"], row["number"]): (row["severity"], row["arguments"], row["text"])
+        for row in json.loads(printed)
+    }
 
 
 def severity(message_set, number):
-    if message_set == 33:
-        return "W" if number in SCHEMA_WARNINGS else "E"
-    assert message_set == 32
-    return "I" if number in INFORMATION else "W" if number in WARNINGS else "E"
+    return catalog()[message_set, number][0]
 
 
 def shown(argument):
@@ -52,7 +40,7 @@ def shown(argument):
 
 def render(message_set, number, arguments):
     assert (message_set, number) in catalog(), f"message {number} has no text"
-    _, count, text = catalog()[message_set, number]
+    letter, count, text = catalog()[message_set, number]
     assert count == len(arguments), f"message {number} takes {count} arguments"
     text = re.sub(r"%(\d)\$s", lambda place: shown(arguments[int(place.group(1)) - 1]), text)
-    return f"VNL{message_set:03d}{number:03d}{severity(message_set, number)}: {text}"
+    return f"VNL{message_set:03d}{number:03d}{letter}: {text}"

@@ -6,15 +6,28 @@ import re
 import shutil
 import subprocess
 
+import message_texts
 import pytest
 
 SOURCES = pathlib.Path(os.environ["VARNEL_SOURCES"])
 BINARY = pathlib.Path(os.environ["VARNEL_BINARY"]).resolve()
+BUILD = pathlib.Path(os.environ["VARNEL_BUILD"]).resolve()
+PAGES = ["varnel.1", "varnelConfig.5", "varnel-instance.conf.5"]
 SERVER_FILES = ["people1", "people2", "people3", "devices1", "devices2"]
 
 
 def read(name):
     return (SOURCES / name).read_text(encoding="utf-8")
+
+
+def made(name):
+    """A file that the build makes for readers."""
+    return (BUILD / "docs" / name).read_text(encoding="utf-8")
+
+
+def cache_entry(name):
+    cache = (BUILD / "CMakeCache.txt").read_text(encoding="utf-8")
+    return re.search(rf"^{name}:\w+=(.*)$", cache, re.MULTILINE)[1]
 
 
 def run(*command, directory):
@@ -108,7 +121,7 @@ def test_bundled_example_differs_by_the_schema(tmp_path):
 
 
 def test_example_of_the_configuration_page_is_accepted(tmp_path):
-    page = read("docs/varnelConfig.5")
+    page = made("varnelConfig.5")
     config = re.search(r"\.Bd [^\n]*\n(.*?)\.Ed", man_section(page, "EXAMPLES"), re.DOTALL)[1]
     config = config.replace("/var/tmp/split", str(tmp_path))
     config = config.replace("/var/backups/directory.ldif", str(tmp_path / "directory.ldif"))
@@ -120,7 +133,7 @@ def test_example_of_the_configuration_page_is_accepted(tmp_path):
 
 
 def test_configuration_page_has_every_key():
-    page = read("docs/varnelConfig.5")
+    page = made("varnelConfig.5")
     documented = re.findall(r"^\.It Cm (\w+) :", page, re.MULTILINE)
     documented += re.findall(r"^\.Cm (\w+)\nis another name of the key", page, re.MULTILINE)
     keys = re.findall(r'^const std::string \w+Key = "(\w+)";', read("config/configKeys.cpp"), re.MULTILINE)
@@ -129,22 +142,29 @@ def test_configuration_page_has_every_key():
     assert sorted(documented) == sorted(set(keys) - reserved)
 
 
-def option_string():
-    """The option letters of the program, each with whether it takes an argument."""
-    text = re.search(r"optionString = (.*?);", read("driver/main.cpp"), re.DOTALL)[1]
-    letters = "".join(re.findall(r"""["'](.*?)["']""", text))
-    assert letters.startswith(":")
-    return {letter: argument == ":" for letter, argument in re.findall(r"(\w)(:?)", letters)}
+def test_message_on_an_illegal_key_names_the_keys():
+    documented = re.findall(r"^\.It Cm (\w+) :", made("varnelConfig.5"), re.MULTILINE)
+    _, _, text = message_texts.catalog()[32, 4]
+    assert [key for key in documented if not re.search(rf"\b{key}\b", text)] == []
 
 
-def man_page_options():
-    rows = re.findall(r"^\.It Fl (\w)( Ar \w+)?$", man_section(read("docs/varnel.1"), "OPTIONS"), re.MULTILINE)
-    return {letter: bool(argument) for letter, argument in rows}
+def option_table():
+    """Of the program's options, in their order: letter, argument name (may be empty), meaning, default."""
+    printed = subprocess.run(
+        [BUILD / "driver/print_options", "table"], check=True, capture_output=True, encoding="utf-8"
+    ).stdout
+    return [tuple(line.split("\t")) for line in printed.splitlines()]
 
 
-def synopsis_options():
-    rows = re.findall(r"^\.Op Fl (\w)( Ar \w+)?$", man_section(read("docs/varnel.1"), "SYNOPSIS"), re.MULTILINE)
-    return {letter: bool(argument) for letter, argument in rows}
+def options_with_arguments():
+    return [(letter, argument) for letter, argument, _, _ in option_table()]
+
+
+def options_of_man_section(name, macro):
+    rows = re.findall(
+        rf"^\.{macro} Fl (\w)(?: Ar (\w+))?$", man_section(made("varnel.1"), name), re.MULTILINE
+    )
+    return [(letter, argument.upper()) for letter, argument in rows]
 
 
 def usage(directory):
@@ -153,43 +173,108 @@ def usage(directory):
     return done.stdout
 
 
-def usage_first_line_options(directory):
-    rows = re.findall(r"\[-(\w)( [A-Z]+)?\]", usage(directory).split("\n")[0])
-    return {letter: bool(argument) for letter, argument in rows}
+@pytest.mark.parametrize(
+    "section_name, macro", [("SYNOPSIS", "Op"), ("OPTIONS", "It")], ids=["synopsis", "options"]
+)
+def test_man_page_has_the_options_of_the_program(section_name, macro):
+    assert options_of_man_section(section_name, macro) == options_with_arguments()
 
 
-def usage_list_options(directory):
-    rows = re.findall(r"^  -(\w)( [A-Z]+)?  ", usage(directory), re.MULTILINE)
-    return {letter: bool(argument) for letter, argument in rows}
+def test_man_page_tells_each_default():
+    """Its paragraph has the first words of the default, those before a semicolon, or says "By default"."""
+    paragraphs = re.split(r"^\.It Fl ", man_section(made("varnel.1"), "OPTIONS"), flags=re.MULTILINE)[1:]
+    for (letter, _, _, default), paragraph in zip(option_table(), paragraphs, strict=True):
+        assert paragraph.startswith(letter)
+        value = default.split(";")[0]
+        told = re.search(r"[Tt]he default\b", paragraph) and value in paragraph
+        assert told or "\nBy default " in paragraph, letter
+
+
+def test_usage_has_every_option_with_meaning_and_default(tmp_path):
+    text = usage(tmp_path)
+    calls = re.findall(r"\[-(\w)(?: ([A-Z]+))?\]", text.split("\n")[0])
+    assert calls == options_with_arguments()
+    described = re.findall(
+        r"^  -(\w)(?: ([A-Z]+))?  +((?:.*\n)(?: {10,}.*\n)*)", text, re.MULTILINE
+    )
+    assert [
+        (letter, argument, " ".join(words.split())) for letter, argument, words in described
+    ] == [
+        (letter, argument, f"{meaning} (default: {default})")
+        for letter, argument, meaning, default in option_table()
+    ]
+    assert max(len(line) for line in text.splitlines()) < 80
+
+
+def test_version_is_the_project_s_wherever_it_is_told(tmp_path):
+    version = cache_entry("CMAKE_PROJECT_VERSION")
+    assert re.fullmatch(r"\d+\.\d+\.\d+", version)
+    assert usage(tmp_path).endswith(f"\nVersion {version}.\n")
+    for page in PAGES:
+        assert f"\nThis page describes version {version}.\n" in made(page)
+
+
+def test_version_stands_once_in_the_sources():
+    declared = f"VERSION {cache_entry('CMAKE_PROJECT_VERSION')} "
+    assert read("CMakeLists.txt").count(declared) == 1
+    version = re.compile(rf"\b{re.escape(declared.split()[1])}\b")
+    told = [
+        name
+        for name in ["README.md", "CONTRIBUTING.md", *map(str, (SOURCES / "docs").iterdir())]
+        if version.search(read(name))
+    ]
+    assert told == []
+
+
+def test_man_pages_name_the_directories_of_this_build(tmp_path):
+    # The program tells where it looks for an instance.
+    told = run("varnel", "-I", "absent", directory=tmp_path).stderr
+    instances = re.search(r"there is no directory (/.*)/absent,", told)[1]
+    schema = cache_entry("CMAKE_INSTALL_PREFIX") + "/share/varnel/schema/core.schema"
+    pages = {page: made(page) for page in PAGES}
+    assert f"\n.It Pa {instances}\n" in pages["varnel.1"]
+    assert f"\n.Pa {instances} .\n" in pages["varnel-instance.conf.5"]
+    assert f"\n.It Pa {instances}\n" in pages["varnel-instance.conf.5"]
+    assert f"\n.It Pa {schema}\n" in pages["varnel-instance.conf.5"]
+    assert f"\nsystemschema: {schema}\n" in pages["varnel-instance.conf.5"]
+    messages = cache_entry("CMAKE_INSTALL_PREFIX") + "/share/doc/varnel/messages.md"
+    assert f"\n.Pa {messages} .\n" in pages["varnel.1"]
+    # Nothing is left of the templates, and none of them names such a directory itself.
+    for page in PAGES:
+        assert "@" not in pages[page]
+        assert "/usr/" not in read(f"docs/{page}.in")
+
+
+def test_list_of_messages_has_each_once():
+    listed = re.findall(r"^## (VNL\d{6}[IWE]) \((\w+)\)$", made("messages.md"), re.MULTILINE)
+    kinds = {"I": "information", "W": "warning", "E": "error"}
+    assert listed == [
+        (f"VNL{message_set:03d}{number:03d}{severity}", kinds[severity])
+        for (message_set, number), (severity, _, _) in sorted(message_texts.catalog().items())
+    ]
 
 
 @pytest.mark.parametrize(
-    "documented",
+    "words, offered",
     [
-        lambda directory: man_page_options(),
-        lambda directory: synopsis_options(),
-        usage_first_line_options,
-        usage_list_options,
+        (["varnel", "-"], None),
+        (["varnel", "-d", ""], "1\n4\n5\n"),
+        (["varnel", "-f", "split."], "split.conf\n"),
+        (["varnel", "-I", "inst"], "instance\n"),
     ],
-    ids=["man page", "synopsis", "first line of the usage", "list of the usage"],
+    ids=["options", "debug levels", "files", "directories"],
 )
-def test_options_are_those_of_the_program(documented, tmp_path):
-    program = option_string()
-    assert len(program) == 4
-    assert documented(tmp_path) == program
-
-
-def test_completion_offers_the_options_of_the_program():
-    offered = re.search(r"\*\).*-W '([^']*)'", read("docs/varnel.bash-completion"))[1]
-    assert offered.split() == ["-" + letter for letter in option_string()]
-
-
-def test_completion_works_in_bash(tmp_path):
+def test_completion_works_in_bash(words, offered, tmp_path):
+    (tmp_path / "split.conf").touch()
+    (tmp_path / "instance.txt").touch()
+    (tmp_path / "instance").mkdir()
     script = (
-        f"source {SOURCES}/docs/varnel.bash-completion; COMP_WORDS=(varnel -); COMP_CWORD=1; _varnel; "
-        'echo "${COMPREPLY[@]}"'
+        'source "$0"; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _varnel; printf "%s\\n" "${COMPREPLY[@]}"'
     )
-    assert run("bash", "-c", script, directory=tmp_path).stdout == "-f -r -d -I\n"
+    if offered is None:
+        offered = "".join(f"-{letter}\n" for letter, _ in options_with_arguments())
+    done = run("bash", "-c", script, BUILD / "docs/varnel.bash-completion", *words, directory=tmp_path)
+    assert (done.stdout, done.stderr) == (offered, "")
 
 
 @pytest.mark.parametrize("page", ["README.md", "CONTRIBUTING.md"])

@@ -1,10 +1,15 @@
 """What an installation holds, and that it works where it was put."""
 
 import os
+import pathlib
+import re
 import shutil
 import subprocess
+import tarfile
 
 import pytest
+
+BUILD = pathlib.Path(os.environ["VARNEL_BUILD"])
 
 PROGRAM = r"""
 #include <dirclient.h>
@@ -32,15 +37,21 @@ def prefix(tmp_path_factory):
     return directory
 
 
-def test_every_file_is_there(prefix):
-    installed = {str(file.relative_to(prefix)) for file in prefix.rglob("*") if file.is_file()}
-    library = next(prefix.rglob("libdirclient.so")).relative_to(prefix)
-    assert library.parts[0] == "lib"
-    assert installed == {
+def cache_entry(name):
+    cache = (BUILD / "CMakeCache.txt").read_text(encoding="utf-8")
+    return re.search(rf"^{name}:\w+=(.*)$", cache, re.MULTILINE)[1]
+
+
+def files_of_an_installation(library):
+    version = cache_entry("CMAKE_PROJECT_VERSION")
+    return {
         "bin/varnel",
-        str(library),
+        library,
+        f"{library}.{version.split('.')[0]}",
+        f"{library}.{version}",
         "include/dirclient.h",
         "share/bash-completion/completions/varnel",
+        "share/doc/varnel/messages.md",
         "share/man/man1/varnel.1",
         "share/man/man5/varnel-instance.conf.5",
         "share/man/man5/varnelConfig.5",
@@ -51,6 +62,33 @@ def test_every_file_is_there(prefix):
         "share/varnel/examples/split/varnelConfig",
         "share/varnel/schema/core.schema",
     }
+
+
+def test_every_file_is_there(prefix):
+    installed = {str(file.relative_to(prefix)) for file in prefix.rglob("*") if file.is_file()}
+    library = next(prefix.rglob("libdirclient.so")).relative_to(prefix)
+    assert library.parts[0] == "lib"
+    assert installed == files_of_an_installation(str(library))
+
+
+def test_programs_are_bound_to_the_library_s_major_version(prefix):
+    library = next(prefix.rglob("libdirclient.so"))
+    version = cache_entry("CMAKE_PROJECT_VERSION")
+    assert library.resolve().name == f"libdirclient.so.{version}"
+    dynamic = run("readelf", "-d", library)
+    assert f"Library soname: [libdirclient.so.{version.split('.')[0]}]" in dynamic
+
+
+def test_package_has_the_version_and_every_file_below_the_prefix(tmp_path):
+    cpack = pathlib.Path(os.environ["VARNEL_CMAKE"]).with_name("cpack")
+    run(cpack, "--config", BUILD / "CPackConfig.cmake", "-B", tmp_path, cwd=tmp_path)
+    (package,) = tmp_path.glob("*.tar.gz")
+    assert package.name == f"varnel-{cache_entry('CMAKE_PROJECT_VERSION')}-Linux.tar.gz"
+    with tarfile.open(package) as archive:
+        names = {f"/{member.name.removeprefix('./')}" for member in archive if not member.isdir()}
+    prefix = cache_entry("CMAKE_INSTALL_PREFIX") + "/"
+    (library,) = (name for name in names if name.endswith("libdirclient.so"))
+    assert names == {prefix + name for name in files_of_an_installation(library.removeprefix(prefix))}
 
 
 def test_the_example_splits_by_the_installed_schema(prefix, tmp_path):

@@ -33,12 +33,12 @@ TOOL = [
     ["actors"],
     ["config"],
     ["actor_factory", "ldifsplit", "referrals"],
-    ["driver"],
+    ["driver", "command_line_options"],
     ["varnel"],
 ]
 # What serves tests, documentation and measurements; nothing above uses it.
 FOLDERS_BESIDE = {"bench", "docs", "fuzz", "testsupport"}
-TARGETS_BESIDE = {"instance_with_test_registry", "string_prep_lines"}
+TARGETS_BESIDE = {"instance_with_test_registry", "print_options", "string_prep_lines"}
 
 TARGETS = [target for target in build_targets.targets() if target.kind != "varnel_unit_tests"]
 UNIT_TESTS = [target for target in build_targets.targets() if target.kind == "varnel_unit_tests"]
@@ -185,105 +185,6 @@ def test_a_source_file_includes_its_own_header_first():
             if ANY_INCLUDE.search(text).group(1) != own:
                 wrong.append(name)
     assert wrong == []
-
-
-# --- Messages -------------------------------------------------------------------------------------
-
-CONSTANT = re.compile(r"constexpr int (\w+) = (\d+);")
-
-# Where the number is a parameter or comes with a problem.
-PASSED_ON = {
-    ("driver/getOptArgs.cpp", "missingArgumentMessage"): 46,
-    ("driver/getOptArgs.cpp", "usageMessage"): 5,
-}
-OF_PROBLEMS = {"platform/schema/ldcf_api_schema.cpp"}
-THE_FACILITY = {"platform/messages/PrintMessage.cpp", "platform/messages/PrintMessage.h"}
-
-
-def arguments_behind(text, at):
-    """The arguments of the call whose opening parenthesis is at `at`."""
-    arguments, depth, quoted, current = [], 0, False, ""
-    while True:
-        c = text[at]
-        if quoted:
-            quoted = c != '"' or text[at - 1] == "\\"
-        elif c == '"':
-            quoted = True
-        elif c in "([{":
-            depth += 1
-        elif c in ")]}":
-            depth -= 1
-        if depth == 0 or (depth == 1 and c == "," and not quoted):
-            arguments.append(current.strip())
-            current = ""
-            if depth == 0:
-                return arguments
-        elif not (depth == 1 and c == "(" and current == "" and arguments == []):
-            current += c
-        at += 1
-
-
-def printed_messages():
-    """(file, set, number, argument count) of each call that tells its number."""
-    found = []
-    for name, text in product().items():
-        if name in THE_FACILITY | OF_PROBLEMS:
-            continue
-        constants = {key: int(value) for key, value in CONSTANT.findall(text)}
-        for call in re.finditer(r"\bPrintMessage(?=\()", text):
-            message_set, one, number, *rest = arguments_behind(text, call.end())
-            assert one == "1", name
-            if (name, number) in PASSED_ON:
-                found.append((name, 32, PASSED_ON[name, number], len(rest)))
-                continue
-            values = [int(constants.get(x, x)) for x in (message_set, number)]
-            found.append((name, *values, len(rest)))
-    return found
-
-
-def test_arguments_of_a_call_are_told_apart():
-    text = 'f(32, 1, 7, name(a, b).c_str(), "x, \\"(", z[1, 2])'
-    assert arguments_behind(text, 1) == [
-        "32", "1", "7", "name(a, b).c_str()", '"x, \\"("', "z[1, 2]"
-    ]  # fmt: skip
-
-
-def test_every_printed_message_has_a_text_for_its_arguments():
-    found = printed_messages()
-    assert len(found) > 25
-    catalog = message_texts.catalog()
-    wrong = [
-        call
-        for call in found
-        if (call[1], call[2]) not in catalog or catalog[call[1], call[2]][1] != call[3]
-    ]
-    assert wrong == []
-
-
-def test_every_message_of_the_tool_is_printed_somewhere():
-    printed = {number for _, message_set, number, _ in printed_messages() if message_set == 32}
-    assert printed == {number for message_set, number in message_texts.catalog() if message_set == 32}
-
-
-# Number -> count of arguments, as users and their scripts know them.
-KNOWN = {1: 1, 2: 1, 4: 1, 5: 1, 6: 2, 7: 2, 8: 1, 13: 1, 17: 3, 19: 3, 27: 0, 28: 0, 30: 1, 33: 2,
-         34: 1, 36: 1, 37: 1, 39: 0, 40: 1, 41: 1, 43: 1, 46: 1, 48: 2, 49: 1, 51: 2, 52: 1, 60: 2,
-         61: 2}  # fmt: skip
-
-
-def test_the_messages_of_the_tool_and_their_severities():
-    rows = {key[1]: row for key, row in message_texts.catalog().items() if key[0] == 32}
-    assert {number: row[1] for number, row in rows.items()} == KNOWN
-    assert {number: row[0] for number, row in rows.items()} == {
-        number: message_texts.severity(32, number) for number in KNOWN
-    }
-
-
-def test_a_text_shows_each_of_its_arguments():
-    for (message_set, number), (_, count, text) in message_texts.catalog().items():
-        places = {int(place) for place in re.findall(r"%(\d)\$s", text)}
-        assert places == set(range(1, count + 1)), (message_set, number)
-        assert text.count("%") == len(re.findall(r"%\d\$s", text)), (message_set, number)
 
 
 # --- The environment ------------------------------------------------------------------------------

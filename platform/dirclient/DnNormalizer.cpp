@@ -6,6 +6,7 @@
 #include "platform/dirclient/NormalFormScan.h"
 #include "platform/dirclient/normalizeValue.h"
 #include "platform/text/ascii.h"
+#include "platform/text/upperCaseCopy.h"
 
 namespace dirclient {
 namespace {
@@ -65,28 +66,26 @@ bool DnNormalizer::normalize(std::string_view dn) {
 }
 
 bool DnNormalizer::scan(std::string_view dn) {
-  auto keep = [this](const NormalAva& ava) { avas_.push_back(ava); };
-  NormalFormScan<true, decltype(keep)> scan(dn, schema_, keep);
-  if (!scan.run()) {
+  NormalFormScan scan(dn, schema_);
+  if (!scan.run([this](const NormalAva& ava) { avas_.push_back(ava); })) {
     return false;
   }
   rdnCount_ = scan.rdnCount();
   written_ = dn;
   if (scan.sawLowerCase()) {
-    writeUpperCase(dn);
+    writeInUpperCase(dn);
   }
-  text_ = written_;
+  sortAvas();
   return true;
 }
 
-/// Writes types, and values that ignore case, in upper case.
-void DnNormalizer::writeUpperCase(std::string_view dn) {
-  writtenBuffer_ = dn;
+/// Writes all but the values that do not ignore case in upper case.
+void DnNormalizer::writeInUpperCase(std::string_view dn) {
+  writtenBuffer_.resize(dn.size());
+  text::upperCaseCopy(dn.data(), dn.size(), writtenBuffer_.data());
   for (const NormalAva& ava : avas_) {
-    char* const text = writtenBuffer_.data();
-    char* const end = text + (ava.ignoresCase ? ava.end : ava.equals);
-    for (char* c = text + ava.begin; c != end; ++c) {
-      *c = text::toAsciiUpper(*c);
+    if (!ava.ignoresCase) {
+      dn.copy(writtenBuffer_.data() + ava.equals, ava.end - ava.equals, ava.equals);
     }
   }
   written_ = writtenBuffer_;
@@ -123,14 +122,19 @@ bool DnNormalizer::parse(std::string_view dn) {
   return true;
 }
 
+/// Makes the text from what was written: the parts of each RDN in the order of their bytes.
 void DnNormalizer::sortAvas() {
   const auto textOf = [this](const NormalAva& ava) {
     return written_.substr(ava.begin, ava.end - ava.begin);
   };
   const auto before = [&](const NormalAva& a, const NormalAva& b) { return textOf(a) < textOf(b); };
+  const auto isOutOfOrder = [&](const NormalAva& a, const NormalAva& b) {
+    return !a.lastInRdn && before(b, a);
+  };
 
   text_ = written_;
-  if (static_cast<std::size_t>(rdnCount_) == avas_.size()) {
+  if (static_cast<std::size_t>(rdnCount_) == avas_.size() ||
+      std::adjacent_find(avas_.begin(), avas_.end(), isOutOfOrder) == avas_.end()) {
     return;
   }
   std::pmr::vector<NormalAva> sorted(avas_, avas_.get_allocator());
@@ -154,11 +158,6 @@ bool DnNormalizer::fail() {
   text_ = {};
   rdnCount_ = 0;
   return false;
-}
-
-bool isKnownNormal(std::string_view dn, const schema::Schema* schema) {
-  auto ignore = [](const NormalAva& /*ava*/) {};
-  return NormalFormScan<false, decltype(ignore)>(dn, schema, ignore).run();
 }
 
 }  // namespace dirclient

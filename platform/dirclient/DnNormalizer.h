@@ -19,23 +19,13 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/dirclient/NormalAva.h"
+
 namespace schema {
 class Schema;
 }
 
 namespace dirclient {
-
-/// The largest number of RDNs in a usable DN; it bounds every walk from a DN to its ancestors.
-constexpr std::int32_t maximalRdnCount = 4096;
-
-/// One assertion inside a normalised text: TYPE from `begin`, '=' at `equals`, VALUE up to `end`.
-struct NormalAva {
-  std::size_t begin;
-  std::size_t equals;
-  std::size_t end;
-  bool lastInRdn;
-  bool ignoresCase;  // the value is in upper case
-};
 
 /// Normalises one DN. The working memory stands in the object, on the stack where the object does:
 /// a DN of ordinary length needs no heap.
@@ -63,7 +53,7 @@ class DnNormalizer {
 
  private:
   bool scan(std::string_view dn);
-  void writeUpperCase(std::string_view dn);
+  void writeInUpperCase(std::string_view dn);
   bool parse(std::string_view dn);
   void sortAvas();
   bool fail();
@@ -79,10 +69,6 @@ class DnNormalizer {
   std::string_view text_;
   std::int32_t rdnCount_ = 0;
 };
-
-/// Whether `dn` is recognised as its own normal form, in one scan and without memory. "No" says
-/// nothing.
-bool isKnownNormal(std::string_view dn, const schema::Schema* schema);
 
 }  // namespace dirclient
 

@@ -25,8 +25,8 @@ typedef struct ldap_escRDN {
 } ldap_escRDN;
 
 /** A parsed DN: its RDNs from left to right, their number, and the normal form, the one text that
- *  every spelling of the DN maps to. A text that is no DN, the empty DN, and a DN of more than 4096
- *  RDNs have an empty normal form, no RDNs and the count 0. */
+ * every spelling of the DN maps to. A text that is no DN, the empty DN, and a DN of more than 4096
+ * RDNs have an empty normal form, no RDNs and the count 0. */
 typedef struct ldap_escDN {
   ldap_escRDN* firstRDN;
   int32_t rdnCount;
@@ -34,21 +34,21 @@ typedef struct ldap_escDN {
 } ldap_escDN;
 
 /** Parses and normalises a NUL-terminated DN without a schema: every value compares without regard
- *  to case, as by caseIgnoreMatch (RFC 4517, section 4.2.11). Returns a record for every input,
+ * to case, as by caseIgnoreMatch (RFC 4517, section 4.2.11). Returns a record for every input,
  * NULL included; the caller releases it with free_ldap_escDN(). */
 ldap_escDN* dn_normalize_light_esc(const char* dn);
 
 /** The same by the loaded schema: each attribute by its EQUALITY rule and under its first name. An
- *  attribute that the schema does not know, and any attribute while no schema is loaded, is treated
+ * attribute that the schema does not know, and any attribute while no schema is loaded, is treated
  * as by dn_normalize_light_esc(). */
 ldap_escDN* dn_normalize_esc(const char* dn);
 
 /** Releases a record and sets the caller's pointer to it to NULL. NULL, and a pointer to NULL, are
- *  allowed. */
+ * allowed. */
 void free_ldap_escDN(ldap_escDN** dn);
 
 /** The debug level, a bit mask: 1 the tool's own traces, 2 DNs that could not be parsed, 4 hash
- *  decisions, 8 schema. The lines go to standard error. Writing bit 1 sets bit 0x4000000 of the
+ * decisions, 8 schema. The lines go to standard error. Writing bit 1 sets bit 0x4000000 of the
  * trace mask trcEvents; nothing here clears it. */
 int read_ldap_debug(void);
 void write_ldap_debug(int level);

@@ -4,13 +4,17 @@
 #include <string_view>
 
 #include "platform/dirclient/DnNormalizer.h"
+#include "platform/dirclient/NormalDn.h"
+#include "platform/dirclient/NormalFormScan.h"
 #include "platform/dirclient/dirclient.h"
 #include "platform/dirclient/ldap_debug.h"
-#include "platform/dirclient/separatesRdns.h"
 
 namespace {
 
 using dirclient::DnNormalizer;
+using dirclient::NormalAva;
+using dirclient::NormalDn;
+using dirclient::NormalFormScan;
 
 /// FNV-1a, 64 bits.
 std::uint64_t fnv1a(std::string_view bytes) {
@@ -45,44 +49,68 @@ int jumpConsistentHash(std::uint64_t hash, int buckets) {
   return static_cast<int>(bucket);
 }
 
-/// The last RDN of a normal form.
-std::string_view lastRdn(std::string_view text) {
-  for (auto comma = text.rfind(','); comma != std::string_view::npos;
-       comma = comma == 0 ? std::string_view::npos : text.rfind(',', comma - 1)) {
-    if (dirclient::separatesRdns(text.data(), comma)) {
-      return text.substr(comma + 1);
-    }
-  }
-  return text;
-}
-
-/// What decides of a DN: its RDN directly below the base DN, or all of it where it is not below.
-std::string_view decidingPart(std::string_view dn, std::string_view baseDn) {
-  if (baseDn.empty() || dn.size() < baseDn.size() + 2 || !dn.ends_with(baseDn)) {
-    return dn;
-  }
-  const auto comma = dn.size() - baseDn.size() - 1;
-  if (dn[comma] != ',' || !dirclient::separatesRdns(dn.data(), comma)) {
-    return dn;
-  }
-  return lastRdn(dn.substr(0, comma));
-}
-
 void debugDecision(std::string_view part, int server, int serverCount) {
   char what[64];
   std::snprintf(what, sizeof what, "server %d of %d by", server, serverCount);
   dirclient::debugLine(what, part);
 }
 
-/// The light normal form of a DN; the text itself where that is known to be in normal form.
+int serverOfPart(std::string_view part, int serverCount) {
+  const int server = jumpConsistentHash(mix(fnv1a(part)), serverCount) + 1;
+  if (dirclient::debugging(dirclient::debugHash)) {
+    debugDecision(part, server, serverCount);
+  }
+  return server;
+}
+
+/// Whether the comma at `at` of a normal form separates two RDNs: an odd number of `\` before it
+/// makes it a part of a value.
+bool separatesRdns(std::string_view normalForm, std::size_t at) {
+  std::size_t backslashes = 0;
+  while (backslashes < at && normalForm[at - 1 - backslashes] == '\\') {
+    ++backslashes;
+  }
+  return backslashes % 2 == 0;
+}
+
+/// The last RDN of a normal form.
+std::string_view lastRdn(std::string_view normalForm) {
+  for (auto comma = normalForm.rfind(','); comma != std::string_view::npos;
+       comma = comma == 0 ? std::string_view::npos : normalForm.rfind(',', comma - 1)) {
+    if (separatesRdns(normalForm, comma)) {
+      return normalForm.substr(comma + 1);
+    }
+  }
+  return normalForm;
+}
+
+/// Whether the normal form `dn` is a name below the normal form `baseDn`.
+bool isBelow(std::string_view dn, std::string_view baseDn) {
+  if (baseDn.empty() || dn.size() < baseDn.size() + 2 || !dn.ends_with(baseDn)) {
+    return false;
+  }
+  const auto comma = dn.size() - baseDn.size() - 1;
+  return dn[comma] == ',' && separatesRdns(dn, comma);
+}
+
+/// Of a DN below the base DN, the RDN directly below that.
+std::string_view rdnBelow(std::string_view dn, std::string_view baseDn) {
+  return lastRdn(dn.substr(0, dn.size() - baseDn.size() - 1));
+}
+
+/// The light normal form of a text; the text itself where that is one already, at the cost of one
+/// pass.
 class LightNormalForm {
  public:
-  explicit LightNormalForm(std::string_view dn) : text_(dn) {
-    if (!dirclient::isKnownNormal(dn, nullptr)) {
-      normalizer_.emplace();
-      normalizer_->normalize(dn);
-      text_ = normalizer_->text();
+  explicit LightNormalForm(std::string_view text) : text_(text) {
+    NormalFormScan scan(text, nullptr);
+    const auto ignore = [](const NormalAva& /*ava*/) {};
+    if (scan.run(ignore) && !scan.sawLowerCase() && !scan.hasSeveralValues()) {
+      return;
     }
+    normalizer_.emplace();
+    normalizer_->normalize(text);
+    text_ = normalizer_->text();
   }
 
   std::string_view text() const { return text_; }
@@ -92,6 +120,13 @@ class LightNormalForm {
   std::optional<DnNormalizer> normalizer_;
 };
 
+int serverOfTexts(std::string_view dn, std::string_view baseDn, int serverCount) {
+  const LightNormalForm entry(dn);
+  const LightNormalForm base(baseDn);
+  const bool below = isBelow(entry.text(), base.text());
+  return serverOfPart(below ? rdnBelow(entry.text(), base.text()) : entry.text(), serverCount);
+}
+
 std::string_view orEmpty(const char* text) {
   return text != nullptr ? std::string_view(text) : std::string_view();
 }
@@ -99,15 +134,20 @@ std::string_view orEmpty(const char* text) {
 }  // namespace
 
 int get_hash_value_from_dn(const char* dn, const char* baseDn, int serverCount) {
+  return serverCount < 1 ? 0 : serverOfTexts(orEmpty(dn), orEmpty(baseDn), serverCount);
+}
+
+int dirclient::serverOf(const NormalDn& dn, const NormalDn& baseDn, int serverCount) {
   if (serverCount < 1) {
     return 0;
   }
-  const LightNormalForm entry(orEmpty(dn));
-  const LightNormalForm base(orEmpty(baseDn));
-  const std::string_view part = decidingPart(entry.text(), base.text());
-  const int server = jumpConsistentHash(mix(fnv1a(part)), serverCount) + 1;
-  if (dirclient::debugging(dirclient::debugHash)) {
-    debugDecision(part, server, serverCount);
+  if (!isBelow(dn.text(), baseDn.text())) {
+    return serverOfTexts(dn.text(), baseDn.text(), serverCount);
   }
-  return server;
+  const std::size_t above = dn.rdnBegin(dn.rdnCount() - baseDn.rdnCount() - 1);
+  const std::size_t end = dn.text().size() - baseDn.text().size() - 1;
+  const std::string_view rdn = std::string_view(dn.text()).substr(above, end - above);
+  // Normalising lightly what a schema made of the names keeps their RDNs apart, so that of all RDNs
+  // one is enough.
+  return serverOfPart(dn.isBySchema() ? LightNormalForm(rdn).text() : rdn, serverCount);
 }

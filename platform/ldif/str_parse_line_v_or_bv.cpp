@@ -1,35 +1,15 @@
 #include "platform/ldif/str_parse_line_v_or_bv.h"
 
-#include <array>
 #include <climits>
 #include <cstring>
 #include <string>
-#include <string_view>
 
+#include "platform/ldif/attributeDescription.h"
+#include "platform/text/ascii.h"
 #include "platform/text/base64.h"
+#include "platform/text/escape.h"
 
 namespace {
-
-constexpr std::array<bool, 256> typeCharacters = [] {
-  std::array<bool, 256> table{};
-  for (const char c : std::string_view("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"
-                                       "0123456789-_.")) {
-    table[static_cast<unsigned char>(c)] = true;
-  }
-  return table;
-}();
-
-bool isTypeCharacter(char c) {
-  return typeCharacters[static_cast<unsigned char>(c)];
-}
-
-bool isHexDigit(char c) {
-  return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
-}
-
-bool isControl(char c) {
-  return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
-}
 
 char* skipBlanks(char* at) {
   while (*at == ' ') {
@@ -68,59 +48,28 @@ char* unfold(char* line) {
   }
 }
 
-/// Behind the attribute description at `at` (its type, then its options), or a null pointer. Some
-/// byte that belongs to none, such as a NUL or a line feed, has to follow.
-template <typename Char>
-Char* skipAttributeDescription(Char* at) {
-  for (;;) {
-    Char* const part = at;
-    while (isTypeCharacter(*at)) {
-      ++at;
-    }
-    if (at == part) {
-      return nullptr;
-    }
-    if (*at != ';') {
-      return at;
-    }
-    ++at;
-  }
-}
-
 /// The DN text of `length` bytes at `dn`, made safe for one line: see the header. Leading blanks
 /// are gone already.
 std::string dnOnOneLine(const char* dn, std::size_t length) {
-  constexpr std::string_view digits = "0123456789ABCDEF";
   std::string safe;
   safe.reserve(length + 16);
-  const auto appendHex = [&](char c) {
-    const auto byte = static_cast<unsigned char>(c);
-    safe += '\\';
-    safe += digits[byte >> 4U];
-    safe += digits[byte & 0xFU];
-  };
   for (std::size_t i = 0; i < length; ++i) {
     const bool escape = dn[i] == '\\' && i + 1 < length;
     const char c = escape ? dn[i + 1] : dn[i];
     const bool lastEscapedBlank = escape && c == ' ' && i + 2 == length;
-    if (isControl(c) || lastEscapedBlank) {
-      appendHex(c);
-      i += escape ? 1 : 0;
-    } else if (escape) {
-      const bool hexPair = i + 2 < length && isHexDigit(c) && isHexDigit(dn[i + 2]);
-      const std::size_t more = hexPair ? 2 : 1;
-      safe.append(dn + i, 1 + more);
-      i += more;
+    if (text::isAsciiControl(c) || lastEscapedBlank) {
+      text::appendHexEscape(c, safe);
     } else {
-      safe += c;
+      safe.append(dn + i, escape ? 2 : 1);
     }
+    i += escape ? 1 : 0;
   }
   return safe;
 }
 
 bool needsRewriting(const char* dn, std::size_t length) {
   for (std::size_t i = 0; i < length; ++i) {
-    if (isControl(dn[i])) {
+    if (text::isAsciiControl(dn[i])) {
       return true;
     }
   }
@@ -173,7 +122,7 @@ int str_parse_line_v_or_bv(char* line, char** type, char** value, int* valueLeng
   if (end == line) {
     return ldifLineSkipped;
   }
-  char* const typeEnd = skipAttributeDescription(line);
+  char* const typeEnd = ldif::skipAttributeDescription(line);
   if (typeEnd == nullptr) {
     return ldifLineInvalid;
   }
@@ -210,16 +159,4 @@ int str_parse_line_v_or_bv(char* line, char** type, char** value, int* valueLeng
   *value = at;
   *valueLength = clampToInt(length);
   return ldifLineParsed;
-}
-
-bool isPlainAttributeLine(const char* line, std::size_t size) {
-  if (size == 0 || line[size - 1] != '\n') {
-    return false;
-  }
-  const char* const colon = skipAttributeDescription(line);
-  // The line feed at the end stops the search at the latest, so that a byte follows a colon.
-  // A fold right behind the colon may hide a second one.
-  return colon != nullptr && *colon == ':' && colon[1] != ':' && colon[1] != '<' &&
-         colon[1] != '\r' && (colon[1] != '\n' || colon + 2 == line + size) &&
-         !(colon - line == 2 && line[0] == 'd' && line[1] == 'n');
 }

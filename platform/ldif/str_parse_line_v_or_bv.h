@@ -2,8 +2,6 @@
 #ifndef PLATFORM_LDIF_STR_PARSE_LINE_V_OR_BV_H
 #define PLATFORM_LDIF_STR_PARSE_LINE_V_OR_BV_H
 
-#include <cstddef>
-
 /* Results of str_parse_line_v_or_bv. */
 enum {
   ldifLineParsed = 0,   /* type and value are set */
@@ -36,10 +34,5 @@ enum { ldifValuePlain = 0, ldifValueBase64 = 1, ldifValueUrl = 2 };
 /// pointers. Safe to call from any thread.
 int str_parse_line_v_or_bv(char* line, char** type, char** value, int* valueLength, int flag,
                            char** url, int* encoding);
-
-/// Whether str_parse_line_v_or_bv is sure to find a plain value of another type than "dn" in the
-/// logical line of `size` bytes at `line`, so that a caller who only copies lines need not take it
-/// apart. "No" says nothing. The line is not changed.
-bool isPlainAttributeLine(const char* line, std::size_t size);
 
 #endif

@@ -74,33 +74,8 @@ TEST_P(LineRow, Parses) {
   EXPECT_EQ(parse(GetParam().line), GetParam().expected);
 }
 
-TEST_P(LineRow, IsCalledPlainOnlyIfItIs) {
-  const Parsed& expected = GetParam().expected;
-  const std::string& line = GetParam().line;
-  if (isPlainAttributeLine(line.data(), line.size())) {
-    EXPECT_EQ(expected.result, ldifLineParsed);
-    EXPECT_EQ(expected.encoding, ldifValuePlain);
-    EXPECT_NE(expected.type, "dn");
-  }
-}
-
 TEST(Line, LineFeedThatIsNoFoldIsInvalid) {
   EXPECT_EQ(parse("cn: Jo\nsn: x\n"), invalid);
-}
-
-TEST(PlainAttributeLine, IsRecognised) {
-  for (const std::string line : {"cn: Jo\n", "cn;lang-de: Jo\r\n", "cn:\n", "2.5.4.3:Jo\n",
-                                 "cn: Jo\n hn\n", "cn: a:b::c\n", "dnx: a\n", "DN: a\n"}) {
-    EXPECT_TRUE(isPlainAttributeLine(line.data(), line.size())) << line;
-  }
-}
-
-TEST(PlainAttributeLine, IsNotRecognised) {
-  for (const std::string line : {"cn:: Sm8=\n", "cn:< file:x\n", "dn: o=x\n", "cn Jo\n", ": Jo\n",
-                                 "cn:\n :!!!\n", "cn:\r\n :!!!\n", "cn:\n <x\n", "cn: Jo", "", "\n",
-                                 "c\n n: Jo\n", "d\n n: o=x\n", "cn;: Jo\n", " cn: Jo\n"}) {
-    EXPECT_FALSE(isPlainAttributeLine(line.data(), line.size())) << line;
-  }
 }
 
 INSTANTIATE_TEST_SUITE_P(

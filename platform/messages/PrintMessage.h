@@ -1,30 +1,34 @@
-// The one door for texts that the user reads: messages leave through the catalog, by number.
+// Prints the messages that the user reads. Their texts stand in the catalog; a call names one by
+// its number. Apart from traces, nothing else prints text.
 #ifndef PLATFORM_MESSAGES_PRINTMESSAGE_H
 #define PLATFORM_MESSAGES_PRINTMESSAGE_H
 
 /// Prints one message as one line: "VNL", set and number in three digits each, the severity letter,
 /// ": " and the text with the arguments in its places. Severity I goes to standard output, W and E
 /// to standard error; the stream is flushed. Line ends and other control bytes in an argument are
-/// shown as `\` and two hexadecimal digits, so that a message
-/// stays one line (only the usage text has several).
+/// shown as `\` and two hexadecimal digits, so that a message stays one line (only the usage text
+/// has several).
 ///
-/// `one` is always 1. The further arguments are all `const char*`, as many as the catalog has for
-/// the message; a number without a text prints its identifier alone through this function.
+/// `one` is always 1 and is not looked at. The further arguments are all `const char*`, as many as
+/// the catalog says for the message. Of a number that the catalog does not have, this function can
+/// only print the identifier.
 void PrintMessage(int set, int one, int number, ...);
 
-/// What PrintMessage does, with the arguments counted. A number without a text prints its
-/// identifier and its arguments; a place without an argument prints as nothing.
+/// Prints a message as PrintMessage does. The caller says how many arguments there are, so a number
+/// that the catalog does not have prints its identifier and its arguments. A place in the text
+/// whose argument is missing or a null pointer stays empty.
 void printMessageWithArguments(int set, int number, const char* const* arguments, int count);
 
-/// The form that a call with arguments picks: the compiler checks that each is a `const char*`.
+/// A call with arguments takes this form instead of the first one: here the compiler checks that
+/// each argument is a `const char*`.
 template <typename... More>
 void PrintMessage(int set, int /*one*/, int number, const char* first, More... more) {
   const char* const arguments[] = {first, more...};
   printMessageWithArguments(set, number, arguments, 1 + static_cast<int>(sizeof...(more)));
 }
 
-/// Registers the error file by name; a null pointer takes the registration back. Nothing is written
-/// to it here: its only lines are the failing line numbers that the driver appends.
+/// Registers the name of the error file; a null pointer registers none. No message is written to
+/// that file: its only lines are the failing line numbers that the driver appends.
 void write_g_errorFile(const char* name);
 
 /// The registered error file's name, or an empty text. Valid until the next write_g_errorFile.

@@ -81,26 +81,6 @@ INSTANTIATE_TEST_SUITE_P(Catalog, CatalogRow,
                          ::testing::ValuesIn(messageCatalog().begin(), messageCatalog().end()),
                          [](const auto& row) { return nameOf(row.param); });
 
-TEST(Catalog, HoldsEveryNumberOfTheTool) {
-  for (const int number : {1,  2,  4,  5,  6,  7,  8,  13, 17, 19, 27, 28, 30, 33,
-                           34, 36, 37, 39, 40, 41, 43, 46, 48, 49, 51, 52, 60, 61}) {
-    EXPECT_NE(findMessage(32, number), nullptr) << number;
-  }
-}
-
-TEST(Catalog, SeveritiesOfTheTool) {
-  const std::set<int> information = {1, 5, 28, 30, 37, 39, 43};
-  const std::set<int> warnings = {36, 60};
-  for (const CatalogMessage& message : messageCatalog()) {
-    if (message.set == 32) {
-      const char expected = information.count(message.number) != 0 ? 'I'
-                            : warnings.count(message.number) != 0  ? 'W'
-                                                                   : 'E';
-      EXPECT_EQ(message.severity, expected) << message.number;
-    }
-  }
-}
-
 TEST(PrintMessage, FillsThePlacesInTheTextsOrder) {
   const Output output = captured([] { PrintMessage(32, 1, 48, "logfile", "7"); });
   EXPECT_THAT(output.err, StartsWith("VNL032048E: Configuration file, line 7: \"logfile\""));
@@ -132,17 +112,6 @@ TEST(PrintMessage, PercentSignsInAnArgumentAreText) {
 TEST(PrintMessage, LineEndsInAnArgumentDoNotBreakTheLine) {
   const Output output = captured([] { PrintMessage(32, 1, 1, "a\nVNL032039I: b\x7f"); });
   EXPECT_EQ(output.out, "VNL032001I: Configuration file: a\\0AVNL032039I: b\\7F\n");
-}
-
-TEST(PrintMessage, UsageNamesEveryOptionWithItsDefault) {
-  const Output output = captured([] { PrintMessage(32, 1, 5, "varnel"); });
-  for (const char* option : {"-f FILE", "-r ", "-d LEVEL", "-I INSTANCE"}) {
-    EXPECT_THAT(output.out, HasSubstr(option));
-  }
-  for (const char* value :
-       {"default: ./varnelConfig", "default: off", "default: 0", "default: none"}) {
-    EXPECT_THAT(output.out, HasSubstr(value));
-  }
 }
 
 TEST(ErrorFile, IsRegisteredByNameAndNotWritten) {

@@ -4,6 +4,8 @@
 #include <iterator>
 #include <utility>
 
+#include "platform/messages/usageText.h"
+
 namespace {
 
 // The identifier of a message never changes and is never used again: users search for it.
@@ -18,29 +20,15 @@ constexpr CatalogMessage catalog[] = {
      "basedirectory, inputfile, logfile, defaultoutputfile, splitby) stand before the first "
      "basedn, basedirectory before every file name; after a basedn only url, file and basedn may "
      "follow. Every line reads \"key: value\"."},
-    {32, 5, 'I', 1,
-     "Usage: %1$s [-f FILE] [-r] [-d LEVEL] [-I INSTANCE]\n"
-     "Splits the entries of one LDIF file over the LDIF files of back-end servers.\n"
-     "  -f FILE      configuration file: names the input, the base DNs, the servers\n"
-     "               and their output files (default: ./varnelConfig)\n"
-     "  -r           recovery mode: log and output files must exist already; the\n"
-     "               output files are overwritten, from the first line of the input\n"
-     "               (default: off; no output file may exist)\n"
-     "  -d LEVEL     debug output on standard error, a sum of 1 (what the run does)\n"
-     "               and 4 (hash decisions) (default: 0)\n"
-     "  -I INSTANCE  name or directory of the server instance whose schema decides\n"
-     "               which spellings of a DN are the same (default: none; values\n"
-     "               compare without regard to case)\n"
-     "Exit status: 0 success, or this text; 1 failure; 2 failure of the split in\n"
-     "lines 1 to 9 of the input or in no line of it."},
+    {32, 5, 'I', 1, usageText},
     {32, 6, 'E', 2,
      "Configuration file: \"%1$s\" is not a value that %2$s can have. actiontype takes "
      "splitonly, splitby takes rdnhash or numservers, basedn takes a DN, url takes an LDAP URL; "
      "no value may be empty."},
     {32, 7, 'E', 2,
-     "File %1$s does not exist or cannot be opened (configuration file line %2$s; line 0 is a "
-     "name by default or the log file). Check the name, the directory and your permissions; with "
-     "-r, output files must exist already."},
+     "File %1$s does not exist or cannot be opened. It is named on line %2$s of the configuration "
+     "file; 0 stands for the log file and for a name that no line gives. Check the name, the "
+     "directory and your permissions; with -r, output files must exist already."},
     {32, 8, 'E', 1,
      "File %1$s exists and is not overwritten. Move it away or name another file; -r overwrites "
      "existing files."},
@@ -63,13 +51,14 @@ constexpr CatalogMessage catalog[] = {
      "anew, from the first line of the input."},
     {32, 33, 'E', 2,
      "Input file %2$s, line %1$s: not valid LDIF. A line reads \"type: value\" or \"type:: "
-     "base64\", a comment starts with #, a continuation with one space; physical lines of more "
-     "than 4095 characters must be folded."},
+     "base64\", a comment starts with #, a continuation with one space. A physical line of more "
+     "than 4095 bytes is read in pieces, each of which has to be such a line of its own: fold "
+     "lines that are longer."},
     {32, 34, 'E', 1,
-     "The split stopped at input line %1$s; the entries before it are in the output files. Line "
-     "0: the input file or an output file cannot be opened or created (check its name, your "
-     "permissions and free space). Otherwise that line cannot be read, is not valid LDIF, or is "
-     "a dn line without a valid DN: mend it, remove the output files and run again."},
+     "The split stopped at input line %1$s; the output files are not complete. Line 0: the input "
+     "file or an output file cannot be opened or created (check its name, your permissions and "
+     "free space). Otherwise that line cannot be read, is not valid LDIF, or is a dn line without "
+     "a valid DN. Mend the fault, remove the output files and run again."},
     {32, 36, 'W', 1,
      "No defaultoutputfile is configured: entries below no base DN go to %1$s in the working "
      "directory."},
@@ -97,9 +86,9 @@ constexpr CatalogMessage catalog[] = {
      "Output file %1$s cannot be written. Check free space, quota and file size limit, remove "
      "the output files and run again."},
     {32, 60, 'W', 2,
-     "Input file %2$s, line %1$s: a physical line of more than 4095 characters is read in "
-     "pieces, and this piece changes the output. Fold the input to lines of at most 4095 "
-     "characters and run again."},
+     "Input file %2$s, line %1$s: a physical line of more than 4095 bytes is read in pieces, "
+     "and this piece changes the output. Fold the input to lines of at most 4095 bytes and run "
+     "again."},
     {32, 61, 'E', 2,
      "The split needs %1$s open files at a time, but only %2$s can be had: raise the limit of "
      "open files (ulimit -n) and run again."},

@@ -14,7 +14,7 @@ struct CatalogMessage {
   const char* text;
 };
 
-/// Every message, ordered by set and number.
+/// All messages, ordered by set and number.
 std::span<const CatalogMessage> messageCatalog();
 
 /// The message, or a null pointer where the catalog has none of that set and number.

@@ -1,0 +1,60 @@
+#include "platform/dirclient/NormalDn.h"
+
+#include <string_view>
+
+#include "platform/dirclient/DnNormalizer.h"
+#include "platform/dirclient/NormalFormScan.h"
+#include "platform/schema/Schema.h"
+#include "platform/text/upperCaseCopy.h"
+
+namespace dirclient {
+
+void NormalDn::normalize(const char* dn, std::size_t size, bool bySchema) {
+  const schema::Schema* const schema = bySchema ? schema::loadedSchema() : nullptr;
+  isBySchema_ = bySchema;
+  if (normalizeOrdinary(dn, size, schema)) {
+    return;
+  }
+  DnNormalizer normalizer(schema);
+  normalizer.normalize(std::string_view(dn, size));
+  text_.assign(normalizer.text());
+  forgetRdns();
+  for (const NormalAva& ava : normalizer.avas()) {
+    take(ava);
+  }
+}
+
+/// Nearly every DN needs nothing but capitals. For those no other memory is needed than this
+/// object's.
+bool NormalDn::normalizeOrdinary(const char* dn, std::size_t size, const schema::Schema* schema) {
+  NormalFormScan scan(std::string_view(dn, size), schema);
+  bool ignoresCase = true;
+  forgetRdns();
+  const bool recognised = scan.run([&](const NormalAva& ava) {
+    take(ava);
+    ignoresCase = ignoresCase && ava.ignoresCase;
+  });
+  if (!recognised || scan.hasSeveralValues() || !ignoresCase) {
+    return false;
+  }
+  text_.assign(dn, size);
+  text::upperCaseCopy(text_.data(), size, text_.data());
+  return true;
+}
+
+void NormalDn::forgetRdns() {
+  rdnBegins_.clear();
+  nextRdnBegin_ = 0;
+  lastRdnOfSeveralValues_ = 0;
+}
+
+inline void NormalDn::take(const NormalAva& ava) {
+  if (ava.lastInRdn) {
+    rdnBegins_.push_back(nextRdnBegin_);
+    nextRdnBegin_ = ava.end + 1;
+  } else {
+    lastRdnOfSeveralValues_ = rdnBegins_.size();
+  }
+}
+
+}  // namespace dirclient
