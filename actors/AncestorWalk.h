@@ -47,7 +47,7 @@ class AncestorWalk {
   void computeParent();
 
   const dirclient::NormalDn* current_;
-  std::size_t rdn_ = 0;  // of current_; where the DN visited begins
+  std::size_t rdn_ = 0;                          // of current_; where the DN visited begins
   std::unique_ptr<dirclient::NormalDn> parent_;  // what current_ points at once it was computed
 };
 

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "testsupport/CapturedOutput.h"
+#include "testsupport/TracesOn.h"
 
 namespace {
 

@@ -6,6 +6,7 @@
 #include <ostream>
 
 #include "testsupport/CapturedOutput.h"
+#include "testsupport/TracesOn.h"
 
 #ifdef NDEBUG
 #error "an unmet invariant has to abort the run in every build type"

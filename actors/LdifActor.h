@@ -16,8 +16,8 @@
 /// One server of a base DN: its (key, value) pairs in configuration order, the output file last.
 using ServerPairs = std::vector<std::pair<std::string, std::string>>;
 
-/// File names that stand somewhere else, in the order of their list. Each name lives, unchanged and at
-/// its place, as long as the actor that listed it.
+/// File names that stand somewhere else, in the order of their list. Each name lives, unchanged and
+/// at its place, as long as the actor that listed it.
 class FileNames {
  public:
   FileNames(const std::string* const* first, std::size_t count) : first_(first), count_(count) {}
@@ -92,7 +92,9 @@ class LdifActor {
   std::vector<std::string> outputFiles;  // in server order
 
   /// The base DN in normal form, by the schema in use when the actor was made.
-  const dirclient::NormalDn& normalBaseDn() const { return normalBaseDn_; }
+  const dirclient::NormalDn& normalBaseDn() const {
+    return normalBaseDn_;
+  }
 
   /// All of outputFiles. They must not change once this was called.
   FileNames allOutputFiles();
@@ -103,10 +105,10 @@ class LdifActor {
   virtual FileNames outputFilesOf(const dirclient::NormalDn& dn);
 
   dirclient::NormalDn normalBaseDn_;
-  std::vector<std::string> atOrAboveBaseDn_;  // normalBaseDn_ and the way up from it
+  std::vector<std::string> atOrAboveBaseDn_;        // normalBaseDn_ and the way up from it
   std::vector<const std::string*> allOutputFiles_;  // into outputFiles
-  std::set<std::string> listedNames_;        // every name that doGetOutputFilename ever listed
-  std::vector<const std::string*> listed_;   // its last list, of names in that set
+  std::set<std::string> listedNames_;       // every name that doGetOutputFilename ever listed
+  std::vector<const std::string*> listed_;  // its last list, of names in that set
 };
 
 /// Reads one line with fgets into `*buffer`, which has room for `*capacity` bytes and never grows.

@@ -24,8 +24,8 @@ class LdifEntry {
   LdifEntry(const LdifEntry&) = delete;
   LdifEntry& operator=(const LdifEntry&) = delete;
 
-  /// Names the entry; the DN is stored in normal form, empty where it is no usable DN. It ends at its
-  /// first NUL.
+  /// Names the entry; the DN is stored in normal form, empty where it is no usable DN. It ends at
+  /// its first NUL.
   void setName(const std::string& name);
 
   /// Takes the DN and the attributes away.

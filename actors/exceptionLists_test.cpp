@@ -6,44 +6,10 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <new>
 
 #include "actors/HashActor.h"
+#include "testsupport/HeapAllocations.h"
 #include "testsupport/TemporaryDirectory.h"
-
-namespace {
-
-bool memoryIsExhausted = false;
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  void* memory = memoryIsExhausted ? nullptr : std::malloc(size != 0 ? size : 1);
-  if (memory == nullptr) {
-    throw std::bad_alloc();
-  }
-  return memory;
-}
-
-void* operator new[](std::size_t size) {
-  return operator new(size);
-}
-
-void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-
-void operator delete[](void* memory) noexcept {
-  std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t /*size*/) noexcept {
-  std::free(memory);
-}
-
-void operator delete[](void* memory, std::size_t /*size*/) noexcept {
-  std::free(memory);
-}
 
 namespace {
 
@@ -56,15 +22,15 @@ class IteratingActor : public HashActor {
 /// Calls with no memory left, and ends the process in an orderly way where an exception arrives.
 template <typename Call>
 void expectTheCallersHandlerIsNotReached(Call call) {
-  memoryIsExhausted = true;
+  exhaustMemory(true);
   try {
     call();
   } catch (...) {
-    memoryIsExhausted = false;
+    exhaustMemory(false);
     std::fputs("the caller's handler was reached\n", stderr);
     std::_Exit(0);
   }
-  memoryIsExhausted = false;
+  exhaustMemory(false);
   std::_Exit(0);
 }
 

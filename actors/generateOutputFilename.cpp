@@ -1,8 +1,5 @@
 #include "actors/generateOutputFilename.h"
 
-#include <sys/stat.h>
-
-#include <cerrno>
 #include <cstdio>
 
 const char* const defaultLdifPrefix = "server";
@@ -18,14 +15,3 @@ std::string generateOutputFilename(int n) {
 }
 
 }  // namespace nLdifActor
-
-bool isFileReadWritable(const char* path) {
-  if (path == nullptr) {
-    return false;
-  }
-  struct stat status {};
-  if (::stat(path, &status) != 0 && (errno == EACCES || errno == ENOENT)) {
-    return false;
-  }
-  return (status.st_mode & S_IRUSR) != 0 && (status.st_mode & S_IWUSR) != 0;
-}

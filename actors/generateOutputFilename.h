@@ -1,4 +1,4 @@
-// Output file names by default, and a test for files. Names come from the configuration so far.
+// Default names of output files. Nothing asks for them yet: the configuration names every file.
 #ifndef ACTORS_GENERATEOUTPUTFILENAME_H
 #define ACTORS_GENERATEOUTPUTFILENAME_H
 
@@ -14,9 +14,5 @@ namespace nLdifActor {
 std::string generateOutputFilename(int n);
 
 }  // namespace nLdifActor
-
-/// Whether the owner may read and write the file, by its permission bits alone; false for a null
-/// pointer and for what is not there or cannot be reached.
-bool isFileReadWritable(const char* path);
 
 #endif

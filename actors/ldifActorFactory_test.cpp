@@ -7,6 +7,7 @@
 #include "actors/CryptoActor.h"
 #include "actors/HashActor.h"
 #include "testsupport/CapturedOutput.h"
+#include "testsupport/TracesOn.h"
 
 namespace {
 

@@ -2,14 +2,16 @@
 
 #include <algorithm>
 
-#include "config/addBaseDirToFilename.h"
+#include "config/WhitespacePredicate.h"
+#include "config/toLower.h"
 
 namespace {
 
 void trim(std::string& value) {
   const WhitespacePredicate isSpace;
   value.erase(value.begin(), std::find_if_not(value.begin(), value.end(), isSpace));
-  // The search for the end stops at the first character without having looked at it.
+  // The way back from the end stops at the first character. Where it gets so far, all behind that
+  // character is white space, and nothing is removed.
   std::string::size_type last = value.empty() ? 0 : value.size() - 1;
   while (last > 0 && isSpace(value[last])) {
     --last;

@@ -4,9 +4,9 @@
 
 #include <string>
 
-/// "key: value". The key is lower-cased and without any white space, so that "Base DN" is "basedn";
-/// the value is without white space around it, but a value whose only such character is its first
-/// keeps what follows. A line without a colon is key and value both.
+/// "key: value". The key is in lower case and without any white space, so that "Base DN" is
+/// "basedn". The value is without the white space around it, with one exception: a value of a
+/// single character keeps the white space behind it. A line without a colon is key and value both.
 struct ConfigLine {
   explicit ConfigLine(const std::string& line);
 

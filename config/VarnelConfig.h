@@ -7,8 +7,9 @@
 #include <utility>
 #include <vector>
 
-/// Everything that the tool learns from its configuration file. The parser keeps its progress in
-/// function-static variables, so a process reads one configuration.
+/// Everything that the tool learns from its configuration file. What goes from line to line stands
+/// in processLine.cpp, what becomes of the files that are named in prepareOutputFile.h. The parser
+/// keeps its progress in function-static variables, so a process reads one configuration.
 class VarnelConfig {
  public:
   enum splitByEnum {
@@ -16,8 +17,8 @@ class VarnelConfig {
     splitByNone = 3,  ///< no "splitby" seen
   };
 
-  /// One server: one (key, value) pair for each token key, in their order; an empty pair where the
-  /// line is missing.
+  /// One server: what its "url" line and its "file" line say, in this order, each as a pair (key,
+  /// value). Two empty texts where a line is missing. The keys of these lines are the token keys.
   using TokenRecord = std::vector<std::pair<std::string, std::string>>;
 
   static constexpr int splitOnly = 0;     ///< actionType_: "splitonly"
@@ -37,8 +38,9 @@ class VarnelConfig {
   /// The split method of a base DN; splitByNone where it is not configured.
   splitByEnum getSplitType(std::string baseDN) const;
 
-  /// Checks that every token key occurred equally often in a section: true, or the missing key is
-  /// thrown with `line`.
+  /// Checks that the lines of a section are complete, that is, that all token keys occurred equally
+  /// often. `counts` tells how often each of `tokenKeys` did; it is empty for a section without any
+  /// such line. Returns true, or throws the fault that a key is missing, with `line`.
   bool validateNumTokensList(const std::vector<int>& counts, std::vector<std::string>* tokenKeys,
                              int line) const;
 
@@ -49,27 +51,33 @@ class VarnelConfig {
   /// the log file.
   void checkFinalInvariants() const;
 
-  /// Takes one key and value: a global key, or from the first "basedn" on a line of a section.
+  /// Takes one key and value of the file: before the first "basedn" a key that holds for all, from
+  /// there on a line of a section, which goes to processBaseDNSection().
   void processLine(std::string key, std::string value, int line);
+
+  /// Takes a "basedn", which opens a section, or a line of the open section. `method` is what
+  /// "splitby" says so far.
   void processBaseDNSection(std::string key, std::string value, int line, splitByEnum method);
 
   bool recovery_;
   std::string logFile_;
   int actionType_ = noActionType;
   std::string baseDir_;   ///< where file names without a slash are looked up
-  std::string cwd_;       ///< tells whether baseDir_ was configured
+  std::string cwd_;       ///< working directory; baseDir_ differs once one is configured
   std::string reserved_;  ///< no key sets it; handed to the split, which does not read it
   std::string defaultOutputFile_;
   std::string configFile_;
   std::string inputFile_;
   int lineCount_ = 0;  ///< after init: lines read plus one
-  /// By normalised base DN its servers, and one spare record of empty pairs behind the last.
+  /// For each base DN, normalised, the records of its servers, and behind them a spare one of empty
+  /// pairs. A base DN without any token line has one record without pairs.
   std::map<std::string, std::vector<TokenRecord>> baseDNSections_;
   std::map<std::string, splitByEnum> splitTypes_;
   std::vector<std::string> tokenKeys_;
-  std::vector<int> numTokens_;  ///< counts of the token keys in the last section that had any
-  /// The keys that numTokens_ counts: the tokenKeys_ of the object that read the file, which has to
-  /// outlive its copies.
+  /// How often each token key occurred in the last section that had any.
+  std::vector<int> numTokens_;
+  /// The keys that numTokens_ counts. This points into the object that read the file: copies must
+  /// not outlive it.
   std::vector<std::string>* currentTokenKeys_ = nullptr;
 
  private:
@@ -79,8 +87,6 @@ class VarnelConfig {
   void setLogFile(std::string value, int line);
   void setDefaultOutputFile(std::string value, int line);
   void setBaseDirectory(const std::string& value, int line);
-  void prepareServerFile(std::string& value, int line) const;
-  void prepareDefaultOutputFile() const;
 };
 
 #endif

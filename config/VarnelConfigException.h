@@ -3,8 +3,8 @@
 
 #include "common/InputFileException.h"
 
-/// The configuration cannot be used. A catalog message has said why, but for a log file or a
-/// default output file that cannot be opened or written.
+/// The configuration cannot be used. A message that says why has been printed before, save where it
+/// is the log file or the default output file that cannot be opened or written.
 class VarnelConfigException : public InputFileException {
  public:
   using InputFileException::InputFileException;

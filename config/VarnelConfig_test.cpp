@@ -11,6 +11,8 @@
 #include "testsupport/CapturedOutput.h"
 #include "testsupport/FreshProcess.h"
 #include "testsupport/TemporaryDirectory.h"
+#include "testsupport/TracesOn.h"
+#include "testsupport/messageLine.h"
 
 namespace {
 

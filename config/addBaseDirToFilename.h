@@ -1,4 +1,3 @@
-// The small operations on texts that configuration values go through.
 #ifndef CONFIG_ADDBASEDIRTOFILENAME_H
 #define CONFIG_ADDBASEDIRTOFILENAME_H
 
@@ -7,13 +6,5 @@
 /// Puts `baseDir` and a slash before a name without any slash. A name with one stays as it is, so
 /// that a relative path such as out/a.ldif is relative to the working directory.
 void addBaseDirToFilename(std::string& name, const std::string& baseDir);
-
-/// Replaces an upper-case letter by its lower-case one.
-void toLower(char& c);
-
-/// Whether isspace() classifies a character as white space.
-struct WhitespacePredicate {
-  bool operator()(char c) const;
-};
 
 #endif

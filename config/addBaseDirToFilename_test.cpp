@@ -37,30 +37,4 @@ INSTANTIATE_TEST_SUITE_P(
                       NameRow{"EmptyName", "", "/data", "/data/"}),
     [](const ::testing::TestParamInfo<NameRow>& row) { return row.param.title; });
 
-char lowered(char c) {
-  toLower(c);
-  return c;
-}
-
-TEST(ToLower, LowersAsciiLettersAlone) {
-  EXPECT_EQ(lowered('A'), 'a');
-  EXPECT_EQ(lowered('Z'), 'z');
-  EXPECT_EQ(lowered('a'), 'a');
-  EXPECT_EQ(lowered('@'), '@');
-  EXPECT_EQ(lowered('['), '[');
-  EXPECT_EQ(lowered('\xc9'), '\xc9');
-  EXPECT_EQ(lowered('\xff'), '\xff');
-}
-
-TEST(WhitespacePredicate, KnowsTheSixWhiteSpaces) {
-  int count = 0;
-  for (int c = 0; c < 256; ++c) {
-    count += WhitespacePredicate()(static_cast<char>(c)) ? 1 : 0;
-  }
-  EXPECT_EQ(count, 6);
-  for (const char c : {' ', '\t', '\n', '\v', '\f', '\r'}) {
-    EXPECT_TRUE(WhitespacePredicate()(c)) << static_cast<int>(c);
-  }
-}
-
 }  // namespace

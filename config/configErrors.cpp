@@ -41,7 +41,8 @@ void throwIllegalValueError(const std::string& key, const std::string& value, in
 }
 
 void throwMissingKeyError(const std::string& key, int line) {
-  // No blank behind the key, nor behind the file names below: scripts know these texts as they are.
+  // The missing blanks behind the key, and behind the file names below, stay missing: scripts know
+  // these texts as they are.
   std::string message = "error: " + key + "is missing in configuration file";
   if (line != 0) {
     const LineText lineText(line);

@@ -8,7 +8,7 @@
 /// A key that may stand once stands again. Message 48.
 [[noreturn]] void throwMultipleKeyError(const std::string& key, int line);
 
-/// A key has the same value again. Message 17.
+/// A key that may stand several times has a value that it had before. Message 17.
 [[noreturn]] void throwMultipleValueError(const std::string& key, const std::string& value,
                                           int line);
 
@@ -21,7 +21,7 @@
 [[noreturn]] void throwIllegalValueError(const std::string& key, const std::string& value,
                                          int line);
 
-/// A key is missing. Message 51, or 49 for line 0.
+/// A key that must stand is missing. Message 51, or 49 for line 0.
 [[noreturn]] void throwMissingKeyError(const std::string& key, int line);
 
 /// A file does not exist, or cannot be opened or created. Message 7.

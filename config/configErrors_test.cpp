@@ -9,6 +9,7 @@
 
 #include "config/VarnelConfigException.h"
 #include "testsupport/CapturedOutput.h"
+#include "testsupport/messageLine.h"
 
 namespace {
 

@@ -6,6 +6,7 @@
 
 #include "testsupport/CapturedOutput.h"
 #include "testsupport/TemporaryDirectory.h"
+#include "testsupport/TracesOn.h"
 
 namespace {
 

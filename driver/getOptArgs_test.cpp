@@ -9,6 +9,8 @@
 
 #include "testsupport/CapturedOutput.h"
 #include "testsupport/FreshProcess.h"
+#include "testsupport/TracesOn.h"
+#include "testsupport/messageLine.h"
 
 namespace {
 

@@ -13,6 +13,7 @@
 #include "testsupport/CapturedOutput.h"
 #include "testsupport/FreshProcess.h"
 #include "testsupport/TemporaryDirectory.h"
+#include "testsupport/messageLine.h"
 
 namespace {
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "testsupport/CapturedOutput.h"
+#include "testsupport/TracesOn.h"
 
 namespace {
 

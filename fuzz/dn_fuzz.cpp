@@ -1,5 +1,5 @@
-// DNs: the normal form is its own, the two roads to it agree, and the record says the same as the
-// text.
+// DNs. A normal form, normalised again, stays as it is. The quick scan and the full parser find the
+// same normal form. The RDNs of a record, put together again, are its text.
 
 #include <algorithm>
 #include <cstddef>

@@ -1,4 +1,4 @@
-// LDAP URLs: an answer for every text, and what is accepted is printable ASCII.
+// LDAP URLs: every text is accepted or refused, and what is accepted is printable ASCII.
 
 #include <cstddef>
 #include <cstdint>

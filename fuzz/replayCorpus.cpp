@@ -1,4 +1,5 @@
-// Runs a fuzz target over files and the files of directories, without a fuzzer.
+// A main for a fuzz target that is built without a fuzzer: hands it each file that the command line
+// names, and each file of a directory that it names.
 
 #include <cstddef>
 #include <cstdint>

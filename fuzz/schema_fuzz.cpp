@@ -1,4 +1,5 @@
-// Schema files: any bytes are read to the end, and the schema that comes of them answers.
+// Schema files: any bytes are read to the end, faults are reported, and the schema that results can
+// be asked for an attribute.
 
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,5 @@
-// The input of the split: no byte is lost or added between the file and its logical lines, and each
-// of those is one line with its folds.
+// How the split reads its input: the logical lines, one behind the other, are the bytes of the
+// file, and each of them is a line with its folds and nothing more.
 
 #include <unistd.h>
 
@@ -19,7 +19,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   require(::write(::fileno(file), data, size) == static_cast<ssize_t>(size), "it takes the input");
   std::rewind(file);
 
-  LineReader reader(file);
+  ldifsplit::LineReader reader(file);
   std::string all;
   while (reader.readLine()) {
     while (reader.nextIsBlank()) {

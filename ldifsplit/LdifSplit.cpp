@@ -71,7 +71,7 @@ struct Target {
 /// line: so the stream takes neither more nor less of it, before a write fails, than it would take
 /// of the lines one by one.
 struct Run {
-  std::size_t size = 0;        // in bytes; 0: there is none
+  std::size_t size = 0;       // in bytes; 0: there is none
   bool startsRecord = false;  // a line feed, a line of "dn: ", a value and a line feed come first
   LineCounter firstLine;      // the number of the first logical line
 };
@@ -136,9 +136,9 @@ class Splitter {
   ParseCopy parseCopy_;
   OutputFileSet outputs_;
   std::unordered_map<const std::string*, std::FILE*> streams_;  // of the files that are open
-  dirclient::NormalDn currentDn_;  // of the current record
-  std::vector<Target> targets_;    // its files; none before the first record
-  Run run_;                        // of its lines, held by the reader
+  dirclient::NormalDn currentDn_;                               // of the current record
+  std::vector<Target> targets_;  // its files; none before the first record
+  Run run_;                      // of its lines, held by the reader
 };
 
 std::vector<std::string> Splitter::keysOf(const std::map<std::string, LdifActor*>& actors) {
@@ -268,9 +268,9 @@ void Splitter::splitOtherLine() {
 
 ParsedLine Splitter::parseLine() {
   ParsedLine line;
-  const int result = str_parse_line_v_or_bv(parseCopy_.set(reader_.data(), reader_.size()),
-                                            &line.type, &line.value, &line.valueLength, 1,
-                                            &line.url, &line.encoding);
+  const int result =
+      str_parse_line_v_or_bv(parseCopy_.set(reader_.data(), reader_.size()), &line.type,
+                             &line.value, &line.valueLength, 1, &line.url, &line.encoding);
   // The parser sees a text up to its first NUL. Behind one a DN would be cut short.
   const bool dnIsCut =
       line.opensRecord() && std::memchr(reader_.data(), '\0', reader_.size()) != nullptr;
@@ -359,8 +359,8 @@ void Splitter::writeRunLineByLine(std::size_t taken) {
       return true;
     }
     const bool isNew = begin + taken < piece;
-    return isNew && std::fwrite(piece, static_cast<std::size_t>(pieceEnd - piece), 1,
-                                target.stream) == 1;
+    return isNew &&
+           std::fwrite(piece, static_cast<std::size_t>(pieceEnd - piece), 1, target.stream) == 1;
   };
   LineCounter number = run_.firstLine;
   const char* at = begin;

@@ -14,6 +14,8 @@
 #include "actors/LdifIterateException.h"
 #include "testsupport/CapturedOutput.h"
 #include "testsupport/TemporaryDirectory.h"
+#include "testsupport/TracesOn.h"
+#include "testsupport/messageLine.h"
 
 #ifdef NDEBUG
 #error "an unmet invariant has to abort the run in every build type"

@@ -50,9 +50,7 @@ class LineReader {
 
   /// Whether the next byte of the input is a blank. At the end of the input and after a read error
   /// it is not.
-  bool nextIsBlank() {
-    return (lineEnd_ < dataEnd_ || fill()) && block_[lineEnd_] == ' ';
-  }
+  bool nextIsBlank() { return (lineEnd_ < dataEnd_ || fill()) && block_[lineEnd_] == ' '; }
 
   /// Whether reading has met the end of the input; a last line without a line feed sets it too.
   bool atEnd() const { return atEnd_; }

@@ -14,6 +14,7 @@
 #include "platform/ldif/str_parse_line_v_or_bv.h"
 #include "testsupport/CapturedOutput.h"
 #include "testsupport/TemporaryDirectory.h"
+#include "testsupport/messageLine.h"
 
 namespace {
 

@@ -18,11 +18,14 @@
 #include "ldifsplit/openNewLdif.h"
 #include "testsupport/CapturedOutput.h"
 #include "testsupport/TemporaryDirectory.h"
+#include "testsupport/TracesOn.h"
 
 namespace {
 
-int goodWrites = -1;      // so many succeed before one fails; -1 for all
-long readableBytes = -1;  // so many can be read before an error; -1 for all
+int goodWrites = -1;           // so many succeed before one fails; -1 for all
+long readableBytes = -1;       // so many can be read before an error; -1 for all
+bool interruptsReads = false;  // every read is interrupted by a signal once before it succeeds
+int interruptions = 0;
 std::vector<std::FILE*> closed;
 
 }  // namespace
@@ -61,6 +64,13 @@ int __wrap_fclose(std::FILE* stream) {
 }
 
 ssize_t __wrap_read(int file, void* buffer, std::size_t size) {
+  static bool lastWasInterrupted = false;
+  lastWasInterrupted = interruptsReads && !lastWasInterrupted;
+  if (lastWasInterrupted) {
+    ++interruptions;
+    errno = EINTR;
+    return -1;
+  }
   if (readableBytes < 0) {
     return __real_read(file, buffer, size);
   }
@@ -88,6 +98,7 @@ class Faults : public ::testing::Test {
   ~Faults() override {
     goodWrites = -1;
     readableBytes = -1;
+    interruptsReads = false;
   }
 
   TemporaryDirectory directory_;
@@ -157,6 +168,24 @@ TEST_F(Faults, LineEndOfADnThatIsNotWrittenStopsTheRun) {
     EXPECT_EQ(failure.line(), 4);
     EXPECT_EQ(failure.message(), output);
   }
+}
+
+// A signal is no reason to stop: the read is made again. The input is longer than what one read
+// takes.
+TEST_F(Faults, InterruptedReadIsMadeAgain) {
+  std::string records;
+  for (int i = 0; i < 100; ++i) {
+    records += "\ndn: o=" + std::to_string(i) + "\ndescription: " + std::string(4000, 'x') + "\n";
+  }
+  const std::string input = directory_.write("in.ldif", "version: 1\n" + records);
+  const std::string output = directory_.path("a.ldif");
+  interruptions = 0;
+  interruptsReads = true;
+  ldifsplit::ldifSplit(input, {}, output, "", 0);
+  interruptsReads = false;
+  EXPECT_GE(interruptions, 2);
+  // The header and, behind an empty line each, the records.
+  EXPECT_EQ(directory_.read("a.ldif"), "version: 1\n\n" + records);
 }
 
 /// An input of which only the first bytes can be read.

@@ -16,7 +16,7 @@ void writePiece(std::FILE* stream, const std::string& fileName, const char* piec
   checkWriteError(static_cast<unsigned int>(items), fileName);
 }
 
-/// The first line of a server's referral entry.
+/// The first line of the entry that points to a server.
 std::string findDnLine(const std::map<std::string, std::string>& dnLines,
                        const std::string& referralValue) {
   std::string found;

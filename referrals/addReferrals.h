@@ -1,5 +1,6 @@
-// Referral entries: each server's file gets entries that point to what the other servers hold. No
-// step of the tool asks for them yet.
+// Referral entries (RFC 3296). Such an entry holds no data: it tells a client the URL of the server
+// that has the data. Each server's file gets one for every other server. No step of the tool asks
+// for them yet.
 #ifndef REFERRALS_ADDREFERRALS_H
 #define REFERRALS_ADDREFERRALS_H
 
@@ -15,27 +16,27 @@ extern const char* const referralObjectclass;
 /// Appends to every server's file one referral entry for each of the other servers, in the order of
 /// their keys.
 ///
-/// `servers`: by referral value (an LDAP URL that names the server) the name of the server's file,
-/// which must exist. `dnLines`: by the first line of an entry, without its line end, the referral
-/// value of the server that holds it; where several lines name one server the greatest is used, and
-/// where none does the entry begins with an empty line.
+/// `servers`: each key is the LDAP URL of a server (the referral value), its value the name of the
+/// file of that server, which must exist.
+/// `dnLines`: each key is the first line of a referral entry ("dn: ...", without its line end), its
+/// value the URL of the server that the entry points to. Of several lines for one server the last
+/// in byte order is used. Without a line for it the entry begins with an empty line.
 ///
-/// Prints message 43 for each server once all other files have its entry. Throws
+/// Prints message 43 for each server once all other files have the entry that points to it. Throws
 /// VarnelReferralsException where a file does not exist (message 40), cannot be opened (no
-/// message), or is not written in full, closing included (message 41); what was written before
-/// stays.
+/// message), or cannot be written and closed in full (message 41). What was written before stays.
 void addReferrals(const std::map<std::string, std::string>& servers,
                   const std::map<std::string, std::string>& dnLines);
 
-/// Writes one referral entry, "\n\n" at its end included. No text may hold a NUL. Throws through
-/// checkWriteError at the first piece that is not written in full, with `fileName`; that an empty
-/// `referralValue` is such a piece is intended. What a buffered stream still holds is known to be
-/// written only after a successful fclose or fflush.
+/// Writes one referral entry and an empty line behind it. No text may hold a NUL. Throws through
+/// checkWriteError, with `fileName`, at the first piece that cannot be written in full; an empty
+/// `referralValue` counts as one, on purpose. The stream may hold back what it took: only a
+/// successful fclose or fflush tells that all is written.
 void writeReferral(std::FILE* stream, std::string fileName, std::string referralValue,
                    std::string dnLine);
 
-/// Takes the number of items that fwrite has written of one: for any other than 1 prints message 41
-/// and throws VarnelReferralsException, its message the file name.
+/// `itemsWritten` is what fwrite returned for one item. Where it is not 1, prints message 41 and
+/// throws VarnelReferralsException with the file name as its message.
 void checkWriteError(unsigned int itemsWritten, std::string fileName);
 
 #endif

@@ -367,8 +367,8 @@ measure_parsers() {
   echo
   print_figure ldif.csv checkLines/ordinary30 '>= 1.5' GB/s
   print_figure ldif.csv checkLines/foldedBase64 '>= 4.0' GB/s
-  print_figure dirclient.csv normalizeLightToText/normalForm '< 40' ns
-  print_figure dirclient.csv normalizeLightToText/lowerCase '< 60' ns
+  print_figure dirclient.csv normalizeForSplit/normalForm '< 40' ns
+  print_figure dirclient.csv normalizeForSplit/lowerCase '< 60' ns
   print_figure dirclient.csv hash/normalForm '< 60' ns
 }
 

@@ -16,7 +16,11 @@ from unicodedata import ucd_3_2_0
 BLOCK = 128
 LINE_LENGTH = 100
 MAPPED_BY_B2 = 1371
+NOT_SIMPLE = -0x8000
 
+BASIC_PLANE = range(0x10000)
+UP_TO_TWO_BYTES = range(0x800)
+SURROGATES = range(0xD800, 0xE000)
 HANGUL_SYLLABLES = range(0xAC00, 0xD7A4)
 HANGUL_SECONDS = (*range(0x1161, 0x1176), *range(0x11A8, 0x11C3))
 
@@ -51,6 +55,22 @@ def is_mapped_to_space(code):
 def is_mapped_to_nothing(code):
     return code in ALSO_MAPPED_TO_NOTHING or (
         category(code) in ('Cc', 'Cf') and not is_mapped_to_space(code))
+
+
+def is_mark(code):
+    return category(code) in ('Mn', 'Mc', 'Me')
+
+
+def normalized(form, codes):
+    return tuple(map(ord, ucd_3_2_0.normalize(form, ''.join(map(chr, codes)))))
+
+
+def nfkc(codes):
+    return normalized('NFKC', codes)
+
+
+def nfkd(codes):
+    return normalized('NFKD', codes)
 
 
 def case_foldings():
@@ -101,7 +121,7 @@ def composition_pairs():
     for code in ASSIGNED:
         canonical, step = decomposition_step(code)
         is_pair = canonical and len(step) == 2
-        if is_pair and ucd_3_2_0.normalize('NFC', chr(code)) == chr(code):
+        if is_pair and normalized('NFC', (code,)) == (code,):
             pairs.append((*step, code))
     return sorted(pairs)
 
@@ -113,7 +133,7 @@ def upper_cases(foldings):
     """
     uppers = {}
     for upper, folded in foldings.items():
-        survives = ucd_3_2_0.normalize('NFKC', chr(upper)) == chr(upper)
+        survives = nfkc((upper,)) == (upper,)
         if survives and category(upper) == 'Lu' and len(folded) == 1:
             assert folded[0] not in uppers, hex(upper)
             assert chr(folded[0]).upper() == chr(upper), hex(upper)
@@ -121,12 +141,48 @@ def upper_cases(foldings):
     return uppers
 
 
+def ends_of_pairs(pairs):
+    return {second for _, second, _ in pairs} | set(HANGUL_SECONDS)
+
+
 def classes(pairs):
     """Code point -> (combining class, mark, mapped to nothing, mapped to space, ends a pair)."""
-    seconds = {second for _, second, _ in pairs} | set(HANGUL_SECONDS)
-    return {code: (ucd_3_2_0.combining(chr(code)), category(code) in ('Mn', 'Mc', 'Me'),
-                   is_mapped_to_nothing(code), is_mapped_to_space(code), code in seconds)
+    ends = ends_of_pairs(pairs)
+    return {code: (ucd_3_2_0.combining(chr(code)), is_mark(code), is_mapped_to_nothing(code),
+                   is_mapped_to_space(code), code in ends)
             for code in ASSIGNED}
+
+
+def utf8_length(code):
+    return len(chr(code).encode())
+
+
+def is_simple(code, folded, prepared, ends):
+    """What unicode_tables.h calls simple, of one that folds to `folded` and ends as `prepared`."""
+    unfolded = (code,)
+    if is_mapped_to_nothing(code) or is_mapped_to_space(code) or nfkc(unfolded) != unfolded:
+        return False
+    if len(prepared) != 1 or utf8_length(prepared[0]) != utf8_length(code):
+        return False
+    firsts = (code, prepared[0], nfkd(unfolded)[0], nfkd(folded)[0])
+    return not any(ucd_3_2_0.combining(chr(first)) or is_mark(first) or first in ends
+                   for first in firsts)
+
+
+def simple_distances(foldings, uppers, pairs):
+    """Code point below U+10000 -> distance to its prepared upper case, or NOT_SIMPLE.
+
+    What Unicode 3.2 does not know is kept as it is: simple, at the distance 0.
+    """
+    ends = ends_of_pairs(pairs)
+    distances = {code: NOT_SIMPLE for code in SURROGATES}
+    for code in filter(BASIC_PLANE.__contains__, ASSIGNED):
+        folded = foldings.get(code, (code,))
+        prepared = tuple(uppers.get(part, part) for part in nfkc(folded))
+        simple = is_simple(code, folded, prepared, ends)
+        distances[code] = prepared[0] - code if simple else NOT_SIMPLE
+        assert NOT_SIMPLE <= distances[code] < 0x8000, hex(code)
+    return distances
 
 
 def wrapped(items):
@@ -143,19 +199,34 @@ def array(type_name, name, items):
     return f'const {type_name} {name}[] = {{\n{wrapped(items)}\n}};\n'
 
 
-def two_stage(type_name, name, values):
-    """Code point -> number in two arrays; what is not in `values` is 0."""
-    end = max(code for code, value in values.items() if value) // BLOCK + 1
+def blocks_of(name, values, end):
+    """The block number of each block before the code point `end`, and the blocks' contents."""
     blocks, numbers = [], {}
-    for block in range(end):
-        content = tuple(values.get(block * BLOCK + i, 0) for i in range(BLOCK))
+    for begin in range(0, end, BLOCK):
+        content = tuple(values.get(begin + i, 0) for i in range(BLOCK))
         blocks.append(numbers.setdefault(content, len(numbers)))
     assert len(numbers) <= 256, name
-    flat = [str(value) for content in numbers for value in content]
-    return '\n'.join([
-        array('std::uint8_t', name + 'Blocks', map(str, blocks)),
-        f'const std::uint32_t {name}BlockCount = {end};\n',
-        array(type_name, name + 'Values', flat)])
+    return blocks, [value for content in numbers for value in content]
+
+
+def block_arrays(type_name, name, blocks, flat):
+    return [array('std::uint8_t', name + 'Blocks', map(str, blocks)),
+            array(type_name, name + 'Values', map(str, flat))]
+
+
+def two_stage(type_name, name, values):
+    """Code point -> number in two arrays; what is not in `values` is 0."""
+    end = max(code for code, value in values.items() if value) + 1
+    blocks, flat = blocks_of(name, values, end)
+    return '\n'.join([*block_arrays(type_name, name, blocks, flat),
+                      f'const std::uint32_t {name}BlockCount = {len(blocks)};\n'])
+
+
+def simple_tables(distances):
+    blocks, flat = blocks_of('simple', distances, BASIC_PLANE.stop)
+    in_order = len(UP_TO_TWO_BYTES) // BLOCK
+    assert blocks[:in_order] == list(range(in_order))
+    return '\n'.join(block_arrays('std::int16_t', 'simple', blocks, flat))
 
 
 class TextPool:
@@ -190,7 +261,8 @@ def generated():
     fold_positions = {code: pool.position_of(text) for code, text in foldings.items()}
     decomposition_positions = {code: pool.position_of(text)
                                for code, text in decompositions().items()}
-    upper_deltas = {lower: upper - lower for lower, upper in upper_cases(foldings).items()}
+    uppers = upper_cases(foldings)
+    upper_deltas = {lower: upper - lower for lower, upper in uppers.items()}
     pair_items = ['{0x%X, 0x%X, 0x%X}' % pair for pair in pairs]
     return '\n'.join([
         '// Printed by scripts/generate-unicode-tables.py; change that and print again.',
@@ -202,6 +274,7 @@ def generated():
         two_stage('std::uint16_t', 'folding', fold_positions),
         two_stage('std::uint16_t', 'decomposition', decomposition_positions),
         two_stage('std::int16_t', 'upperCase', upper_deltas),
+        simple_tables(simple_distances(foldings, uppers, pairs)),
         array('char32_t', 'texts', pool.items),
         array('CompositionPair', 'compositionPairs', pair_items),
         f'const std::size_t compositionPairCount = {len(pairs)};\n',

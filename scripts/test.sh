@@ -151,9 +151,9 @@ check "Format of the C and C++ sources" check_format
 check "Shell scripts" check_shell_scripts
 build_and_test release
 check "Man pages" check_man_pages
-# The tests of the whole program run with g++ alone: the unit tests show what a compiler makes of the
-# sources.
-build_and_test clang -E '^tests\.'
+# The tests of the whole program and the counts of its instructions are for g++ alone: the unit tests
+# show what a compiler makes of the sources.
+build_and_test clang -E '^(tests|bench)\.'
 build_and_test asan
 check "Static analysis" check_with_clang_tidy
 if [[ -d fuzz ]] && ((fuzz_seconds > 0)); then

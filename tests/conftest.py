@@ -1,3 +1,5 @@
+"""What every test is given: the program, and a fresh directory to run it in."""
+
 import os
 import pathlib
 import shutil
@@ -17,7 +19,7 @@ def binary():
 
 @pytest.fixture
 def directory():
-    # Open to other users all the way down, which pytest's own directories are not.
+    # A run without privileges has to reach it: pytest's own directories are closed to other users.
     base = pathlib.Path(tempfile.mkdtemp(prefix="varnel-test."))
     base.chmod(0o755)
     site = base / "site"

@@ -1,6 +1,6 @@
-"""A second, plain implementation of what a split writes, to compare the program with.
+"""What a split writes, worked out a second time in a plain way, to compare the program with.
 
-DNs of ASCII values only; no schema.
+It knows DNs in ASCII only, and no schema.
 """
 
 import base64
@@ -17,8 +17,8 @@ PIECE = 4095  # bytes of a physical line that are read at once
 class Result:
     outputs: dict  # file -> content, for the files that were opened
     stop: typing.Optional[int] = None  # the line that ended the run
-    reported: bool = False  # as a line that is no LDIF
-    warnings: list = dataclasses.field(default_factory=list)  # lines: unfaithful pieces
+    reported: bool = False  # whether that line is reported as no LDIF
+    warnings: list = dataclasses.field(default_factory=list)  # lines that message 60 names
 
 
 # --- Distinguished names -------------------------------------------------------------------------
@@ -130,7 +130,8 @@ def normal_form(dn):
 
 
 def parent(dn):
-    """The next DN on the way up: the parts of an RDN run together."""
+    """The next DN on the way up. The parts of an RDN of several are joined with nothing between them,
+    as the program does it."""
     rdns = parse_dn(dn)
     if not rdns or len(rdns) < 2:
         return None
@@ -246,7 +247,7 @@ def safe_on_one_line(dn):
 
 def parse_line(line):
     """(type, value), or None where the line is not valid."""
-    # A NUL ends what is looked at, and must not end a DN.
+    # What follows a NUL is not looked at; in the line of a DN a NUL is a fault.
     text = unfold(line.split(b"\0")[0])
     found = DESCRIPTION.match(text)
     if not found:

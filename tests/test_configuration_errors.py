@@ -1,5 +1,5 @@
-"""Every configuration error: its message, its exception text in the traces, and which files the
-failed run has left, created or emptied."""
+"""Every configuration error: its message, the text of its exception in the traces, and which files
+the run has created, emptied or left alone until then."""
 
 import os
 from subprocess import PIPE
@@ -232,7 +232,8 @@ def test_missing_keys_are_told_in_the_order_basedn_actiontype_inputfile(ready):
 
 # --- Counts of url and file lines -----------------------------------------------------------------
 
-# The last section is checked behind the default output and the log, at the line behind the last.
+# The last section is checked last of all, when the default output file and the log are there. Its
+# faults are reported at the line number behind the last line.
 
 
 def test_more_url_than_file_lines_in_a_section_before_another(ready):

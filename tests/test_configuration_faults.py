@@ -1,4 +1,5 @@
-"""Configurations that are cut off or damaged: every run ends in order."""
+"""Configurations that are cut off or damaged: a run never crashes. It succeeds, or it says what is
+wrong and fails."""
 
 import random
 
@@ -41,15 +42,15 @@ def test_every_beginning_of_a_configuration(site):
     for size in range(len(TEXT) + 1):
         run = run_orderly(site, TEXT[:size])
         tree = set(site.tree()) - GIVEN
-        # A server file's name may be cut; the line is a whole one all the same.
+        # A line that is cut off in its file name names another file, whose name is shorter.
         full = {"run.log", "rest.ldif", "one.ldif", "two.ldif", "varnel.log", "parent.ldif"}
         cut = {name for name in tree if any(whole.startswith(name) for whole in full)}
         bare = {"logfile", "defaultoutputfile", "file"}
         assert tree <= full | cut | bare, size
         last = TEXT[:size].rpartition(b"\n")[2]
-        # A bare key is its own value.
+        # A line without a colon is key and value both, so that a bare "file" names a file "file".
         begun = last == b"file" or (last.startswith(b"file: ") and len(last) > len(b"file: "))
-        # With the second section line a url and a file for each server are there, or not.
+        # The run succeeds where the text ends behind a "file" line: each "url" has its "file" then.
         whole = complete_lines(size) + (1 if begun else 0)
         assert (run.status == 0) == (whole in (9, 11) and (begun or not last)), size
 

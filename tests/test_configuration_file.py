@@ -71,7 +71,7 @@ def test_an_unreadable_file(unprivileged_site):
 
 def test_a_binary_file(ready):
     ready.write("varnelConfig", bytes(range(256)) * 8)
-    # Byte 0x0A ends the first line, which is no comment and, up to its colon, no key.
+    # The first line is bytes 0 to 9: no comment, and no key.
     ready.run().expect(1, *failed_configuration(m(4, 1)))
 
 

@@ -1,5 +1,5 @@
-"""Nothing is lost, nothing is added, nothing is in a wrong file: whole splits of random inputs
-against a second implementation."""
+"""Whole splits of random inputs, compared with a second implementation of the split: nothing is
+lost, nothing is added, nothing is in a wrong file."""
 
 import base64
 import random
@@ -138,7 +138,7 @@ def test_every_record_is_in_the_files_that_it_belongs_to_and_nothing_else_is(sit
     before = site.tree()
     site.run().expect(0, *SUCCESS)
     assert site.tree() == {**before, **expected, "run.log": b""}
-    # The same once more from the marks alone.
+    # The same without the model of the bytes: each record has a mark of its own, which is counted.
     for number, home in enumerate(homes):
         mark = b"\nmark: %d\n" % number
         found = [name for name in [*FILES, REST] for _ in range(site.read(name).count(mark))]

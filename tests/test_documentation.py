@@ -1,4 +1,4 @@
-"""What the documentation says, held against the program: examples are run, lists compared."""
+"""What the documentation says is true: examples are run, lists compared with the program's."""
 
 import os
 import pathlib
@@ -137,7 +137,7 @@ def test_configuration_page_has_every_key():
     documented = re.findall(r"^\.It Cm (\w+) :", page, re.MULTILINE)
     documented += re.findall(r"^\.Cm (\w+)\nis another name of the key", page, re.MULTILINE)
     keys = re.findall(r'^const std::string \w+Key = "(\w+)";', read("config/configKeys.cpp"), re.MULTILINE)
-    # Named in the program, accepted as a key nowhere.
+    # The program defines these keys, and accepts them nowhere.
     reserved = {"parenturl", "rdnfilter", "numservers", "rdnhash", "subtreedn", "dn"}
     assert sorted(documented) == sorted(set(keys) - reserved)
 

@@ -1,4 +1,5 @@
-"""Where the input comes from, and inputs that are odd as a whole."""
+"""Inputs that are no plain files (FIFOs, devices, terminals), that cannot be read, that are empty
+or very large."""
 
 import fcntl
 import os
@@ -98,7 +99,7 @@ def test_a_directory(site):
 
 
 def test_a_file_that_opens_and_fails_at_the_first_read(site):
-    """The memory of a process has nothing at its start."""
+    """/proc/self/mem, the memory of the process: it opens, but there is nothing at its start to read."""
     site.configure(*with_input("/proc/self/mem"))
     run = site.run("-d", "1").expect(2, *failed_split(m(34, 1)))
     assert "c8110000 error reading ldif input file: /proc/self/mem" in run.traces()

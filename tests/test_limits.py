@@ -118,7 +118,8 @@ def test_a_file_size_limit_that_shows_while_the_file_is_written(site):
     run = site.run(preexec_fn=limited(resource.RLIMIT_FSIZE, limit))
     run.expect(1, *failed_split(m(52, site.absolute("one.ldif"))))
     assert site.read("one.ldif") == (HEADER + b"\n" + data)[:limit]
-    # Told at the write that failed, not at the end: within what is held back at most.
+    # The failure is reported soon after the line that no longer fits, not at the end of the run:
+    # only what a buffer holds comes between.
     number = int(site.read("run.log"))
     assert limit // len(line) <= number < limit // len(line) + 12_000
 
@@ -162,7 +163,7 @@ def test_a_full_device_that_shows_at_a_write(site):
     site.write("in.ldif", first + "dn: o=example\n" + "a: xxxxxxxxxxxxxxxxxxxxxxxxxxxxx\n" * lines)
     site.run("-r").expect(1, *failed(m(52, "/dev/full")))
     assert 10 < int(site.read("run.log")) < lines
-    # What another file was still to get is there when the program has ended.
+    # The other file has all that was written to it before the failure.
     assert site.read("rest.ldif") == HEADER + b"\n" + first.encode()
 
 

@@ -138,7 +138,8 @@ def test_pieces_count_as_lines(ready):
 
 
 def test_a_single_line_of_4095_bytes_without_a_line_end_is_split(ready):
-    """Unlike a shorter one: reading it has not met the end of the input."""
+    """The piece is full, so that the end of the input has not been met; a shorter line meets it, and
+    then the run ends at once."""
     line = filled(b"dn: o=")
     ready.write("in.ldif", line)
     ready.run().expect(0, *SUCCESS)

@@ -1,4 +1,4 @@
-"""What a run asks of files that are there already, with -r and without."""
+"""Which files must exist before a run and which must not, with -r and without."""
 
 import pytest
 
@@ -77,10 +77,11 @@ def test_a_configured_log(unprivileged_site, state, recovery, outcome):
         log = log or {"run.log": b""}
         assert after == {**before, **log, "rest.ldif": REST_WRITTEN, "one.ldif": ONE_WRITTEN}
     elif state == "missing":
-        # Told at its line: nothing behind it has happened.
+        # The fault is found at the line of the log, so that no later line has had an effect.
         assert after == before
     else:
-        # Told at the end: server files are empty, the default output file only without -r.
+        # The fault is found behind the last line: the server files are emptied by then, and
+        # without -r the default output file too.
         rest = KEPT if recovery else b""
         assert after == {**before, **log, "rest.ldif": rest, "one.ldif": b""}
 
@@ -95,7 +96,7 @@ def test_a_configured_log(unprivileged_site, state, recovery, outcome):
         ("present", False, FINE),
         ("unreadable", False, FINE),
         ("not writable", False, NO_TEXT),
-        # Nothing asks for a log that no line names: it is created.
+        # Where no line names a log, -r does not ask for one: it is created.
         ("missing", True, FINE),
         ("present", True, FINE),
         ("unreadable", True, FINE),
@@ -176,7 +177,7 @@ def test_the_default_output_file_by_default(unprivileged_site, state, recovery, 
     elif outcome == CANNOT_CREATE:
         assert after == {**before, "varnel.log": KEPT + b"0\n", "one.ldif": b""}
     else:
-        # It is looked at before the log is opened.
+        # This fault is found before the log is opened.
         assert after == {**before, "one.ldif": b""}
 
 
@@ -207,7 +208,7 @@ def test_a_server_file(unprivileged_site, state, recovery, outcome):
             **before, "run.log": log, "rest.ldif": REST_WRITTEN, "one.ldif": ONE_WRITTEN
         }
     elif outcome == CANNOT_CREATE:
-        # It cannot be emptied either, which shows at its first record only.
+        # That it could not be emptied is no fault yet; its first record is.
         assert after == {**before, "run.log": log + b"0\n", "rest.ldif": REST_WRITTEN}
     else:
         assert after == {**before, "run.log": log, "rest.ldif": KEPT if recovery else b""}

@@ -1,4 +1,5 @@
-"""Rules that the sources keep and no compiler checks."""
+"""Rules for the sources that no compiler checks: which folder includes which, which messages are
+used, what nobody may call."""
 
 import pathlib
 import re

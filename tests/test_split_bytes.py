@@ -1,4 +1,4 @@
-"""The bytes of records: what is copied, what is dropped, what stops a run."""
+"""Which bytes of the input come out, which are dropped, and which stop a run."""
 
 import base64
 

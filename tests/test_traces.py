@@ -101,7 +101,8 @@ def test_a_whole_run(site):
             f"putting CN=CRYPTO,CN=LOCALHOST in file {three}",
             f"putting CN=CRYPTO,CN=LOCALHOST in file {one}",
             f"putting CN=CRYPTO,CN=LOCALHOST in file {two}",
-            # The entry at the top is routed before the actor's own kind is asked.
+            # An actor's base DN goes to all of its files without asking what kind of actor it is:
+            # the crypto actor traces nothing.
             f"putting CN=LOCALHOST in file {three}",
             f"putting CN=LOCALHOST in file {one}",
             f"putting CN=LOCALHOST in file {two}",
@@ -117,7 +118,8 @@ def test_nothing_is_traced_without_the_option(site):
 
 
 def test_bit_2_shows_dns_that_cannot_be_parsed_and_bit_4_hash_decisions(site):
-    """The parses of a run are kept quiet; the hash is not."""
+    """The run sets the level to 0 while it parses a DN, so that bit 2 shows nothing; its hash decisions
+    are shown."""
     site.configure(*TWO_SERVERS)
     site.write("in.ldif", "dn: cn=x,o=example\n")
     assert site.run("-d", "2").stderr == b""

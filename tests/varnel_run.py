@@ -1,4 +1,4 @@
-"""Runs the real program in a directory of its own and says what came of it.
+"""Runs the real program in a directory of its own and compares what it did with what it should do.
 
 A Site is a fresh directory. Its run() returns a Run, whose expect() compares the exit status and,
 stream by stream, every message with its arguments; tree() is the directory's content by bytes.

@@ -1,11 +1,10 @@
-// What a call prints, and what it is to print.
+// What a call prints.
 #ifndef TESTSUPPORT_CAPTUREDOUTPUT_H
 #define TESTSUPPORT_CAPTUREDOUTPUT_H
 
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 struct CapturedOutput {
   std::string out;
@@ -23,20 +22,5 @@ CapturedOutput captured(Call call) {
   output.err = ::testing::internal::GetCapturedStderr();
   return output;
 }
-
-/// The line that the catalog makes of a message of set 32.
-std::string messageLine(int number, const std::vector<std::string>& arguments);
-
-/// Turns the tool's traces on for a scope.
-class TracesOn {
- public:
-  TracesOn();
-  ~TracesOn();
-  TracesOn(const TracesOn&) = delete;
-  TracesOn& operator=(const TracesOn&) = delete;
-
- private:
-  unsigned int before_;
-};
 
 #endif

@@ -1,4 +1,4 @@
-// A process for code that keeps state as long as the process lives.
+// For the test of code that keeps state as long as its process lives: a new process for each call.
 #ifndef TESTSUPPORT_FRESHPROCESS_H
 #define TESTSUPPORT_FRESHPROCESS_H
 

@@ -2,38 +2,33 @@
 #ifndef TESTSUPPORT_INSTANCEDIRECTORY_H
 #define TESTSUPPORT_INSTANCEDIRECTORY_H
 
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <utility>
 
-/// An instance in the directory `path`, made at construction, removed with all that is in it at
-/// destruction.
+#include "testsupport/TemporaryDirectory.h"
+
+/// The directory of an instance, without a configuration at first; removed with all that is in it
+/// at destruction.
 class InstanceDirectory {
  public:
-  explicit InstanceDirectory(std::string path) : path_(std::move(path)) {
-    std::filesystem::remove_all(path_);
-    std::filesystem::create_directories(path_);
-  }
-  ~InstanceDirectory() { std::filesystem::remove_all(path_); }
-  InstanceDirectory(const InstanceDirectory&) = delete;
-  InstanceDirectory& operator=(const InstanceDirectory&) = delete;
+  /// Under a name that nothing else has.
+  InstanceDirectory() = default;
+  /// At this place; see TemporaryDirectory.
+  explicit InstanceDirectory(std::string path) : directory_(std::move(path)) {}
 
-  const std::string& path() const { return path_; }
-  std::string path(const std::string& name) const { return path_ + "/" + name; }
+  const std::string& path() const { return directory_.name(); }
+  std::string path(const std::string& name) const { return directory_.path(name); }
 
   /// Writes a file and returns its path; directories on the way are made.
   std::string write(const std::string& name, const std::string& text = "") const {
-    std::filesystem::create_directories(std::filesystem::path(path(name)).parent_path());
-    std::ofstream(path(name), std::ios::binary) << text;
-    return path(name);
+    return directory_.write(name, text);
   }
 
   /// Writes the configuration file.
   void configure(const std::string& text) const { write("instance.conf", text); }
 
  private:
-  std::string path_;
+  TemporaryDirectory directory_;
 };
 
 #endif

@@ -353,6 +353,12 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"DnEscapesInside", "name=cn=a\\\\\\,b", "NAME=CN=A\\\\\\,B"},
         Row{"DnEmpty", "name=", "NAME="}, Row{"DnThatIsNone", "name=a  b", "NAME=A B"},
         Row{"DnInDn", "name=name=commonname=x", "NAME=NAME=CN=X"},
+        Row{"DnInThreeDns", "name=name=name=commonname=x", "NAME=NAME=NAME=CN=X"},
+        // Each level escapes what the one inside has written: 1, 3, 7 backslashes.
+        Row{"DnOfTwoRdnsInThreeDns", "name=name=name=commonname=a\\\\\\\\\\\\\\, o=b",
+            "NAME=NAME=NAME=CN=A\\\\\\\\\\\\\\,ORGANIZATIONNAME=B"},
+        Row{"DnInFourDnsIsAText", "name=name=name=name=commonname=x",
+            "NAME=NAME=NAME=NAME=COMMONNAME=X"},
         Row{"IntegerZeros", "int=007", "INT=7"}, Row{"IntegerNegative", "int=-0042", "INT=-42"},
         Row{"IntegerMinusZero", "int=-00", "INT=0"}, Row{"IntegerZero", "int=0", "INT=0"},
         Row{"IntegerOfAnyLength", "int=000123456789012345678901234567890",

@@ -21,8 +21,8 @@ struct NormalAva;
 class NormalDn {
  public:
   /// Takes the DN of `size` bytes at `dn`, in any spelling: by the loaded schema where `bySchema`
-  /// is set, as dn_normalize_esc() does, else without one, as dn_normalize_light_esc() does. A NUL is
-  /// a byte like any other. Empty afterwards where it is no usable DN.
+  /// is set, as dn_normalize_esc() does, else without one, as dn_normalize_light_esc() does. A NUL
+  /// is a byte like any other. Empty afterwards where it is no usable DN.
   void normalize(const char* dn, std::size_t size, bool bySchema);
 
   bool empty() const { return text_.empty(); }

@@ -73,7 +73,7 @@ class PlacesToLook {
   std::string_view dn_;
   std::size_t windowBegin_ = 0;
   std::size_t windowEnd_ = 0;
-  std::uint64_t places_ = 0;  // those left in the window
+  std::uint64_t places_ = 0;          // those left in the window
   text::PlaceMask smallLetters_ = 0;  // in any block
 };
 

@@ -5,6 +5,9 @@
 #include <vector>
 
 #include "platform/dirclient/dirclient.h"
+#include "testsupport/CapturedOutput.h"
+#include "testsupport/FreshProcess.h"
+#include "testsupport/LoadedSchema.h"
 
 namespace {
 
@@ -74,6 +77,41 @@ TEST(Record, WithoutASchemaTheSchemaAwareFormIsTheLightOne) {
   ldap_escDN* dn = dn_normalize_esc("cn = Local  Host");
   EXPECT_STREQ(dn->normalizedText, "CN=LOCAL HOST");
   free_ldap_escDN(&dn);
+}
+
+/// What debug level 8 prints while the schema, which knows "cn" alone, is in use.
+void expectSchemaLines(ldap_escDN* (*normalize)(const char*), const char* text,
+                       const std::string& lines) {
+  inFreshProcess([&] {
+    loadSchema(
+        "attributetype ( 2.5.4.3 NAME ( 'cn' 'commonName' ) EQUALITY caseIgnoreMatch"
+        " SYNTAX 1.3.6.1.4.1.1466.115.121.1.15 )\n");
+    write_ldap_debug(8);
+    ldap_escDN* dn = nullptr;
+    const CapturedOutput output = captured([&] { dn = normalize(text); });
+    EXPECT_EQ(output.err, lines) << text;
+    EXPECT_EQ(output.out, "") << text;
+    free_ldap_escDN(&dn);
+  });
+}
+
+TEST(SchemaLines, NameTheTypesThatTheSchemaDoesNotKnow) {
+  expectSchemaLines(dn_normalize_esc, "foo=a,cn=b+bar=c,o=d",
+                    "dirclient: not in the schema: FOO\n"
+                    "dirclient: not in the schema: BAR\n"
+                    "dirclient: not in the schema: O\n");
+}
+
+TEST(SchemaLines, NameNoTypeThatTheSchemaKnows) {
+  expectSchemaLines(dn_normalize_esc, "cn=a,commonname=b,2.5.4.3=c", "");
+}
+
+TEST(SchemaLines, NameNothingOfWhatIsNoDn) {
+  expectSchemaLines(dn_normalize_esc, "foo=a,no dn", "");
+}
+
+TEST(SchemaLines, NameNothingWhereTheSchemaIsNotAsked) {
+  expectSchemaLines(dn_normalize_light_esc, "foo=a", "");
 }
 
 }  // namespace

@@ -1,55 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <new>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "platform/dirclient/dirclient.h"
-
-namespace {
-
-thread_local long allocations = 0;
-
-}  // namespace
-
-// Counts what the library allocates; its records come from malloc, everything else from here.
-void* operator new(std::size_t size) {
-  ++allocations;
-  void* memory = std::malloc(size);
-  if (memory == nullptr) {
-    throw std::bad_alloc();
-  }
-  return memory;
-}
-
-// What memory resources call.
-void* operator new(std::size_t size, std::align_val_t alignment) {
-  ++allocations;
-  const auto align = static_cast<std::size_t>(alignment);
-  void* memory = std::aligned_alloc(align, (size + align - 1) / align * align);
-  if (memory == nullptr) {
-    throw std::bad_alloc();
-  }
-  return memory;
-}
-
-void operator delete(void* memory, std::align_val_t /*alignment*/) noexcept {
-  std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept {
-  std::free(memory);
-}
-
-void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t /*size*/) noexcept {
-  std::free(memory);
-}
+#include "testsupport/HeapAllocations.h"
 
 namespace {
 
@@ -109,10 +65,20 @@ TEST(Hash, DnsThatAreNotBelowTheBaseStillHaveAServer) {
   EXPECT_EQ(get_hash_value_from_dn("cn=a,o=y", "", 64), 34);
   EXPECT_EQ(get_hash_value_from_dn("cn=a,o=y", nullptr, 64), 34);
   EXPECT_EQ(get_hash_value_from_dn("cn=a,o=y", "no dn", 64), 34);
-  // An escaped comma is no boundary: the base is a tail of the text, not of the RDNs.
-  EXPECT_EQ(get_hash_value_from_dn("cn=a\\,b", "b=c", 64),
-            get_hash_value_from_dn("cn=a\\,b", nullptr, 64));
   EXPECT_EQ(get_hash_value_from_dn("cn=a", "cn=a,o=y", 64), 32);
+}
+
+// The text of each DN ends in that of the base "B=C". Values by the same program as above.
+TEST(Hash, BaseThatIsATailOfTheTextAloneIsNoBase) {
+  // The RDN's value ends in the base: behind an escaped comma, behind another character, or both.
+  EXPECT_EQ(get_hash_value_from_dn("cn=a\\,b=c", "b=c", 64), 6);          // by CN=A\,B=C
+  EXPECT_EQ(get_hash_value_from_dn("cn=a\\,b=c", "b=c", 1000), 629);      // the same
+  EXPECT_EQ(get_hash_value_from_dn("cn=ab=c", "b=c", 64), 27);            // by CN=AB=C
+  EXPECT_EQ(get_hash_value_from_dn("cn=ab=c", "b=c", 1000), 998);         // the same
+  EXPECT_EQ(get_hash_value_from_dn("cn=a\\\\\\,b=c", "b=c", 1000), 192);  // by CN=A\\\,B=C
+  // An escaped backslash and a comma that separates: below the base.
+  EXPECT_EQ(get_hash_value_from_dn("cn=a\\\\,b=c", "b=c", 64), 51);     // by CN=A\\ alone
+  EXPECT_EQ(get_hash_value_from_dn("cn=a\\\\,b=c", "b=c", 1000), 227);  // the same
 }
 
 TEST(Hash, WhatIsNoDnHasTheServerOfTheEmptyText) {
@@ -192,18 +158,18 @@ TEST(Hash, NormalFormCostsNoMemory) {
                                         "CN=" + repeated("\xc3\x9c", 100) + ",O=X",
                                         "1.2.3=#0401FF,O=X"};
   for (const std::string& dn : dns) {
-    const long before = allocations;
+    const long before = heapAllocations();
     get_hash_value_from_dn(dn.c_str(), base, 64);
-    EXPECT_EQ(allocations, before) << dn.substr(0, 40);
+    EXPECT_EQ(heapAllocations(), before) << dn.substr(0, 40);
   }
 }
 
 // So that the test above can fail: memory that has to be there is seen.
 TEST(Hash, LongTextThatIsNotNormalCostsMemory) {
   const std::string dn = " CN=" + std::string(1000000, 'A') + ",O=X";
-  const long before = allocations;
+  const long before = heapAllocations();
   get_hash_value_from_dn(dn.c_str(), base, 64);
-  EXPECT_GT(allocations, before);
+  EXPECT_GT(heapAllocations(), before);
 }
 
 TEST(Threads, AgreeOnEveryAnswer) {

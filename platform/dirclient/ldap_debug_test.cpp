@@ -4,6 +4,7 @@
 
 #include "platform/dirclient/dirclient.h"
 #include "platform/trace/trace.h"
+#include "testsupport/CapturedOutput.h"
 
 namespace {
 
@@ -32,27 +33,28 @@ TEST_F(DebugLevel, OneSwitchesTheToolsTracesOnAndNothingSwitchesThemOff) {
 
 TEST_F(DebugLevel, TwoTellsOfDnsThatCannotBeParsed) {
   write_ldap_debug(2);
-  ::testing::internal::CaptureStderr();
-  ldap_escDN* bad = dn_normalize_light_esc("no dn\n");
-  ldap_escDN* good = dn_normalize_light_esc("cn=a");
-  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "dirclient: not a usable DN: no dn\\0A\n");
-  free_ldap_escDN(&bad);
-  free_ldap_escDN(&good);
+  const CapturedOutput output = captured([] {
+    ldap_escDN* bad = dn_normalize_light_esc("no dn\n");
+    ldap_escDN* good = dn_normalize_light_esc("cn=a");
+    free_ldap_escDN(&bad);
+    free_ldap_escDN(&good);
+  });
+  EXPECT_EQ(output.err, "dirclient: not a usable DN: no dn\\0A\n");
 }
 
 TEST_F(DebugLevel, FourTellsOfHashDecisions) {
   write_ldap_debug(4);
-  ::testing::internal::CaptureStderr();
-  get_hash_value_from_dn("cn=a,o=x", "o=x", 1);
-  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "dirclient: server 1 of 1 by: CN=A\n");
+  const CapturedOutput output = captured([] { get_hash_value_from_dn("cn=a,o=x", "o=x", 1); });
+  EXPECT_EQ(output.err, "dirclient: server 1 of 1 by: CN=A\n");
 }
 
 TEST_F(DebugLevel, ZeroIsSilent) {
-  ::testing::internal::CaptureStderr();
-  ldap_escDN* bad = dn_normalize_light_esc("no dn");
-  get_hash_value_from_dn("cn=a,o=x", "o=x", 1);
-  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
-  free_ldap_escDN(&bad);
+  const CapturedOutput output = captured([] {
+    ldap_escDN* bad = dn_normalize_light_esc("no dn");
+    get_hash_value_from_dn("cn=a,o=x", "o=x", 1);
+    free_ldap_escDN(&bad);
+  });
+  EXPECT_EQ(output.err, "");
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "platform/dirclient/DnNormalizer.h"
 #include "platform/dirclient/appendNormalTime.h"
 #include "platform/dirclient/string_prep.h"
+#include "platform/text/Bytes16.h"
 #include "platform/text/ascii.h"
 #include "platform/text/escape.h"
 
@@ -19,8 +20,64 @@ using schema::EqualityRule;
 /// the text, and nothing real goes beyond one.
 constexpr int maximalNesting = 3;
 
-bool needsBackslash(char c) {
+constexpr bool needsBackslash(char c) {
   return c == '"' || c == '+' || c == ',' || c == ';' || c == '<' || c == '>' || c == '\\';
+}
+
+/// Wherever in a value it stands.
+constexpr bool isAlwaysEscaped(char c) {
+  return needsBackslash(c) || text::isAsciiControl(c);
+}
+
+using ByteSet = std::array<bool, 256>;
+
+constexpr ByteSet alwaysEscaped = [] {
+  ByteSet set{};
+  for (std::size_t byte = 0; byte < set.size(); ++byte) {
+    set[byte] = isAlwaysEscaped(static_cast<char>(byte));
+  }
+  return set;
+}();
+
+/// Where the bytes end that stand in the normal form as they are.
+std::string_view::iterator findAlwaysEscaped(std::string_view value) {
+  return std::find_if(value.begin(), value.end(),
+                      [](char c) { return alwaysEscaped[static_cast<unsigned char>(c)]; });
+}
+
+text::PlaceMask alwaysEscapedIn(const char* sixteen) {
+  const text::Bytes16 bytes(sixteen);
+  return (bytes.between('\0', '\x1F') | bytes.between('+', ',') | bytes.between(';', '<') |
+          bytes.equal('>') | bytes.equal('"') | bytes.equal('\\') | bytes.equal('\x7F'))
+      .mask();
+}
+
+/// Sixteen bytes at once, the last of them in part a second time.
+bool holdsAlwaysEscaped(std::string_view value) {
+  if (value.size() < text::bytesAtOnce) {
+    return findAlwaysEscaped(value) != value.end();
+  }
+  const char* const last = value.data() + value.size() - text::bytesAtOnce;
+  text::PlaceMask found = alwaysEscapedIn(last);
+  for (const char* at = value.data(); at < last; at += text::bytesAtOnce) {
+    found |= alwaysEscapedIn(at);
+  }
+  return found != 0;
+}
+
+bool isWrittenAsItIs(std::string_view value) {
+  return value.empty() || (value.front() != '#' && value.front() != ' ' && value.back() != ' ' &&
+                           !holdsAlwaysEscaped(value));
+}
+
+/// Of a byte that is always escaped.
+void appendEscape(char c, std::pmr::string& text) {
+  if (text::isAsciiControl(c)) {
+    text::appendHexEscape(c, text);
+  } else {
+    text += '\\';
+    text += c;
+  }
 }
 
 /// Working memory of one value, given back when the value is done: a name may have any number of
@@ -38,25 +95,33 @@ class Scratch {
   std::pmr::monotonic_buffer_resource memory_;
 };
 
-/// The value as RFC 4518 prepares it, or its bytes where it is not UTF-8; tells which.
+/// Appends the value as RFC 4518 prepares it, or its bytes where it is not UTF-8; tells which.
 bool prepare(std::string_view value, LetterCase letterCase, Insignificant insignificant,
-             std::pmr::string& result) {
-  if (prepareString(value, letterCase, insignificant, result)) {
+             std::pmr::string& text) {
+  if (prepareString(value, letterCase, insignificant, text)) {
     return true;
   }
-  result = value;
-  for (char& c : result) {
-    c = letterCase == LetterCase::upper ? text::toAsciiUpper(c) : c;
+  for (const char c : value) {
+    text += letterCase == LetterCase::upper ? text::toAsciiUpper(c) : c;
   }
   return false;
 }
 
+/// Replaces what stands in `text` from `begin` on by its escaped form.
+void escapeFrom(std::size_t begin, std::pmr::string& text) {
+  Scratch scratch;
+  const std::pmr::string value(std::string_view(text).substr(begin), scratch.memory());
+  text.resize(begin);
+  appendEscaped(value, text);
+}
+
 void appendPrepared(std::string_view value, LetterCase letterCase, Insignificant insignificant,
                     std::pmr::string& text) {
-  Scratch scratch;
-  std::pmr::string prepared(scratch.memory());
-  prepare(value, letterCase, insignificant, prepared);
-  appendEscaped(prepared, text);
+  const std::size_t begin = text.size();
+  prepare(value, letterCase, insignificant, text);
+  if (!isWrittenAsItIs(std::string_view(text).substr(begin))) {
+    escapeFrom(begin, text);
+  }
 }
 
 void appendIgnoringCase(std::string_view value, std::pmr::string& text) {
@@ -64,9 +129,10 @@ void appendIgnoringCase(std::string_view value, std::pmr::string& text) {
 }
 
 /// Appends what `appendBySyntax` makes of the value, prepared as if case were ignored; where it
-/// says that the value is not of its syntax, that prepared value itself. The syntax is tested
-/// behind the preparation and not before: else a value could become one of the syntax by it, and
-/// the normal form of the normal form would be another.
+/// says that the value is not of its syntax, that prepared value itself. The value is prepared
+/// before it is tested. An example: ` 007 ` is no integer as written; if it were taken as text, its
+/// normal form would be `007`; that is an integer, whose normal form is `7`, so that normalising
+/// twice would give another text than normalising once.
 template <typename AppendBySyntax>
 void appendOfSyntax(std::string_view value, std::pmr::string& text,
                     const AppendBySyntax& appendBySyntax) {
@@ -137,7 +203,8 @@ bool appendDn(std::string_view value, const schema::Schema* schema, int nesting,
   return true;
 }
 
-/// A DN by its own attributes; what is none may still become one by its preparation.
+/// Normalises the value as a DN. Where it is none as it was written, its prepared form may be one:
+/// full-width letters and signs, for instance, become ASCII.
 void appendDnOrText(std::string_view value, const schema::Schema* schema, int nesting,
                     std::pmr::string& text) {
   if (nesting >= maximalNesting) {
@@ -187,17 +254,27 @@ void appendNormalValue(std::string_view value, EqualityRule rule, const schema::
 }
 
 void appendEscaped(std::string_view value, std::pmr::string& text) {
-  for (std::string_view::size_type i = 0; i < value.size(); ++i) {
-    const char c = value[i];
-    const bool atAnEnd = i == 0 || i + 1 == value.size();
-    if (text::isAsciiControl(c) || (c == ' ' && atAnEnd)) {
-      text::appendHexEscape(c, text);
-      continue;
+  std::string_view rest = value;
+  if (rest.starts_with('#')) {
+    text += "\\#";
+    rest.remove_prefix(1);
+  } else if (rest.starts_with(' ')) {
+    text::appendHexEscape(' ', text);
+    rest.remove_prefix(1);
+  }
+  const bool endsInBlank = rest.ends_with(' ');
+  rest.remove_suffix(endsInBlank ? 1 : 0);
+  while (true) {
+    const auto escaped = findAlwaysEscaped(rest);
+    text.append(rest.begin(), escaped);
+    if (escaped == rest.end()) {
+      break;
     }
-    if (needsBackslash(c) || (c == '#' && i == 0)) {
-      text += '\\';
-    }
-    text += c;
+    appendEscape(*escaped, text);
+    rest.remove_prefix(static_cast<std::size_t>(escaped - rest.begin()) + 1);
+  }
+  if (endsInBlank) {
+    text::appendHexEscape(' ', text);
   }
 }
 

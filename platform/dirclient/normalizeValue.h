@@ -14,7 +14,7 @@ namespace dirclient {
 /// escaped for a DN. A value that is not of the rule's syntax is taken as for caseIgnoreMatch; one
 /// that is not UTF-8 is kept byte for byte, with ASCII letters in upper case where the rule ignores
 /// case. Values that are DNs are normalised by `schema`; `nesting` counts the DNs around this
-/// value.
+/// value. `value` must not lie in `text`.
 void appendNormalValue(std::string_view value, schema::EqualityRule rule,
                        const schema::Schema* schema, int nesting, std::pmr::string& text);
 

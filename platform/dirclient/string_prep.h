@@ -23,8 +23,9 @@ enum class Insignificant {
 
 /// Prepares `utf8` and appends the result, in UTF-8, to `prepared`. Returns false, with `prepared`
 /// unchanged, where `utf8` is not well-formed UTF-8 (RFC 3629). `utf8` may hold any bytes, NUL
-/// included, and must not lie in `prepared`. All working memory comes from the memory resource of
-/// `prepared`; text in ASCII needs none. Time is linear but for runs of combining marks, n log n.
+/// included, and must not lie in `prepared`. Memory is taken for the result, and to work in for
+/// long runs of combining marks only, all of it from the memory resource of `prepared`. Time is
+/// linear but for such runs, n log n.
 ///
 /// The steps: map (section 2.2), fold case, NFKC of Unicode 3.2 (section 2.3), insignificant
 /// characters, upper case. Prohibited code points and those that Unicode 3.2 does not know are kept

@@ -4,9 +4,10 @@
 The computation asks Python's standard library one character at a time and shares no table with the
 program: mapping by the lists that RFC 4518 prints, folding by stringprep, NFKC by Unicode 3.2's
 normalize(), upper case by str.upper(). Compared are every assigned code point, random strings of
-code points that matter to a step, pairs of a code point and a mark, and ill-formed bytes. Beside
-the results, two properties: a prepared text stays as it is, and two texts have the same result
-exactly when RFC 4518 prepares them to the same.
+code points that matter to a step, pairs of a code point and a mark, runs of letters mixed with all
+the rest, each code point among letters, and ill-formed bytes. Beside the results, two properties:
+a prepared text stays as it is, and two texts have the same result exactly when RFC 4518 prepares
+them to the same.
 """
 
 import functools
@@ -21,6 +22,7 @@ from unicodedata import ucd_3_2_0
 RANDOM_STRINGS = 100_000
 RANDOM_PAIRS = 60_000
 RANDOM_BYTES = 20_000
+RANDOM_MIXTURES = 40_000
 SEED = 4518
 CASES = ('keep', 'upper')
 HANDLINGS = ('spaces', 'numeric', 'telephone')
@@ -214,6 +216,30 @@ def random_pairs(source):
         yield pair if number % 4 < 2 else f'A {pair} z'
 
 
+def random_mixtures(source):
+    """Runs of letters that NFKC leaves alone, up to the length of a name, and the rest between."""
+    letters = [c for c in ASSIGNED if ucd_3_2_0.category(c)[0] in 'LNP'
+               and ucd_3_2_0.normalize('NFKC', c) == c]
+    scripts = [[c for c in letters if first <= ord(c) <= last]
+               for first, last in ((0x30, 0x7A), (0x41, 0x17F), (0x370, 0x3FF), (0x400, 0x4FF),
+                                   (0x5D0, 0x6FF), (0x900, 0xDFF), (0x1E00, 0x1FFF),
+                                   (0x2010, 0x203F), (0x3040, 0x9FFF), (0xAC00, 0xD7A3))]
+    others = sorted(set(ASSIGNED) - set(letters))
+    marks = [c for c in ASSIGNED if is_mark(c)]
+    for _ in range(RANDOM_MIXTURES):
+        text = ''
+        for _ in range(source.randint(1, 4)):
+            text += ''.join(source.choices(source.choice(scripts), k=source.randint(0, 14)))
+            text += source.choice((' ', '  ', source.choice(others), source.choice(marks),
+                                   ' ' + source.choice(marks)))
+        yield text
+
+
+def code_points_among_letters():
+    """Each code point behind a letter that composes, beside blanks, and behind Hangul."""
+    return [f'\u00f6{char} {char} a\uac00{char}z' for char in ASSIGNED]
+
+
 def well_formed_or_none(data):
     try:
         text = data.decode()
@@ -243,6 +269,8 @@ def main(arguments):
     comparison.texts('assigned code point', ASSIGNED, space_modes)
     comparison.texts('random string', list(random_strings(source)), MODES)
     comparison.texts('code point and mark', list(random_pairs(source)), space_modes)
+    comparison.texts('random mixture', list(random_mixtures(source)), space_modes)
+    comparison.texts('code point among letters', code_points_among_letters(), space_modes)
     comparison.compare('unassigned code points are kept', {
         (mode, text.encode()): text.encode() for mode in MODES
         for text in (''.join(UNASSIGNED[at:at + 64]) for at in range(0, len(UNASSIGNED), 64))})

@@ -46,6 +46,11 @@ extern const std::uint8_t upperCaseBlocks[];
 extern const std::uint32_t upperCaseBlockCount;
 extern const std::int16_t upperCaseValues[];
 
+// All below U+10000; the first blocks, below U+0800, stand in order.
+constexpr std::uint32_t simpleBlockCount = 0x10000 >> 7U;
+extern const std::uint8_t simpleBlocks[simpleBlockCount];
+extern const std::int16_t simpleValues[];
+
 extern const char32_t texts[];
 
 extern const CompositionPair compositionPairs[];
@@ -87,6 +92,24 @@ inline char32_t upperCaseOf(char32_t c) {
   const int distance =
       data::valueOf(c, data::upperCaseBlocks, data::upperCaseBlockCount, data::upperCaseValues);
   return static_cast<char32_t>(static_cast<int>(c) + distance);
+}
+
+/// The distance of a code point that is not simple.
+constexpr int notSimple = -0x8000;
+
+/// How far the prepared upper case of a simple code point is from it. A code point below U+10000 is
+/// simple where preparation without folding returns it, and with folding and upper case one code
+/// point of as many bytes in UTF-8, whatever stands before it: nothing there composes with it or is
+/// moved over it, and a blank there is one. What comes behind may still compose with it. A code
+/// point that Unicode 3.2 did not assign is simple; a blank or a surrogate is not.
+inline int simpleDistanceOf(char32_t c) {
+  using namespace data;
+  return c < 0x10000 ? valueOf(c, simpleBlocks, simpleBlockCount, simpleValues) : notSimple;
+}
+
+/// The same for a code point below U+0800.
+inline int simpleDistanceBelow800(char32_t c) {
+  return data::simpleValues[c];
 }
 
 inline std::span<const CompositionPair> compositionPairs() {

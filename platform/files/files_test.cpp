@@ -7,10 +7,10 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
+
+#include "testsupport/TemporaryDirectory.h"
 
 namespace {
 
@@ -18,18 +18,9 @@ namespace fs = std::filesystem;
 
 class FilesTest : public ::testing::Test {
  protected:
-  FilesTest() {
-    std::string pattern = (fs::temp_directory_path() / "varnel-files-XXXXXX").string();
-    directory_ = ::mkdtemp(pattern.data());
-  }
-  ~FilesTest() override { fs::remove_all(directory_); }
+  std::string path(const std::string& name) const { return directory_.path(name); }
 
-  std::string path(const std::string& name) const { return (directory_ / name).string(); }
-  void write(const std::string& name, const std::string& content) const {
-    std::ofstream(path(name)) << content;
-  }
-
-  fs::path directory_;
+  const TemporaryDirectory directory_;
 };
 
 TEST_F(FilesTest, NullIsAlwaysNo) {
@@ -39,10 +30,10 @@ TEST_F(FilesTest, NullIsAlwaysNo) {
 }
 
 TEST_F(FilesTest, ExistsForEveryKindOfFile) {
-  write("file", "");
+  directory_.write("file", "");
   ASSERT_EQ(::mkfifo(path("fifo").c_str(), 0600), 0);
   EXPECT_TRUE(doesFileExist(path("file").c_str()));
-  EXPECT_TRUE(doesFileExist(directory_.c_str()));
+  EXPECT_TRUE(doesFileExist(directory_.name().c_str()));
   EXPECT_TRUE(doesFileExist("/dev/null"));
   // An open would block for ever: no writer comes.
   EXPECT_TRUE(doesFileExist(path("fifo").c_str()));
@@ -61,21 +52,21 @@ TEST_F(FilesTest, ClearCreatesAnEmptyFile) {
 }
 
 TEST_F(FilesTest, ClearEmptiesAnExistingFile) {
-  write("old", "content");
+  directory_.write("old", "content");
   EXPECT_TRUE(clearFile(path("old").c_str()));
   EXPECT_EQ(fs::file_size(path("old")), 0U);
 }
 
 TEST_F(FilesTest, ClearFailsWhereNoFileCanBe) {
-  EXPECT_FALSE(clearFile(directory_.c_str()));
+  EXPECT_FALSE(clearFile(directory_.name().c_str()));
   EXPECT_FALSE(clearFile(path("missing/file").c_str()));
   EXPECT_FALSE(clearFile(""));
 }
 
 TEST_F(FilesTest, IsDirectoryOnlyForDirectories) {
-  write("file", "");
-  fs::create_directory_symlink(directory_, path("link"));
-  EXPECT_TRUE(isDirectory(directory_.c_str()));
+  directory_.write("file", "");
+  fs::create_directory_symlink(directory_.name(), path("link"));
+  EXPECT_TRUE(isDirectory(directory_.name().c_str()));
   EXPECT_TRUE(isDirectory(path("link").c_str()));
   EXPECT_FALSE(isDirectory(path("file").c_str()));
   EXPECT_FALSE(isDirectory(path("missing").c_str()));
@@ -95,13 +86,13 @@ class WorkingDirectoryTest : public FilesTest {
 };
 
 TEST_F(WorkingDirectoryTest, IsToldWithoutATrailingSlash) {
-  fs::current_path(directory_);
-  EXPECT_EQ(std::string(answer().get()), fs::canonical(directory_).string());
+  fs::current_path(directory_.name());
+  EXPECT_EQ(std::string(answer().get()), fs::canonical(directory_.name()).string());
 }
 
 TEST_F(WorkingDirectoryTest, MayBeLongerThanAnyFixedBuffer) {
-  fs::current_path(directory_);
-  std::string expected = fs::canonical(directory_).string();
+  fs::current_path(directory_.name());
+  std::string expected = fs::canonical(directory_.name()).string();
   const std::string name(200, 'd');
   for (int depth = 0; depth < 5; ++depth) {
     ASSERT_TRUE(fs::create_directory(name));

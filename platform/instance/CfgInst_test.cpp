@@ -2,12 +2,12 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <string>
 #include <vector>
 
 #include "platform/instance/readInstanceConfiguration.h"
+#include "testsupport/CapturedOutput.h"
 #include "testsupport/InstanceDirectory.h"
 
 namespace {
@@ -31,7 +31,7 @@ class CfgInstTest : public ::testing::Test {
     return filesOf(CfgInst(instance_.path().c_str(), nullptr, true), kind);
   }
 
-  InstanceDirectory instance_{::testing::TempDir() + "varnel-cfginst-" + std::to_string(getpid())};
+  InstanceDirectory instance_;
 };
 
 TEST_F(CfgInstTest, KeepsTheOrderOfEachKind) {
@@ -86,12 +86,13 @@ TEST_F(CfgInstTest, AnotherConfigurationFileMayBeNamed) {
 TEST_F(CfgInstTest, WhatCannotBeReadLeavesNoFileAndPrintsNothing) {
   instance_.write("a");
   instance_.configure("systemschema: nix\nsystemschema: a\nx: y\n");
-  ::testing::internal::CaptureStderr();
-  EXPECT_THAT(files(0), ElementsAre(instance_.path("a")));
-  EXPECT_THAT(filesOf(CfgInst("nowhere", nullptr, true), 0), IsEmpty());
-  EXPECT_THAT(filesOf(CfgInst("bad name", nullptr, true), 1), IsEmpty());
-  EXPECT_THAT(filesOf(CfgInst(nullptr, nullptr, true), 0), IsEmpty());
-  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+  const CapturedOutput output = captured([&] {
+    EXPECT_THAT(files(0), ElementsAre(instance_.path("a")));
+    EXPECT_THAT(filesOf(CfgInst("nowhere", nullptr, true), 0), IsEmpty());
+    EXPECT_THAT(filesOf(CfgInst("bad name", nullptr, true), 1), IsEmpty());
+    EXPECT_THAT(filesOf(CfgInst(nullptr, nullptr, true), 0), IsEmpty());
+  });
+  EXPECT_EQ(output.err, "");
 }
 
 TEST_F(CfgInstTest, EmptyListIsANullPointer) {

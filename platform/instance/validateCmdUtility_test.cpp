@@ -12,6 +12,7 @@
 #include <string>
 
 #include "platform/instance/readInstanceConfiguration.h"
+#include "testsupport/CapturedOutput.h"
 #include "testsupport/InstanceDirectory.h"
 
 namespace {
@@ -30,22 +31,18 @@ struct Result {
 Result validate(const std::string& name) {
   char* instance = strdup(name.c_str());
   char* configFile = nullptr;
-  ::testing::internal::CaptureStderr();
-  const int status = validateCmdUtility(&instance, &configFile, 1, 0, 0, 0);
-  Result result{status == 0, instance, configFile != nullptr ? configFile : "",
-                ::testing::internal::GetCapturedStderr()};
+  int status = -1;
+  const CapturedOutput output =
+      captured([&] { status = validateCmdUtility(&instance, &configFile, 1, 0, 0, 0); });
+  Result result{status == 0, instance, configFile != nullptr ? configFile : "", output.err};
   std::free(instance);
   std::free(configFile);
   return result;
 }
 
-std::string temporary(const std::string& name) {
-  return ::testing::TempDir() + "varnel-instance-" + std::to_string(getpid()) + "-" + name;
-}
-
 class ValidateCmdUtility : public ::testing::Test {
  protected:
-  InstanceDirectory instance_{temporary("valid")};
+  InstanceDirectory instance_;
 };
 
 TEST_F(ValidateCmdUtility, AcceptsADirectoryWithAGoodConfiguration) {
@@ -93,9 +90,9 @@ TEST_F(ValidateCmdUtility, ReportsAPathThatIsNoDirectory) {
 TEST_F(ValidateCmdUtility, NullPointerIsABadName) {
   char* instance = nullptr;
   char* configFile = nullptr;
-  ::testing::internal::CaptureStderr();
-  EXPECT_NE(validateCmdUtility(&instance, &configFile, 1, 0, 0, 0), 0);
-  EXPECT_THAT(::testing::internal::GetCapturedStderr(), StartsWith("VNL033001E: "));
+  const CapturedOutput output =
+      captured([&] { EXPECT_NE(validateCmdUtility(&instance, &configFile, 1, 0, 0, 0), 0); });
+  EXPECT_THAT(output.err, StartsWith("VNL033001E: "));
 }
 
 struct NameRow {
@@ -163,7 +160,7 @@ const FaultRow faultRows[] = {
 class InstanceFaultOf : public ::testing::TestWithParam<FaultRow> {};
 
 TEST_P(InstanceFaultOf, TheConfigurationIsReported) {
-  const InstanceDirectory instance(temporary("fault"));
+  const InstanceDirectory instance;
   instance.write("good.schema");
   std::filesystem::create_directory(instance.path("broken"));
   ASSERT_EQ(symlink("loop.ldif", instance.path("broken/loop.ldif").c_str()), 0);

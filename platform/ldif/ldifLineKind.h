@@ -21,8 +21,8 @@ enum class LdifLineKind {
 /// looked at in blocks.
 constexpr std::size_t ldifLinePadding = text::bytesAtOnce;
 
-/// Whether the line, which ends with a line feed, is one of nearly all of those of a plain attribute:
-/// a type of 1 to 15 letters, not "dn", a colon and a blank.
+/// Whether the line, which ends with a line feed, is one of nearly all of those of a plain
+/// attribute: a type of 1 to 15 letters, not "dn", a colon and a blank.
 inline bool isOrdinaryAttributeLine(const char* line) {
   const text::Bytes16 bytes(line);
   const text::PlaceMask letters = bytes.withSmallLetters().between('a', 'z').mask();

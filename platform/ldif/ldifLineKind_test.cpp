@@ -128,7 +128,8 @@ INSTANTIATE_TEST_SUITE_P(
         KindRow{"NotAWholeGroup", "cn:: AAAAAA\n", other},
         KindRow{"PaddingTooLate", "cn:: AAAA=\n", other},
         KindRow{"PaddingInside", "cn:: AA==AAAA\n", other},
-        KindRow{"BlankInside", "cn:: AA AA\n", other}, KindRow{"BlankBehind", "cn:: AAAA \n", other},
+        KindRow{"BlankInside", "cn:: AA AA\n", other},
+        KindRow{"BlankBehind", "cn:: AAAA \n", other},
         KindRow{"EveryDigit",
                 "cn:: ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/\n",
                 attribute},
@@ -154,29 +155,26 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     Dn, LineKind,
-    ::testing::Values(KindRow{"AsWritten", "dn: o=x\n", dn},
-                      KindRow{"BlankInside", "dn: o=x y\n", dn},
-                      KindRow{"BlankAtTheEnd", "dn: o=x \n", dn},
-                      KindRow{"OfOneCharacter", "dn: x\n", dn},
-                      KindRow{"Utf8", "dn: cn=\xc3\xa9\n", dn}, KindRow{"NoBlank", "dn:o=x\n", other},
-                      KindRow{"TwoBlanks", "dn:  o=x\n", other}, KindRow{"Empty", "dn:\n", other},
-                      KindRow{"BlankAlone", "dn: \n", other},
-                      KindRow{"BlankBeforeTheColon", "dn : o=x\n", other},
-                      KindRow{"CarriageReturn", "dn: o=x\r\n", other},
-                      KindRow{"Fold", "dn: o=\n x\n", other},
-                      KindRow{"Nul", std::string("dn: o=\0x\n", 9), other},
-                      KindRow{"Base64", "dn:: bz14\n", other}, KindRow{"Url", "dn:< o=x\n", other},
-                      KindRow{"NoLineEnd", "dn: o=x", other}),
+    ::testing::Values(
+        KindRow{"AsWritten", "dn: o=x\n", dn}, KindRow{"BlankInside", "dn: o=x y\n", dn},
+        KindRow{"BlankAtTheEnd", "dn: o=x \n", dn}, KindRow{"OfOneCharacter", "dn: x\n", dn},
+        KindRow{"Utf8", "dn: cn=\xc3\xa9\n", dn}, KindRow{"NoBlank", "dn:o=x\n", other},
+        KindRow{"TwoBlanks", "dn:  o=x\n", other}, KindRow{"Empty", "dn:\n", other},
+        KindRow{"BlankAlone", "dn: \n", other}, KindRow{"BlankBeforeTheColon", "dn : o=x\n", other},
+        KindRow{"CarriageReturn", "dn: o=x\r\n", other}, KindRow{"Fold", "dn: o=\n x\n", other},
+        KindRow{"Nul", std::string("dn: o=\0x\n", 9), other},
+        KindRow{"Base64", "dn:: bz14\n", other}, KindRow{"Url", "dn:< o=x\n", other},
+        KindRow{"NoLineEnd", "dn: o=x", other}),
     [](const auto& row) { return row.param.name; });
 
 TEST(OrdinaryAttributeLine, IsTold) {
-  for (const char* line : {"a: x\n", "cn: Jo\n", "DN: o=x\n", "dx: x\n", "xn: x\n", "ABCDEFGHIJKLMNO: \n",
-                           "telephoneNumber: 1\n", "zZ: \n"}) {
+  for (const char* line : {"a: x\n", "cn: Jo\n", "DN: o=x\n", "dx: x\n", "xn: x\n",
+                           "ABCDEFGHIJKLMNO: \n", "telephoneNumber: 1\n", "zZ: \n"}) {
     EXPECT_TRUE(isOrdinaryAttributeLine(std::string(line).append(16, 'A').data())) << line;
   }
-  for (const char* line : {"dn: o=x\n", "dn:: AAAA\n", "cn:x\n", "cn:: AAAA\n", ": x\n", "a1: x\n", "a;b: x\n",
-                           "telephoneNumbers: 1\n", "a:\n", "a\n", "\n", "# a: x\n", "a@: x\n", "a[: x\n",
-                           "a`: x\n", "a{: x\n", "cn : x\n"}) {
+  for (const char* line : {"dn: o=x\n", "dn:: AAAA\n", "cn:x\n", "cn:: AAAA\n", ": x\n", "a1: x\n",
+                           "a;b: x\n", "telephoneNumbers: 1\n", "a:\n", "a\n", "\n", "# a: x\n",
+                           "a@: x\n", "a[: x\n", "a`: x\n", "a{: x\n", "cn : x\n"}) {
     EXPECT_FALSE(isOrdinaryAttributeLine(std::string(line).append(16, 'A').data())) << line;
   }
 }

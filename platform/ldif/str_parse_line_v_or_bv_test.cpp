@@ -70,6 +70,18 @@ void PrintTo(const Row& row, std::ostream* out) {
 
 class LineRow : public ::testing::TestWithParam<Row> {};
 
+TEST_P(LineRow, NothingBehindTheLineIsWritten) {
+  const std::string behind(64, '#');
+  std::string room = GetParam().line + '\0' + behind;
+  char* type = nullptr;
+  char* value = nullptr;
+  char* url = nullptr;
+  int length = 0;
+  int encoding = 0;
+  str_parse_line_v_or_bv(room.data(), &type, &value, &length, 1, &url, &encoding);
+  EXPECT_EQ(room.substr(room.size() - behind.size()), behind);
+}
+
 TEST_P(LineRow, Parses) {
   EXPECT_EQ(parse(GetParam().line), GetParam().expected);
 }
@@ -152,6 +164,10 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"BlankBehindEscapedBackslashStays", "dn:: Y249YVxcIA==\n", base64("dn", "cn=a\\\\ ")},
         Row{"LoneBackslashAtTheEnd", "dn:: Y249YVw=\n", base64("dn", "cn=a\\")},
         Row{"OnlyBlanks", "dn:: ICAg\n", base64("dn", "")},
+        // No line feed, which would leave room for one byte more.
+        Row{"FillsTheLineWithItsNul", "dn:: eAo=", base64("dn", "x\\0A")},
+        Row{"LongerByItsNulThanTheLine", "dn:: eAo9", base64("dn", "x\\0A=")},
+        Row{"LongerThanTheLineBehindLeadingBlanks", "dn:: ICAgAQFh", base64("dn", "\\01\\01a")},
         Row{"LongerThanTheLine", "dn:: AQEBAQEBAQEBAQEB\n",
             base64("dn", "\\01\\01\\01\\01\\01\\01\\01\\01\\01\\01\\01\\01")}),
     [](const auto& row) { return row.param.name; });

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "platform/messages/catalog.h"
+#include "testsupport/CapturedOutput.h"
 
 void PrintTo(const CatalogMessage& message, std::ostream* out) {
   *out << message.set << '/' << message.number;
@@ -18,22 +19,6 @@ namespace {
 
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
-
-struct Output {
-  std::string out;
-  std::string err;
-};
-
-template <typename Call>
-Output captured(Call call) {
-  ::testing::internal::CaptureStdout();
-  ::testing::internal::CaptureStderr();
-  call();
-  Output output;
-  output.out = ::testing::internal::GetCapturedStdout();
-  output.err = ::testing::internal::GetCapturedStderr();
-  return output;
-}
 
 std::string nameOf(const CatalogMessage& message) {
   return "Set" + std::to_string(message.set) + "Number" + std::to_string(message.number);
@@ -61,7 +46,7 @@ TEST_P(CatalogRow, FormatsWithItsArgumentsOnTheStreamOfItsSeverity) {
   const char* const arguments[] = {"<first>", "<second>", "<third>", "<fourth>"};
   const CatalogMessage message = GetParam();
   ASSERT_LE(message.argumentCount, 4);
-  const Output output = captured([&] {
+  const CapturedOutput output = captured([&] {
     printMessageWithArguments(message.set, message.number, arguments, message.argumentCount);
   });
   const std::string& used = message.severity == 'I' ? output.out : output.err;
@@ -82,35 +67,35 @@ INSTANTIATE_TEST_SUITE_P(Catalog, CatalogRow,
                          [](const auto& row) { return nameOf(row.param); });
 
 TEST(PrintMessage, FillsThePlacesInTheTextsOrder) {
-  const Output output = captured([] { PrintMessage(32, 1, 48, "logfile", "7"); });
+  const CapturedOutput output = captured([] { PrintMessage(32, 1, 48, "logfile", "7"); });
   EXPECT_THAT(output.err, StartsWith("VNL032048E: Configuration file, line 7: \"logfile\""));
 }
 
 TEST(PrintMessage, VariadicFormTakesAsManyArgumentsAsTheCatalogHas) {
   void (*variadic)(int, int, int, ...) = PrintMessage;
-  const Output output = captured([&] { variadic(32, 1, 1, "my.conf"); });
+  const CapturedOutput output = captured([&] { variadic(32, 1, 1, "my.conf"); });
   EXPECT_EQ(output.out, "VNL032001I: Configuration file: my.conf\n");
 }
 
 TEST(PrintMessage, NumberWithoutTextPrintsIdentifierAndArguments) {
-  const Output output = captured([] { PrintMessage(32, 1, 999, "a", "b"); });
+  const CapturedOutput output = captured([] { PrintMessage(32, 1, 999, "a", "b"); });
   EXPECT_EQ(output.err, "VNL032999E: a b\n");
   EXPECT_EQ(output.out, "");
 }
 
 TEST(PrintMessage, NullArgumentPrintsAsNothing) {
   const char* nothing = nullptr;
-  const Output output = captured([&] { PrintMessage(32, 1, 1, nothing); });
+  const CapturedOutput output = captured([&] { PrintMessage(32, 1, 1, nothing); });
   EXPECT_EQ(output.out, "VNL032001I: Configuration file: \n");
 }
 
 TEST(PrintMessage, PercentSignsInAnArgumentAreText) {
-  const Output output = captured([] { PrintMessage(32, 1, 1, "%1$s%n%s"); });
+  const CapturedOutput output = captured([] { PrintMessage(32, 1, 1, "%1$s%n%s"); });
   EXPECT_EQ(output.out, "VNL032001I: Configuration file: %1$s%n%s\n");
 }
 
 TEST(PrintMessage, LineEndsInAnArgumentDoNotBreakTheLine) {
-  const Output output = captured([] { PrintMessage(32, 1, 1, "a\nVNL032039I: b\x7f"); });
+  const CapturedOutput output = captured([] { PrintMessage(32, 1, 1, "a\nVNL032039I: b\x7f"); });
   EXPECT_EQ(output.out, "VNL032001I: Configuration file: a\\0AVNL032039I: b\\7F\n");
 }
 

@@ -6,12 +6,12 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <thread>
 
 #include "platform/schema/Schema.h"
+#include "testsupport/CapturedOutput.h"
+#include "testsupport/TemporaryDirectory.h"
 
 namespace schema {
 
@@ -22,25 +22,16 @@ using ::testing::HasSubstr;
 
 class LdcfApiSchema : public ::testing::Test {
  protected:
-  LdcfApiSchema()
-      : directory_(::testing::TempDir() + "varnel-schema-" + std::to_string(getpid()) + "/") {
-    std::filesystem::create_directories(directory_);
-  }
-  ~LdcfApiSchema() override { std::filesystem::remove_all(directory_); }
-
   std::string write(const std::string& name, const std::string& text) const {
-    std::ofstream(directory_ + name, std::ios::binary) << text;
-    return directory_ + name;
+    return directory_.write(name, text);
   }
 
   /// Parses and returns what it printed on standard error.
   static std::string messagesOf(const std::string& file, int expectedProblems) {
-    ::testing::internal::CaptureStderr();
-    EXPECT_EQ(ldcf_api_schema_parse(file.c_str()), expectedProblems);
-    return ::testing::internal::GetCapturedStderr();
+    return captured([&] { EXPECT_EQ(ldcf_api_schema_parse(file.c_str()), expectedProblems); }).err;
   }
 
-  const std::string directory_;
+  const TemporaryDirectory directory_;
 };
 
 TEST_F(LdcfApiSchema, PublishesOnCompletionOnly) {
@@ -83,9 +74,7 @@ TEST_F(LdcfApiSchema, ReportsFileLineAndReason) {
                                   ", line 3: a definition cannot be read: \"1\" is no name"));
   EXPECT_THAT(messages, HasSubstr("VNL033022W: Schema file " + file + ", line 5: "));
   EXPECT_THAT(messages, HasSubstr("VNL033023W: Schema file " + file + ": 1 further"));
-  ::testing::internal::CaptureStderr();
-  EXPECT_EQ(ldcf_api_schema_complete(), 2);
-  const std::string atTheEnd = ::testing::internal::GetCapturedStderr();
+  const std::string atTheEnd = captured([] { EXPECT_EQ(ldcf_api_schema_complete(), 2); }).err;
   EXPECT_THAT(atTheEnd, HasSubstr("VNL033025W: Schema file " + file +
                                   ", line 4: attribute type \"b\" with SUP \"x\""));
   EXPECT_THAT(atTheEnd, HasSubstr("VNL033026W: Schema file " + file +
@@ -103,15 +92,15 @@ TEST_F(LdcfApiSchema, ReportsRedefinition) {
 
 TEST_F(LdcfApiSchema, ReportsFilesThatCannotBeRead) {
   ldcf_api_schema_init();
-  const std::string missing = directory_ + "missing.schema";
+  const std::string missing = directory_.path("missing.schema");
   EXPECT_THAT(messagesOf(missing, 1), HasSubstr("VNL033020W: Schema file " + missing +
                                                 " cannot be read: No such file or directory"));
-  EXPECT_THAT(messagesOf(directory_, 1), HasSubstr("it is a directory"));
-  const std::string pipe = directory_ + "pipe";
+  EXPECT_THAT(messagesOf(directory_.name(), 1), HasSubstr("it is a directory"));
+  const std::string pipe = directory_.path("pipe");
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
   EXPECT_THAT(messagesOf(pipe, 1), HasSubstr("it is not a regular file"));
   EXPECT_THAT(messagesOf("/dev/zero", 1), HasSubstr("it is not a regular file"));
-  const std::string loop = directory_ + "loop";
+  const std::string loop = directory_.path("loop");
   ASSERT_EQ(symlink("loop", loop.c_str()), 0);
   EXPECT_THAT(messagesOf(loop, 1), HasSubstr("VNL033020W"));
   EXPECT_THAT(messagesOf("", 1), HasSubstr("VNL033020W"));
@@ -127,9 +116,8 @@ TEST_F(LdcfApiSchema, ReportsAFileWhoseReadingFails) {
 
 TEST_F(LdcfApiSchema, NullPointerIsAFileThatCannotBeRead) {
   ldcf_api_schema_init();
-  ::testing::internal::CaptureStderr();
-  EXPECT_EQ(ldcf_api_schema_parse(nullptr), 1);
-  EXPECT_THAT(::testing::internal::GetCapturedStderr(), HasSubstr("VNL033020W"));
+  EXPECT_THAT(captured([] { EXPECT_EQ(ldcf_api_schema_parse(nullptr), 1); }).err,
+              HasSubstr("VNL033020W"));
 }
 
 TEST_F(LdcfApiSchema, EmptyFileIsNoProblem) {

@@ -104,9 +104,7 @@ class Sse2Bytes16 {
 
   void store(char* at) const { _mm_storeu_si128(reinterpret_cast<__m128i*>(at), bytes_); }
 
-  Sse2Bytes16 equal(char c) const {
-    return Sse2Bytes16(_mm_cmpeq_epi8(bytes_, _mm_set1_epi8(c)));
-  }
+  Sse2Bytes16 equal(char c) const { return Sse2Bytes16(_mm_cmpeq_epi8(bytes_, _mm_set1_epi8(c))); }
 
   Sse2Bytes16 between(char low, char high) const {
     const __m128i above = _mm_sub_epi8(bytes_, _mm_set1_epi8(low));

@@ -30,10 +30,11 @@ using Kinds = ::testing::Types<text::PlainBytes16>;
 TYPED_TEST_SUITE(BytesOf, Kinds);
 
 TYPED_TEST(BytesOf, MaskHasABitForEachByteOutsideAscii) {
-  const std::string bytes("a\x80"
-                          "b\xff"
-                          "0123456789A\xc3",
-                          16);
+  const std::string bytes(
+      "a\x80"
+      "b\xff"
+      "0123456789A\xc3",
+      16);
   EXPECT_EQ(TypeParam(bytes.data()).mask(), 0x800AU);
 }
 
@@ -49,7 +50,8 @@ TYPED_TEST(BytesOf, EveryByteIsComparedByItself) {
     const auto first = static_cast<unsigned char>(low);
     const auto last = static_cast<unsigned char>(high);
     const TypeParam block(bytes.data());
-    ASSERT_EQ(block.equal(low).mask(), placesOf(bytes, [&](unsigned char c) { return c == first; }));
+    ASSERT_EQ(block.equal(low).mask(),
+              placesOf(bytes, [&](unsigned char c) { return c == first; }));
     if (first <= last) {
       ASSERT_EQ(block.between(low, high).mask(),
                 placesOf(bytes, [&](unsigned char c) { return c >= first && c <= last; }));

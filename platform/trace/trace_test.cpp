@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "testsupport/CapturedOutput.h"
+
 namespace {
 
 class TraceTest : public ::testing::Test {
@@ -14,40 +16,39 @@ TEST_F(TraceTest, EventsAreOffAtStart) {
 }
 
 TEST_F(TraceTest, LineStartsWithTheLevelInHexadecimal) {
-  ::testing::internal::CaptureStderr();
-  ldtr_formater_global::debug(traceProgress, "reading conf file: %s | %s\n", "url", "ldap://a");
-  EXPECT_EQ(::testing::internal::GetCapturedStderr(),
-            "c8010000 reading conf file: url | ldap://a\n");
+  const CapturedOutput output = captured([] {
+    ldtr_formater_global::debug(traceProgress, "reading conf file: %s | %s\n", "url", "ldap://a");
+  });
+  EXPECT_EQ(output.err, "c8010000 reading conf file: url | ldap://a\n");
 }
 
 TEST_F(TraceTest, MissingLineEndIsAdded) {
-  ::testing::internal::CaptureStderr();
-  ldtr_formater_global::debug(traceError, "%d", 7);
-  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "c8110000 7\n");
+  const CapturedOutput output = captured([] { ldtr_formater_global::debug(traceError, "%d", 7); });
+  EXPECT_EQ(output.err, "c8110000 7\n");
 }
 
 TEST_F(TraceTest, LongTextIsNotCut) {
   const std::string text(20000, 'x');
-  ::testing::internal::CaptureStderr();
-  ldtr_formater_global::debug(traceProgress, "%s\n", text.c_str());
-  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "c8010000 " + text + "\n");
+  const CapturedOutput output =
+      captured([&] { ldtr_formater_global::debug(traceProgress, "%s\n", text.c_str()); });
+  EXPECT_EQ(output.err, "c8010000 " + text + "\n");
 }
 
 TEST_F(TraceTest, ArgumentsAreNotEvaluatedWhileOff) {
   int evaluated = 0;
-  ::testing::internal::CaptureStderr();
-  TRACE(traceProgress, "%d\n", ++evaluated);
-  EXPECT_EQ(evaluated, 0);
-  trcEvents = traceDebugEvent;
-  TRACE(traceProgress, "%d\n", ++evaluated);
-  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "c8010000 1\n");
+  const CapturedOutput output = captured([&] {
+    TRACE(traceProgress, "%d\n", ++evaluated);
+    EXPECT_EQ(evaluated, 0);
+    trcEvents = traceDebugEvent;
+    TRACE(traceProgress, "%d\n", ++evaluated);
+  });
+  EXPECT_EQ(output.err, "c8010000 1\n");
 }
 
 TEST_F(TraceTest, OtherEventBitsDoNotSwitchTheToolsTracesOn) {
   trcEvents = ~traceDebugEvent;
-  ::testing::internal::CaptureStderr();
-  TRACE(traceProgress, "%s\n", "unseen");
-  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+  const CapturedOutput output = captured([] { TRACE(traceProgress, "%s\n", "unseen"); });
+  EXPECT_EQ(output.err, "");
 }
 
 TEST_F(TraceTest, InitLeavesTheEventsAlone) {

@@ -1,7 +1,7 @@
-#include "testsupport/CapturedOutput.h"
+#include "testsupport/messageLine.h"
 
 #include "platform/messages/PrintMessage.h"
-#include "platform/trace/trace.h"
+#include "testsupport/CapturedOutput.h"
 
 std::string messageLine(int number, const std::vector<std::string>& arguments) {
   std::vector<const char*> texts;
@@ -12,12 +12,4 @@ std::string messageLine(int number, const std::vector<std::string>& arguments) {
   const CapturedOutput output = captured(
       [&] { printMessageWithArguments(32, number, texts.data(), static_cast<int>(texts.size())); });
   return output.out + output.err;
-}
-
-TracesOn::TracesOn() : before_(trcEvents) {
-  trcEvents |= traceDebugEvent;
-}
-
-TracesOn::~TracesOn() {
-  trcEvents = before_;
 }

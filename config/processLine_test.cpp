@@ -1,5 +1,5 @@
-// The parser of the configuration file. It keeps its progress in function-static variables, so that
-// every text is read in a process of its own.
+// The parser of the configuration file, from the whole of init() down to single lines. It keeps its
+// progress in function-static variables, so that every text is read in a process of its own.
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -15,6 +15,8 @@
 #include "testsupport/CapturedOutput.h"
 #include "testsupport/FreshProcess.h"
 #include "testsupport/TemporaryDirectory.h"
+#include "testsupport/TracesOn.h"
+#include "testsupport/messageLine.h"
 
 namespace {
 
@@ -166,6 +168,37 @@ INSTANTIATE_TEST_SUITE_P(
                    "error: \"splitby\" configured multiple times",
                    48,
                    {"splitby", "2"}},
+        // That the key stands again counts first, whatever its value.
+        RefusedRow{"ActiontypeAndItsValueIsIllegal",
+                   "actiontype: splitonly\nactiontype: other\n",
+                   2,
+                   "error: \"actiontype\" configured multiple times",
+                   48,
+                   {"actiontype", "2"}},
+        RefusedRow{"SplitbyAndItsValueIsIllegal",
+                   "splitby: rdnhash\nsplitby: other\n",
+                   2,
+                   "error: \"splitby\" configured multiple times",
+                   48,
+                   {"splitby", "2"}},
+        RefusedRow{"InputfileThatIsMissing",
+                   "inputfile: in.ldif\ninputfile: missing.ldif\n",
+                   2,
+                   "error: \"inputfile\" configured multiple times",
+                   48,
+                   {"inputfile", "2"}},
+        RefusedRow{"DefaultoutputfileThatExists",
+                   "defaultoutputfile: p.ldif\ndefaultoutputfile: in.ldif\n",
+                   2,
+                   "error: \"defaultoutputfile\" configured multiple times",
+                   48,
+                   {"defaultoutputfile", "2"}},
+        RefusedRow{"BasedirectoryThatIsMissing",
+                   "basedirectory: @/sub\nbasedirectory: @/missing\n",
+                   2,
+                   "error: \"basedirectory\" configured multiple times",
+                   48,
+                   {"basedirectory", "2"}},
         RefusedRow{"BasedirectoryOfTheSameName",
                    "basedirectory: @/sub\nbasedirectory: @/sub\n",
                    2,

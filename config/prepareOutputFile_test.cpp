@@ -1,0 +1,163 @@
+#include "config/prepareOutputFile.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <ostream>
+#include <vector>
+
+#include "config/VarnelConfigException.h"
+#include "testsupport/CapturedOutput.h"
+#include "testsupport/TemporaryDirectory.h"
+#include "testsupport/messageLine.h"
+
+namespace {
+
+/// The step under test, on the file of that name, named in line 7.
+using Step = std::function<void(const std::string& name, bool recovery)>;
+
+/// What a step makes of a file. `content` is that of the file before, a null pointer for none;
+/// `after` is what is read afterwards. `message` is the number of the message that is printed, 0
+/// for none; `fault` is the exception's text, "@" standing for the name, or empty for none.
+struct Row {
+  const char* name;
+  Step step;
+  bool recovery;
+  const char* content;
+  const char* after;
+  int message;
+  const char* fault;
+  int line;
+};
+
+void PrintTo(const Row& row, std::ostream* out) {
+  *out << row.name;
+}
+
+const char* const none = "(no file)";
+const char* const exists = "error: @file exists.  Cannot overwrite.";
+const char* const missing = "error: @does not exist or cannot be opened";
+
+class FileOfTheConfiguration : public ::testing::TestWithParam<Row> {
+ protected:
+  /// The text of the exception, "" for none.
+  std::string runStep(const std::string& name) {
+    const Row& row = GetParam();
+    std::string fault;
+    output_ = captured([&] {
+      try {
+        row.step(name, row.recovery);
+      } catch (const VarnelConfigException& failure) {
+        fault = failure.message();
+        EXPECT_EQ(failure.line(), row.line);
+      }
+    });
+    return fault;
+  }
+
+  TemporaryDirectory directory_;
+  CapturedOutput output_;
+};
+
+TEST_P(FileOfTheConfiguration, IsPreparedOrRefused) {
+  const Row& row = GetParam();
+  if (row.content != nullptr) {
+    directory_.write("f", row.content);
+  }
+  const std::string name = directory_.path("f");
+  std::string fault = row.fault;
+  if (fault.find('@') != std::string::npos) {
+    fault.replace(fault.find('@'), 1, name);
+  }
+  EXPECT_EQ(runStep(name), fault);
+  EXPECT_EQ(output_.out, "");
+  const std::vector<std::string> arguments =
+      row.message == 7 ? std::vector<std::string>{name, std::to_string(row.line)}
+                       : std::vector<std::string>{name};
+  EXPECT_EQ(output_.err, row.message != 0 ? messageLine(row.message, arguments) : "");
+  EXPECT_EQ(directory_.read("f"), row.after);
+}
+
+std::string nameOfRow(const ::testing::TestParamInfo<Row>& row) {
+  return row.param.name;
+}
+
+const Step output = [](const std::string& name, bool recovery) {
+  prepareOutputFile(name, recovery, 7);
+};
+const Step server = [](const std::string& name, bool recovery) {
+  prepareServerFile(name, recovery, 7);
+};
+const Step byDefault = [](const std::string& name, bool recovery) {
+  prepareDefaultOutputFile(name, recovery);
+};
+const Step log = [](const std::string& name, bool recovery) { prepareLogFile(name, recovery, 7); };
+const Step openedLog = [](const std::string& name, bool /*recovery*/) {
+  const AutoClose stream = openLogFile(name);
+  EXPECT_GE(std::fputs("more", stream.get()), 0);
+};
+const Step input = [](const std::string& name, bool /*recovery*/) { requireInputFile(name, 7); };
+const Step directory = [](const std::string& name, bool /*recovery*/) {
+  requireDirectory(name, 7);
+};
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, FileOfTheConfiguration,
+    ::testing::Values(Row{"Output", output, false, nullptr, "", 0, "", 0},
+                      Row{"OutputThatExists", output, false, "old", "old", 8, exists, 7},
+                      Row{"OutputInRecovery", output, true, "old", "old", 0, "", 0},
+                      Row{"OutputMissingInRecovery", output, true, nullptr, none, 7, missing, 7},
+                      Row{"Server", server, false, nullptr, "", 0, "", 0},
+                      Row{"ServerThatExists", server, false, "old", "old", 8, exists, 7},
+                      Row{"ServerInRecoveryIsEmptied", server, true, "old", "", 0, "", 0},
+                      Row{"ServerMissingInRecovery", server, true, nullptr, none, 7, missing, 7},
+                      Row{"Default", byDefault, false, nullptr, "version: 1\n\n", 0, "", 0},
+                      Row{"DefaultThatExists", byDefault, false, "old", "old", 8, exists, 0},
+                      Row{"DefaultInRecovery", byDefault, true, "old", "old", 0, "", 0},
+                      Row{"DefaultMissingInRecovery", byDefault, true, nullptr, none, 7, missing,
+                          0},
+                      Row{"Log", log, false, nullptr, "", 0, "", 0},
+                      Row{"LogThatExistsStays", log, false, "old", "old", 0, "", 0},
+                      Row{"LogInRecovery", log, true, "old", "old", 0, "", 0},
+                      Row{"LogMissingInRecovery", log, true, nullptr, none, 0, "@", 7},
+                      Row{"OpenedLog", openedLog, false, nullptr, "more", 0, "", 0},
+                      Row{"OpenedLogIsAppendedTo", openedLog, false, "old", "oldmore", 0, "", 0},
+                      Row{"Input", input, false, "old", "old", 0, "", 0},
+                      Row{"InputMissing", input, false, nullptr, none, 7, missing, 7},
+                      Row{"FileAsDirectory", directory, false, "old", "old", 13, "@", 7},
+                      Row{"DirectoryMissing", directory, false, nullptr, none, 13, "@", 7}),
+    nameOfRow);
+
+/// What cannot be created, since its directory is missing.
+class FileWithoutADirectory : public FileOfTheConfiguration {};
+
+TEST_P(FileWithoutADirectory, IsRefused) {
+  const Row& row = GetParam();
+  const std::string name = directory_.path("missing/f");
+  std::string fault = row.fault;
+  if (fault.find('@') != std::string::npos) {
+    fault.replace(fault.find('@'), 1, name);
+  }
+  EXPECT_EQ(runStep(name), fault);
+  EXPECT_EQ(output_.err, row.message != 0 ? messageLine(row.message, {name, "7"}) : "");
+  EXPECT_FALSE(directory_.has("missing"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, FileWithoutADirectory,
+    ::testing::Values(Row{"Output", output, false, nullptr, none, 7, missing, 7},
+                      Row{"Server", server, false, nullptr, none, 7, missing, 7},
+                      Row{"Default", byDefault, false, nullptr, none, 0,
+                          "error opening @: permission denied or does not exist", 0},
+                      Row{"LogIsNoFaultYet", log, false, nullptr, none, 0, "", 0},
+                      Row{"OpenedLog", openedLog, false, nullptr, none, 0, "@", 0}),
+    nameOfRow);
+
+TEST(RequireDirectory, AcceptsOne) {
+  const TemporaryDirectory some;
+  const CapturedOutput printed =
+      captured([&] { EXPECT_NO_THROW(requireDirectory(some.name(), 7)); });
+  EXPECT_EQ(printed.out + printed.err, "");
+}
+
+}  // namespace
