@@ -22,11 +22,11 @@
 #include "actors/ldifActorFactory.h"
 #include "config/VarnelConfig.h"
 #include "fuzz/CapturedMessages.h"
-#include "fuzz/PlainSplit.h"
 #include "fuzz/entriesOf.h"
 #include "fuzz/require.h"
 #include "ldifsplit/LdifSplit.h"
 #include "testsupport/TemporaryDirectory.h"
+#include "testsupport/plainSplit.h"
 
 namespace {
 
