@@ -59,13 +59,14 @@ void closeStreams() {
 
 // The program is linked so that these are called in place of the functions of the C library.
 extern "C" {
-std::FILE* __real_fopen(const char* path, const char* mode);
+// The name of fopen where files may be large.
+std::FILE* __real_fopen64(const char* path, const char* mode);
 int __real_setvbuf(std::FILE* stream, char* buffer, int mode, std::size_t size);
 int __real_fclose(std::FILE* stream);
 ssize_t __real_read(int file, void* buffer, std::size_t size);
 
-std::FILE* __wrap_fopen(const char* path, const char* mode) {
-  std::FILE* const stream = __real_fopen(path, mode);
+std::FILE* __wrap_fopen64(const char* path, const char* mode) {
+  std::FILE* const stream = __real_fopen64(path, mode);
   if (stream != nullptr && *mode == 'w') {
     openStreams.push_back({stream, nullptr});
   }
@@ -165,7 +166,7 @@ class Setting {
 
   void readFiles(SplitOutcome& outcome) const {
     for (const std::string& name : files()) {
-      std::FILE* const file = __real_fopen(name.c_str(), "r");
+      std::FILE* const file = __real_fopen64(name.c_str(), "r");
       if (file == nullptr) {
         continue;
       }
