@@ -287,8 +287,8 @@ TEST_F(RefusedBytes, NothingIsRefused) {
 }
 
 TEST_F(RefusedBytes, StopTheSplitAtTheLineOfTheFirstOfThem) {
-  for (std::size_t taken = 0; taken < output_.content.size();
-       taken += taken > 150 && taken < 4200 ? 97 : 1) {
+  for (std::size_t taken = 0;
+       taken<output_.content.size(); taken += taken> 150 && taken < 4200 ? 97 : 1) {
     refusal = Refusal::forever;
     bytesTaken = headerSize + taken;
     const SplitOutcome outcome = split(input_);
@@ -310,8 +310,8 @@ TEST_F(RefusedBytes, OfAPieceOfTheDnLineAreLostWhereTheNextPieceIsTaken) {
     bytesTaken = headerSize + taken;
     const SplitOutcome outcome = split(input_);
     ASSERT_EQ(outcome.kind, SplitOutcome::finished) << taken;
-    const std::string written =
-        taken < start.size() ? start.substr(0, taken) + dn : start + dn.substr(0, taken - start.size());
+    const std::string written = taken < start.size() ? start.substr(0, taken) + dn
+                                                     : start + dn.substr(0, taken - start.size());
     ASSERT_EQ(outcome.files.at(path("y1")), "version: 1\n\n" + written + rest) << taken;
   }
 }

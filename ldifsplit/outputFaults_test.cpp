@@ -133,7 +133,7 @@ TEST_F(Faults, HeaderIsTwoPieces) {
 }
 
 TEST_F(Faults, FilesAreClosedInAscendingOrderOfTheirNames) {
-  OutputFileSet files;
+  OutputFileSet files(4);
   std::vector<std::FILE*> expected;
   for (const char* name : {"server2", "a", "Z", "server10"}) {
     files.open(directory_.path(name));
