@@ -122,6 +122,10 @@ class LightNormalForm {
 
 int serverOfTexts(std::string_view dn, std::string_view baseDn, int serverCount) {
   const LightNormalForm entry(dn);
+  // What follows an RDN of a normal form is one itself, so that it needs no look of its own.
+  if (isBelow(entry.text(), baseDn)) {
+    return serverOfPart(rdnBelow(entry.text(), baseDn), serverCount);
+  }
   const LightNormalForm base(baseDn);
   const bool below = isBelow(entry.text(), base.text());
   return serverOfPart(below ? rdnBelow(entry.text(), base.text()) : entry.text(), serverCount);
