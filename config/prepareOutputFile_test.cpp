@@ -1,6 +1,7 @@
 #include "config/prepareOutputFile.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <functional>
 #include <ostream>
@@ -14,7 +15,7 @@
 namespace {
 
 /// The step under test, on the file of that name, named in line 7.
-using Step = std::function<void(const std::string& name, bool recovery)>;
+using Step = std::function<void(const std::string& name, bool recovery, FileIdentities& files)>;
 
 /// What a step makes of a file. `content` is that of the file before, a null pointer for none;
 /// `after` is what is read afterwards. `message` is the number of the message that is printed, 0
@@ -46,7 +47,7 @@ class FileOfTheConfiguration : public ::testing::TestWithParam<Row> {
     std::string fault;
     output_ = captured([&] {
       try {
-        row.step(name, row.recovery);
+        row.step(name, row.recovery, files_);
       } catch (const VarnelConfigException& failure) {
         fault = failure.message();
         EXPECT_EQ(failure.line(), row.line);
@@ -57,6 +58,7 @@ class FileOfTheConfiguration : public ::testing::TestWithParam<Row> {
 
   TemporaryDirectory directory_;
   CapturedOutput output_;
+  FileIdentities files_;
 };
 
 TEST_P(FileOfTheConfiguration, IsPreparedOrRefused) {
@@ -82,22 +84,26 @@ std::string nameOfRow(const ::testing::TestParamInfo<Row>& row) {
   return row.param.name;
 }
 
-const Step output = [](const std::string& name, bool recovery) {
-  prepareOutputFile(name, recovery, 7);
+const Step output = [](const std::string& name, bool recovery, FileIdentities& files) {
+  prepareOutputFile(name, recovery, files, 7);
 };
-const Step server = [](const std::string& name, bool recovery) {
-  prepareServerFile(name, recovery, 7);
+const Step server = [](const std::string& name, bool recovery, FileIdentities& files) {
+  prepareServerFile(name, recovery, files, 7);
 };
-const Step byDefault = [](const std::string& name, bool recovery) {
-  prepareDefaultOutputFile(name, recovery);
+const Step byDefault = [](const std::string& name, bool recovery, FileIdentities& files) {
+  prepareDefaultOutputFile(name, recovery, files);
 };
-const Step log = [](const std::string& name, bool recovery) { prepareLogFile(name, recovery, 7); };
-const Step openedLog = [](const std::string& name, bool /*recovery*/) {
-  const AutoClose stream = openLogFile(name);
+const Step log = [](const std::string& name, bool recovery, FileIdentities& files) {
+  prepareLogFile(name, recovery, files, 7);
+};
+const Step openedLog = [](const std::string& name, bool /*recovery*/, FileIdentities& files) {
+  const AutoClose stream = openLogFile(name, files);
   EXPECT_GE(std::fputs("more", stream.get()), 0);
 };
-const Step input = [](const std::string& name, bool /*recovery*/) { requireInputFile(name, 7); };
-const Step directory = [](const std::string& name, bool /*recovery*/) {
+const Step input = [](const std::string& name, bool /*recovery*/, FileIdentities& files) {
+  requireInputFile(name, files, 7);
+};
+const Step directory = [](const std::string& name, bool /*recovery*/, FileIdentities& /*files*/) {
   requireDirectory(name, 7);
 };
 
@@ -152,6 +158,68 @@ INSTANTIATE_TEST_SUITE_P(
                       Row{"LogIsNoFaultYet", log, false, nullptr, none, 0, "", 0},
                       Row{"OpenedLog", openedLog, false, nullptr, none, 0, "@", 0}),
     nameOfRow);
+
+/// A file that has a role already.
+class FileWithARole : public FileOfTheConfiguration {
+ protected:
+  /// Runs the step on the file `other`, whose second name `f` has the role.
+  std::string runStepOn(const std::string& other, FileRole role) {
+    directory_.write("other", "old");
+    EXPECT_EQ(::link(other.c_str(), directory_.path("f").c_str()), 0);
+    files_.add(directory_.path("f"), role);
+    return runStep(other);
+  }
+};
+
+TEST_P(FileWithARole, IsAnIllegalValueAndStaysAsItIs) {
+  const Row& row = GetParam();
+  const std::string name = directory_.path("other");
+  for (const FileRole role : {FileRole::input, FileRole::output, FileRole::log}) {
+    if (std::string(row.name) == "Log" && role == FileRole::log) {
+      continue;
+    }
+    files_ = FileIdentities();
+    ::unlink(directory_.path("f").c_str());
+    const std::string fault = runStepOn(name, role);
+    if (std::string(row.name) == "Input" && role == FileRole::input) {
+      EXPECT_EQ(fault, "");
+      continue;
+    }
+    if (std::string(row.name) == "OpenedLog" && role == FileRole::log) {
+      EXPECT_EQ(fault, "");
+      continue;
+    }
+    EXPECT_EQ(fault, "error: \"" + name + "\" not allowed for option \"" + row.after + "\"");
+    EXPECT_EQ(output_.err, messageLine(6, {name, row.after}));
+    EXPECT_EQ(directory_.read("other"), "old");
+  }
+}
+
+// Here `after` is the key.
+INSTANTIATE_TEST_SUITE_P(
+    Rows, FileWithARole,
+    ::testing::Values(Row{"Output", output, true, "", "defaultoutputfile", 6, "", 7},
+                      Row{"Server", server, true, "", "file", 6, "", 7},
+                      Row{"Default", byDefault, true, "", "defaultoutputfile", 6, "", 0},
+                      Row{"Log", log, false, "", "logfile", 6, "", 7},
+                      Row{"OpenedLog", openedLog, false, "", "logfile", 6, "", 0},
+                      Row{"Input", input, false, "", "inputfile", 6, "", 7}),
+    nameOfRow);
+
+TEST(FilesOfTheRun, HaveARoleOnceTheyArePrepared) {
+  const TemporaryDirectory some;
+  const std::string in = some.write("in", "");
+  FileIdentities files;
+  requireInputFile(in, files, 1);
+  prepareOutputFile(some.path("rest"), false, files, 2);
+  prepareServerFile(some.path("one"), false, files, 3);
+  prepareLogFile(some.path("log"), false, files, 4);
+  prepareDefaultOutputFile(some.path("parent"), false, files);
+  for (const char* const name : {"in", "rest", "one", "parent"}) {
+    EXPECT_TRUE(files.isTaken(some.path(name), FileRole::log)) << name;
+  }
+  EXPECT_TRUE(files.isTaken(some.path("log"), FileRole::output));
+}
 
 TEST(RequireDirectory, AcceptsOne) {
   const TemporaryDirectory some;

@@ -12,6 +12,7 @@
 #include "common/AutoClose.h"
 #include "common/AutoDelete.h"
 #include "common/LineText.h"
+#include "common/SystemFailure.h"
 #include "ldifsplit/BaseDnIndex.h"
 #include "ldifsplit/LineCounter.h"
 #include "ldifsplit/LineReader.h"
@@ -118,6 +119,7 @@ class Splitter {
   void writeLine(const char* line, std::size_t size) const;
 
   void traceStart(const Target& target) const;
+  void noteReadFailure() const;
   void traceReadError() const;
   [[noreturn]] void throwReadError() const;
   [[noreturn]] void throwInvalidLine() const;
@@ -152,6 +154,7 @@ std::vector<std::string> Splitter::keysOf(const std::map<std::string, LdifActor*
 AutoClose Splitter::openInput() const {
   AutoClose input(std::fopen(inputFile_.c_str(), "r"));
   if (input == nullptr) {
+    noteSystemFailure(inputFile_);
     TRACE(traceError, "error opening ldif input file: %s. errno: %d\n", inputFile_.c_str(), errno);
     throw LdifSplitException(0, "Error opening input file");
   }
@@ -174,6 +177,7 @@ void Splitter::run() {
 
 void Splitter::readFirstLine() {
   if (!reader_.readLine()) {
+    noteReadFailure();
     traceReadError();
     throw LdifSplitException(1, "Error reading input file");
   }
@@ -181,6 +185,7 @@ void Splitter::readFirstLine() {
 
 void Splitter::readPhysicalLine() {
   if (!reader_.readLine()) {
+    noteReadFailure();
     writeRun();
     traceReadError();
     throwReadError();
@@ -190,6 +195,7 @@ void Splitter::readPhysicalLine() {
 void Splitter::readContinuations() {
   while (reader_.nextIsBlank()) {
     if (!reader_.appendLine()) {
+      noteReadFailure();
       writeRun();
       throwReadError();
     }
@@ -260,7 +266,9 @@ void Splitter::splitOtherLine() {
     return;
   }
   if (line.type == nullptr && !targets_.empty()) {
-    // A line that parses without a type is one that cannot be written.
+    // A line that parses without a type is one that cannot be written. The system has no part in
+    // it.
+    errno = 0;
     throwWriteFailure(targets_.front(), lineNumber_.number());
   }
   writeLine(reader_.data(), reader_.size());
@@ -421,6 +429,13 @@ void Splitter::traceStart(const Target& target) const {
   TRACE(traceError, "putting %s in file %s\n", currentDn_.text().c_str(), target.name->c_str());
 }
 
+/// Behind a read that gave nothing. The end of the input is no fault of the system.
+void Splitter::noteReadFailure() const {
+  if (!reader_.atEnd()) {
+    noteSystemFailure(inputFile_);
+  }
+}
+
 void Splitter::traceReadError() const {
   TRACE(traceError, "error reading ldif input file: %s\n", inputFile_.c_str());
 }
@@ -434,6 +449,7 @@ void Splitter::throwInvalidLine() const {
 }
 
 void Splitter::throwWriteFailure(const Target& target, int line) const {
+  noteSystemFailure(*target.name);
   throwFileWriteException<SplitOutputException>(*target.name, line);
 }
 

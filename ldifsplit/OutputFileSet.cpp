@@ -1,8 +1,10 @@
 #include "ldifsplit/OutputFileSet.h"
 
 #include <cassert>
+#include <cerrno>
 #include <memory>
 
+#include "common/SystemFailure.h"
 #include "ldifsplit/LdifSplitException.h"
 #include "ldifsplit/SplitOutputException.h"
 #include "ldifsplit/openNewLdif.h"
@@ -37,9 +39,11 @@ void OutputFileSet::closeAll(int line) {
   for (const auto& file : nametofp) {
     // A write that failed before, unnoticed then, shows here too.
     const bool incomplete = std::ferror(file.second) != 0;
+    errno = 0;  // of a write that failed before the reason is lost, unless it comes again
     const bool closed = std::fclose(file.second) == 0;
     if ((incomplete || !closed) && !anyFailed) {
       anyFailed = true;
+      noteSystemFailure(file.first);
       failed = file.first;
     }
   }
