@@ -431,9 +431,8 @@ void Splitter::traceStart(const Target& target) const {
 
 /// Behind a read that gave nothing. The end of the input is no fault of the system.
 void Splitter::noteReadFailure() const {
-  if (!reader_.atEnd()) {
-    noteSystemFailure(inputFile_);
-  }
+  errno = reader_.readError();
+  noteSystemFailure(inputFile_);
 }
 
 void Splitter::traceReadError() const {
