@@ -39,6 +39,7 @@ std::vector<std::string>* LdifActor::getOutputFilename(const std::string& dn) {
 }
 
 FileNames LdifActor::getOutputFilename(const dirclient::NormalDn& dn) {
+  (dn.text() == normalBaseDn_.text() ? wasAskedForBaseDn_ : wasAskedForOtherDn_) = true;
   const bool atOrAbove = std::find(atOrAboveBaseDn_.begin(), atOrAboveBaseDn_.end(), dn.text()) !=
                          atOrAboveBaseDn_.end();
   return atOrAbove ? allOutputFiles() : outputFilesOf(dn);

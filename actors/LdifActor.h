@@ -77,6 +77,14 @@ class LdifActor {
   const std::vector<std::string>& getOutputFiles() const {
     return outputFiles;
   }
+  /// Of the names that the overload for the split was asked for: whether the base DN was among
+  /// them, and whether any other was.
+  bool wasAskedForBaseDn() const {
+    return wasAskedForBaseDn_;
+  }
+  bool wasAskedForOtherDn() const {
+    return wasAskedForOtherDn_;
+  }
   bool isActivated() const {
     return activated;
   }
@@ -105,6 +113,8 @@ class LdifActor {
   virtual FileNames outputFilesOf(const dirclient::NormalDn& dn);
 
   dirclient::NormalDn normalBaseDn_;
+  bool wasAskedForBaseDn_ = false;
+  bool wasAskedForOtherDn_ = false;
   std::vector<std::string> atOrAboveBaseDn_;        // normalBaseDn_ and the way up from it
   std::vector<const std::string*> allOutputFiles_;  // into outputFiles
   std::set<std::string> listedNames_;       // every name that doGetOutputFilename ever listed

@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
+#include <set>
 
 #include "config/configErrors.h"
 #include "config/configKeys.h"
 #include "config/prepareOutputFile.h"
 #include "platform/files/files.h"
+#include "platform/messages/PrintMessage.h"
 #include "platform/trace/trace.h"
 
 namespace {
@@ -34,11 +36,13 @@ VarnelConfig::VarnelConfig(std::string configFile, bool recovery)
 void VarnelConfig::init() {
   tokenKeys_.push_back(URLKey);
   tokenKeys_.push_back(fileKey);
+  files_.add(configFile_, FileRole::configuration);
   readLines();
   if (logFile_.empty()) {
     logFile_ = baseDir_ + "/" + logFileDefault;
   }
   checkFinalInvariants();
+  warnOfRepeatedUrls();
 }
 
 std::vector<std::string> VarnelConfig::baseDNlist() const {
@@ -89,10 +93,11 @@ void VarnelConfig::checkFinalInvariants() const {
   if (inputFile_.empty()) {
     throwMissingKeyError(inputFileKey, 0);
   }
+  FileIdentities files = files_;
   if (defaultOutputFile_ == parentFileDefault) {
-    prepareDefaultOutputFile(defaultOutputFile_, recovery_);
+    prepareDefaultOutputFile(defaultOutputFile_, recovery_, files);
   }
-  const AutoClose log = openLogFile(logFile_);
+  const AutoClose log = openLogFile(logFile_, files);
   // A base DN without "url" and "file" lines has no split type. A following "basedn" line would
   // have found the fault, so that it is the last base DN of the file, and numTokens_ still has the
   // counts of the one before. It has no counts of its own, which is reported as a missing "url".
@@ -101,4 +106,22 @@ void VarnelConfig::checkFinalInvariants() const {
   });
   validateNumTokensList(lastIsEmpty ? std::vector<int>() : numTokens_, currentTokenKeys_,
                         lineCount_);
+}
+
+/// Two servers of one base DN that have the same URL are one server: most likely a line that was
+/// copied and not changed.
+void VarnelConfig::warnOfRepeatedUrls() const {
+  for (const auto& section : baseDNSections_) {
+    std::set<std::string> urls;
+    for (const TokenRecord& server : section.second) {
+      if (server.empty() || server.front().first != URLKey) {
+        continue;
+      }
+      const std::string& url = server.front().second;
+      if (!urls.insert(url).second) {
+        PrintMessage(32, 1, 71, section.first.c_str(), url.c_str());
+        break;
+      }
+    }
+  }
 }

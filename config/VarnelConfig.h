@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "config/FileIdentities.h"
+
 /// Everything that the tool learns from its configuration file. What goes from line to line stands
 /// in processLine.cpp, what becomes of the files that are named in prepareOutputFile.h. The parser
 /// keeps its progress in function-static variables, so a process reads one configuration.
@@ -29,7 +31,7 @@ class VarnelConfig {
 
   /// Reads and validates the file; creates, empties and tests the files that it names on the way.
   /// Throws VarnelConfigException, its catalog message printed; the object must not be used then,
-  /// and files already created or emptied stay so.
+  /// and files already created or emptied stay so. Warns of what is allowed and seldom meant.
   void init();
 
   /// The base DNs, normalised, in ascending byte order.
@@ -79,14 +81,20 @@ class VarnelConfig {
   /// The keys that numTokens_ counts. This points into the object that read the file: copies must
   /// not outlive it.
   std::vector<std::string>* currentTokenKeys_ = nullptr;
+  int lastLine_ = 0;          ///< the number of the line read last
+  std::string lastLineText_;  ///< that line as it stands in the file
 
  private:
   void readLines();
+  void addFilesOfDefaultNames();
+  void warnOfRepeatedUrls() const;
   void setActionType(const std::string& key, std::string value, int line);
   void setInputFile(std::string value, int line);
   void setLogFile(std::string value, int line);
   void setDefaultOutputFile(std::string value, int line);
   void setBaseDirectory(const std::string& value, int line);
+
+  FileIdentities files_;
 };
 
 #endif

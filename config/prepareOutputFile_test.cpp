@@ -1,6 +1,7 @@
 #include "config/prepareOutputFile.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <functional>
 #include <ostream>
@@ -14,7 +15,7 @@
 namespace {
 
 /// The step under test, on the file of that name, named in line 7.
-using Step = std::function<void(const std::string& name, bool recovery)>;
+using Step = std::function<void(const std::string& name, bool recovery, FileIdentities& files)>;
 
 /// What a step makes of a file. `content` is that of the file before, a null pointer for none;
 /// `after` is what is read afterwards. `message` is the number of the message that is printed, 0
@@ -46,7 +47,7 @@ class FileOfTheConfiguration : public ::testing::TestWithParam<Row> {
     std::string fault;
     output_ = captured([&] {
       try {
-        row.step(name, row.recovery);
+        row.step(name, row.recovery, files_);
       } catch (const VarnelConfigException& failure) {
         fault = failure.message();
         EXPECT_EQ(failure.line(), row.line);
@@ -57,6 +58,7 @@ class FileOfTheConfiguration : public ::testing::TestWithParam<Row> {
 
   TemporaryDirectory directory_;
   CapturedOutput output_;
+  FileIdentities files_;
 };
 
 TEST_P(FileOfTheConfiguration, IsPreparedOrRefused) {
@@ -82,22 +84,26 @@ std::string nameOfRow(const ::testing::TestParamInfo<Row>& row) {
   return row.param.name;
 }
 
-const Step output = [](const std::string& name, bool recovery) {
-  prepareOutputFile(name, recovery, 7);
+const Step output = [](const std::string& name, bool recovery, FileIdentities& files) {
+  prepareOutputFile(name, recovery, files, 7);
 };
-const Step server = [](const std::string& name, bool recovery) {
-  prepareServerFile(name, recovery, 7);
+const Step server = [](const std::string& name, bool recovery, FileIdentities& files) {
+  prepareServerFile(name, recovery, files, 7);
 };
-const Step byDefault = [](const std::string& name, bool recovery) {
-  prepareDefaultOutputFile(name, recovery);
+const Step byDefault = [](const std::string& name, bool recovery, FileIdentities& files) {
+  prepareDefaultOutputFile(name, recovery, files);
 };
-const Step log = [](const std::string& name, bool recovery) { prepareLogFile(name, recovery, 7); };
-const Step openedLog = [](const std::string& name, bool /*recovery*/) {
-  const AutoClose stream = openLogFile(name);
+const Step log = [](const std::string& name, bool recovery, FileIdentities& files) {
+  prepareLogFile(name, recovery, files, 7);
+};
+const Step openedLog = [](const std::string& name, bool /*recovery*/, FileIdentities& files) {
+  const AutoClose stream = openLogFile(name, files);
   EXPECT_GE(std::fputs("more", stream.get()), 0);
 };
-const Step input = [](const std::string& name, bool /*recovery*/) { requireInputFile(name, 7); };
-const Step directory = [](const std::string& name, bool /*recovery*/) {
+const Step input = [](const std::string& name, bool /*recovery*/, FileIdentities& files) {
+  requireInputFile(name, files, 7);
+};
+const Step directory = [](const std::string& name, bool /*recovery*/, FileIdentities& /*files*/) {
   requireDirectory(name, 7);
 };
 
@@ -152,6 +158,72 @@ INSTANTIATE_TEST_SUITE_P(
                       Row{"LogIsNoFaultYet", log, false, nullptr, none, 0, "", 0},
                       Row{"OpenedLog", openedLog, false, nullptr, none, 0, "@", 0}),
     nameOfRow);
+
+/// A step on a file that is the input, an output or the log under another name.
+struct TakenRow {
+  const char* name;
+  Step step;
+  bool recovery;
+  FileRole role;  // that the step gives to the file
+  const char* key;
+  int line;
+};
+
+void PrintTo(const TakenRow& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class FileWithARole : public ::testing::TestWithParam<TakenRow> {};
+
+TEST_P(FileWithARole, IsAnIllegalValueAndStaysAsItIs) {
+  const TakenRow& row = GetParam();
+  for (const FileRole role : {FileRole::input, FileRole::output, FileRole::log}) {
+    if (role == row.role && role != FileRole::output) {
+      continue;  // there is but one of these
+    }
+    const TemporaryDirectory place;
+    const std::string name = place.write("f", "old");
+    ASSERT_EQ(::link(name.c_str(), place.path("link").c_str()), 0);
+    FileIdentities files;
+    files.add(place.path("link"), role);
+    const CapturedOutput printed = captured([&] {
+      try {
+        row.step(name, row.recovery, files);
+        ADD_FAILURE() << "no exception";
+      } catch (const VarnelConfigException& failure) {
+        EXPECT_EQ(failure.line(), row.line);
+      }
+    });
+    EXPECT_EQ(printed.err, messageLine(6, {name, row.key}));
+    EXPECT_EQ(place.read("f"), "old");
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, FileWithARole,
+    ::testing::Values(TakenRow{"Output", output, true, FileRole::output, "defaultoutputfile", 7},
+                      TakenRow{"Server", server, true, FileRole::output, "file", 7},
+                      TakenRow{"Default", byDefault, true, FileRole::output, "defaultoutputfile",
+                               0},
+                      TakenRow{"Log", log, false, FileRole::log, "logfile", 7},
+                      TakenRow{"OpenedLog", openedLog, false, FileRole::log, "logfile", 0},
+                      TakenRow{"Input", input, false, FileRole::input, "inputfile", 7}),
+    [](const ::testing::TestParamInfo<TakenRow>& row) { return std::string(row.param.name); });
+
+TEST(FilesOfTheRun, HaveARoleOnceTheyArePrepared) {
+  const TemporaryDirectory some;
+  const std::string in = some.write("in", "");
+  FileIdentities files;
+  requireInputFile(in, files, 1);
+  prepareOutputFile(some.path("rest"), false, files, 2);
+  prepareServerFile(some.path("one"), false, files, 3);
+  prepareLogFile(some.path("log"), false, files, 4);
+  prepareDefaultOutputFile(some.path("parent"), false, files);
+  for (const char* const name : {"in", "rest", "one", "parent"}) {
+    EXPECT_TRUE(files.isTaken(some.path(name), FileRole::log)) << name;
+  }
+  EXPECT_TRUE(files.isTaken(some.path("log"), FileRole::output));
+}
 
 TEST(RequireDirectory, AcceptsOne) {
   const TemporaryDirectory some;

@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <fstream>
+#include <memory>
 
 #include "actors/normalizeDn.h"
+#include "common/LineText.h"
+#include "common/SystemFailure.h"
 #include "config/ConfigLine.h"
 #include "config/VarnelConfig.h"
 #include "config/VarnelConfigException.h"
@@ -29,6 +32,28 @@ bool isLdapUrl(std::string value) {
   return ldap_is_ldap_url(&value[0]) != 0;
 }
 
+struct RecordDeleter {
+  void operator()(ldap_escDN* record) const { free_ldap_escDN(&record); }
+};
+
+/// Whether the first RDN of a DN has several values, as in cn=a+sn=b,o=c.
+bool startsWithSeveralValues(const std::string& dn) {
+  const std::unique_ptr<ldap_escDN, RecordDeleter> record(dn_normalize_light_esc(dn.c_str()));
+  return record->firstRDN != nullptr && record->firstRDN->firstValue->next != nullptr;
+}
+
+/// Neither quotation marks nor comments behind a value mean anything here, though they do in many
+/// other configuration files.
+void warnOfMarks(const ConfigLine& line, int number) {
+  const std::string& value = line.value;
+  const bool isQuoted = value.size() > 1 && value.front() == '"' && value.back() == '"';
+  const bool hasComment = value.find(" #") != std::string::npos;
+  if ((line.key == fileKey || line.key == URLKey || line.key == baseDNKey) &&
+      (isQuoted || hasComment)) {
+    PrintMessage(32, 1, 72, line.key.c_str(), value.c_str(), LineText(number).c_str());
+  }
+}
+
 bool namesAFile(const std::string& key) {
   return key == inputFileKey || key == logFileKey || key == fileKey || key == outputFileKey;
 }
@@ -52,6 +77,7 @@ void VarnelConfig::readLines() {
   std::ifstream file(configFile_);
   const auto requireReadable = [&](bool readable) {
     if (!readable) {
+      noteSystemFailure(configFile_);
       PrintMessage(32, 1, 2, configFile_.c_str());
       throw VarnelConfigException(0, "File not found or cannot be opened");
     }
@@ -59,7 +85,10 @@ void VarnelConfig::readLines() {
   requireReadable(file.is_open());
   int lineNumber = 1;
   for (std::string text; std::getline(file, text); ++lineNumber) {
+    lastLine_ = lineNumber;
+    lastLineText_ = text;
     ConfigLine line(text);
+    warnOfMarks(line, lineNumber);
     if (line.key == dnKey || line.key == subtreeDNKey || line.key == baseDNKey) {
       const std::string asRead = line.value;
       if (nLdifActor::normalizeDn(line.value).empty()) {
@@ -145,7 +174,7 @@ void VarnelConfig::setInputFile(std::string value, int line) {
     throwMultipleKeyError(inputFileKey, line);
   }
   addBaseDirToFilename(value, baseDir_);
-  requireInputFile(value, line);
+  requireInputFile(value, files_, line);
   inputFile_ = value;
 }
 
@@ -154,7 +183,7 @@ void VarnelConfig::setLogFile(std::string value, int line) {
     throwMultipleKeyError(logFileKey, line);
   }
   addBaseDirToFilename(value, baseDir_);
-  prepareLogFile(value, recovery_, line);
+  prepareLogFile(value, recovery_, files_, line);
   logFile_ = value;
 }
 
@@ -163,7 +192,7 @@ void VarnelConfig::setDefaultOutputFile(std::string value, int line) {
     throwMultipleKeyError(outputFileKey, line);
   }
   addBaseDirToFilename(value, baseDir_);
-  prepareOutputFile(value, recovery_, line);
+  prepareOutputFile(value, recovery_, files_, line);
   defaultOutputFile_ = value;
 }
 
@@ -171,6 +200,17 @@ void VarnelConfig::setBaseDirectory(const std::string& value, int line) {
   TRACE(traceProgress, "default baseDir_ is %s\n", baseDir_.c_str());
   requireDirectory(value, line);
   baseDir_ = value;
+}
+
+/// Behind the global keys it is known which files have their default names. A server file that is
+/// one of them would be empty before they are looked at, behind the last line.
+void VarnelConfig::addFilesOfDefaultNames() {
+  if (defaultOutputFile_ == parentFileDefault) {
+    files_.add(defaultOutputFile_, FileRole::output);
+  }
+  if (logFile_ == logFileDefault) {
+    files_.add(logFile_, FileRole::log);
+  }
 }
 
 void VarnelConfig::processBaseDNSection(std::string key, std::string value, int line,
@@ -189,8 +229,12 @@ void VarnelConfig::processBaseDNSection(std::string key, std::string value, int 
     }
     currentBaseDN = value;
     baseDNSections_[currentBaseDN].resize(1);
+    if (startsWithSeveralValues(value)) {
+      PrintMessage(32, 1, 65, value.c_str(), LineText(line).c_str());
+    }
     if (firstDN) {
       firstDN = false;
+      addFilesOfDefaultNames();
     } else {
       validateNumTokensList(currentNumTokens, currentTokens, line);
     }
@@ -213,7 +257,7 @@ void VarnelConfig::processBaseDNSection(std::string key, std::string value, int 
   makeRoom(section, currentNumTokens);
   if (key == fileKey) {
     addBaseDirToFilename(value, baseDir_);
-    prepareServerFile(value, recovery_, line);
+    prepareServerFile(value, recovery_, files_, line);
   } else if (key == URLKey && !isLdapUrl(value)) {
     throwIllegalValueError(key, value, line);
   }

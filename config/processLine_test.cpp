@@ -838,6 +838,39 @@ TEST_F(Recovery, MayNameAFileTwice) {
          true, [](const VarnelConfig& config) { EXPECT_EQ(config.baseDNlist().size(), 2U); });
 }
 
+TEST_F(Recovery, MayNotNameAFileInTwoWays) {
+  parse(globals +
+            "basedn: o=x\nurl: ldap://h\nfile: server1.ldif\n"
+            "basedn: o=y\nurl: ldap://h\nfile: @/sub/../server1.ldif\n",
+        true, [&](const VarnelConfig& config, const Parsed& parsed) {
+          EXPECT_TRUE(parsed.threw);
+          EXPECT_EQ(parsed.line, config.lastLine_);
+          EXPECT_EQ(config.lastLineText_, filledIn("file: @/sub/../server1.ldif"));
+          EXPECT_EQ(parsed.err, messageLine(6, {filledIn("@/sub/../server1.ldif"), "file"}));
+        });
+}
+
+TEST_F(Recovery, LooksAtADefaultFileBeforeAServerFileIsEmptied) {
+  parse(globals + "basedn: o=x\nurl: ldap://h\nfile: ./parent.ldif\n", true,
+        [](const VarnelConfig& /*config*/, const Parsed& parsed) {
+          EXPECT_EQ(parsed.err, messageLine(6, {"./parent.ldif", "file"}));
+        });
+  EXPECT_EQ(directory_.read("parent.ldif"), "old\n");
+}
+
+TEST_F(Accepted, WarnsOfWhatIsSeldomMeant) {
+  parse(globals + "basedn: a=1+b=2,o=x\nurl: ldap://h\nfile: \"a\"\nurl: ldap://h\nfile: b #c\n",
+        false, [&](const VarnelConfig& config, const Parsed& parsed) {
+          EXPECT_FALSE(parsed.threw) << parsed.message;
+          const int last = config.lastLine_;
+          EXPECT_EQ(parsed.err, messageLine(65, {"A=1+B=2,O=X", std::to_string(last - 4)}) +
+                                    messageLine(72, {"file", "\"a\"", std::to_string(last - 2)}) +
+                                    messageLine(72, {"file", "b #c", std::to_string(last)}) +
+                                    messageLine(71, {"A=1+B=2,O=X", "ldap://h"}));
+          EXPECT_EQ(parsed.out, "");
+        });
+}
+
 TEST_F(Accepted, WithoutRecoveryTheDefaultOutputFileByDefaultMustNotExist) {
   directory_.write("parent.ldif", "old\n");
   parse(globals + "basedn: o=x\nurl: ldap://h\nfile: a.ldif\n", false,

@@ -1,6 +1,8 @@
 // varnel: splits one LDIF file over the LDIF files of the back-end servers of a partitioned
 // directory.
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -13,15 +15,18 @@
 #include "actors/normalizeDn.h"
 #include "common/AutoClose.h"
 #include "common/LineText.h"
+#include "common/SystemFailure.h"
 #include "config/VarnelConfig.h"
 #include "config/VarnelConfigException.h"
 #include "config/configKeys.h"
 #include "driver/commandLineOptions.h"
+#include "driver/explainFailure.h"
 #include "driver/findLastLineSplit.h"
 #include "driver/getOptArgs.h"
 #include "driver/loadSchemaFiles.h"
 #include "driver/prepareProcess.h"
 #include "driver/traceConfig.h"
+#include "driver/warnOfMissingEntries.h"
 #include "ldifsplit/LdifSplit.h"
 #include "platform/dirclient/dirclient.h"
 #include "platform/messages/PrintMessage.h"
@@ -71,6 +76,7 @@ void initialize(VarnelConfig& config) {
     TRACE(traceError, "VarnelConfigException: line %d, input file %s\n", failure.line(),
           config.configFile_.c_str());
     TRACE(traceError, "message: %s\n", failure.message().c_str());
+    explainConfigFailure(config, failure);
     PrintMessage(messageSet, 1, 27);
     std::exit(1);
   }
@@ -80,7 +86,9 @@ void initialize(VarnelConfig& config) {
 std::FILE* openLog(const std::string& name) {
   std::FILE* log = std::fopen(name.c_str(), "a");
   if (log == nullptr) {
+    noteSystemFailure(name);
     PrintMessage(messageSet, 1, 7, name.c_str(), "0");
+    explainSystemFailure();
     std::exit(1);
   }
   return log;
@@ -101,11 +109,14 @@ void split(const VarnelConfig& config, const std::map<std::string, LdifActor*>& 
     TRACE(traceError, "Caught LdifSplitException: %s, line number: %d\n", failure.message().c_str(),
           failure.line());
     PrintMessage(messageSet, 1, 34, LineText(failure.line()).c_str());
+    explainSystemFailure();
+    explainFormat(config.inputFile_);
     exitAfterFailure(log, failure.line());
   } catch (const ldifsplit::SplitOutputException& failure) {
     TRACE(traceError, "Caught SplitOutputException: %s, line number: %d\n",
           failure.message().c_str(), failure.line());
     PrintMessage(messageSet, 1, 52, failure.message().c_str());
+    explainSystemFailure();
     exitAfterFailure(log, failure.line());
   }
 }
@@ -117,6 +128,9 @@ int main(int argc, char** argv) {
   schemaInitialized = false;
   const std::vector<std::string> options =
       getOptArgs(argc, argv, optionString(), messageSet, usageMessage, missingArgumentMessage);
+  if (optind < argc) {
+    PrintMessage(messageSet, 1, 68, argv[optind]);
+  }
   ldtr_init();
   write_ldap_debug(text::leadingInt(options[debugSlot]));
   loadSchema(options[instanceSlot]);
@@ -156,13 +170,12 @@ int main(int argc, char** argv) {
 
   {
     const std::map<std::string, LdifActor*> actors = ldifActorFactory(config);
-    if (!canOpenFiles(countFilesOfSplit(actors))) {
-      std::exit(1);
-    }
+    warnOfTooManyFiles(countFilesOfSplit(actors));
     TRACE(traceProgress, "Printing the BEGINNING_SPLIT message\n");
     PrintMessage(messageSet, 1, 37, configFile.c_str());
     split(config, actors, log);
     TRACE(traceProgress, "Finished ldifSplit() successfully\n");
+    warnOfMissingEntries(config.baseDNlist(), actors);
     PrintMessage(messageSet, 1, 39);
   }
   std::fclose(log);

@@ -2,30 +2,23 @@
 
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <string>
-#include <vector>
 
 #include "platform/messages/PrintMessage.h"
 
 namespace {
 
-/// How many of `count` descriptors can be had; none of them stays open.
-std::size_t countOpenable(std::size_t count) {
-  std::vector<int> opened;
-  while (opened.size() < count) {
-    const int file = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-    if (file < 0) {
-      break;
-    }
-    opened.push_back(file);
+/// How many descriptors below `limit` are free; none is looked at behind the first `enough`.
+std::size_t countFree(rlim_t limit, std::size_t enough) {
+  std::size_t count = 0;
+  for (int file = 0; static_cast<rlim_t>(file) < limit && count < enough; ++file) {
+    count += ::fcntl(file, F_GETFD) < 0 ? 1 : 0;
   }
-  for (const int file : opened) {
-    ::close(file);
-  }
-  return opened.size();
+  return count;
 }
 
 }  // namespace
@@ -37,19 +30,26 @@ void prepareProcess() {
       ::open("/dev/null", O_RDWR);
     }
   }
+  ::umask(S_IRWXG | S_IRWXO);
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
 }
 
-bool canOpenFiles(std::size_t count) {
+void warnOfTooManyFiles(std::size_t count) {
   struct rlimit limit {};
-  if (::getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur < limit.rlim_max) {
+  if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) {
+    return;
+  }
+  if (limit.rlim_cur < limit.rlim_max) {
+    const rlim_t before = limit.rlim_cur;
     limit.rlim_cur = limit.rlim_max;
-    ::setrlimit(RLIMIT_NOFILE, &limit);
+    if (::setrlimit(RLIMIT_NOFILE, &limit) != 0) {
+      limit.rlim_cur = before;
+    }
   }
-  const std::size_t openable = countOpenable(count);
-  if (openable < count) {
-    PrintMessage(32, 1, 61, std::to_string(count).c_str(), std::to_string(openable).c_str());
+  const std::size_t free = countFree(limit.rlim_cur, count);
+  if (free < count) {
+    const rlim_t wanted = limit.rlim_cur - free + count;
+    PrintMessage(32, 1, 61, std::to_string(wanted).c_str(), std::to_string(limit.rlim_cur).c_str());
   }
-  return openable == count;
 }

@@ -107,10 +107,10 @@ void setFileLimit(rlim_t soft, rlim_t hard) {
   ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
 }
 
-TEST(CanOpenFiles, RaisesTheSoftLimit) {
+TEST(WarnOfTooManyFiles, RaisesTheSoftLimit) {
   inFreshProcess([] {
     setFileLimit(16, 200);
-    const CapturedOutput output = captured([] { EXPECT_TRUE(canOpenFiles(100)); });
+    const CapturedOutput output = captured([] { warnOfTooManyFiles(100); });
     EXPECT_EQ(output.out + output.err, "");
     struct rlimit limit {};
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
@@ -118,29 +118,43 @@ TEST(CanOpenFiles, RaisesTheSoftLimit) {
   });
 }
 
-TEST(CanOpenFiles, AsManyAsAreFreeAndLeavesThemFree) {
+TEST(WarnOfTooManyFiles, IsSilentForAsManyAsAreFree) {
   inFreshProcess([] {
     setFileLimit(64, 64);
-    const std::size_t free = countFree(64);
-    ASSERT_GT(free, 10U);
-    EXPECT_TRUE(canOpenFiles(free));
-    EXPECT_TRUE(canOpenFiles(0));
-    EXPECT_EQ(countFree(64), free);
+    const CapturedOutput output = captured([] {
+      // The capture itself takes descriptors.
+      const std::size_t free = countFree(64);
+      ASSERT_GT(free, 10U);
+      warnOfTooManyFiles(free);
+      warnOfTooManyFiles(0);
+    });
+    EXPECT_EQ(output.out + output.err, "");
   });
 }
 
-TEST(CanOpenFiles, OneMoreIsToldWithBothNumbers) {
+TEST(WarnOfTooManyFiles, TellsOneMoreWithAllThatAreWantedAndTheLimit) {
   inFreshProcess([] {
     setFileLimit(64, 64);
-    std::size_t free = 0;
-    const CapturedOutput output = captured([&] {
-      // The capture itself takes descriptors.
-      free = countFree(64);
-      EXPECT_FALSE(canOpenFiles(free + 1));
-      EXPECT_EQ(countFree(64), free);
+    const CapturedOutput output = captured([] {
+      // One that is in use far from the others counts too.
+      ASSERT_EQ(::dup2(STDIN_FILENO, 50), 50);
+      warnOfTooManyFiles(countFree(64) + 1);
     });
-    EXPECT_EQ(output.err, messageLine(61, {std::to_string(free + 1), std::to_string(free)}));
+    EXPECT_EQ(output.err, messageLine(61, {"65", "64"}));
     EXPECT_EQ(output.out, "");
+  });
+}
+
+TEST(PrepareProcess, NewFilesAreForTheirOwnerAlone) {
+  const TemporaryDirectory directory;
+  const std::string name = directory.path("new");
+  inFreshProcess([&] {
+    ::umask(0);
+    prepareProcess();
+    ASSERT_GE(::open(name.c_str(), O_WRONLY | O_CREAT, 0666), 0);
+    struct stat status {};
+    ASSERT_EQ(::stat(name.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0600U);
   });
 }
 

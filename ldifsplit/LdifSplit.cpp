@@ -13,6 +13,7 @@
 #include "common/AutoClose.h"
 #include "common/AutoDelete.h"
 #include "common/LineText.h"
+#include "common/SystemFailure.h"
 #include "ldifsplit/BaseDnIndex.h"
 #include "ldifsplit/LineCounter.h"
 #include "ldifsplit/LineReader.h"
@@ -20,6 +21,7 @@
 #include "ldifsplit/findNearestAncestor.h"
 #include "ldifsplit/openNewLdif.h"
 #include "platform/dirclient/NormalDn.h"
+#include "platform/ldif/hasAttributeType.h"
 #include "platform/ldif/ldifLineKind.h"
 #include "platform/ldif/str_parse_line_v_or_bv.h"
 #include "platform/messages/PrintMessage.h"
@@ -105,7 +107,8 @@ class Splitter {
   void readContinuations();
 
   void splitLine();
-  void dropLine() const;
+  void dropLine();
+  bool isLineEnd() const;
   void copyAttributeLine();
   void startRecordAsWritten();
   void splitOtherLine();
@@ -123,11 +126,15 @@ class Splitter {
   void writeLine(const char* line, std::size_t size) const;
 
   void traceStart(const Target& target) const;
+  void noteReadFailure() const;
   void traceReadError() const;
   [[noreturn]] void throwReadError() const;
   [[noreturn]] void throwInvalidLine() const;
   [[noreturn]] void throwWriteFailure(const Target& target, int line) const;
   void warnOfPiece() const;
+  void warnOfMeaning();
+  void warnOfLineBeforeTheFirstDn();
+  void warnOfMissingLineEnd() const;
 
   const std::string& inputFile_;
   const std::vector<std::string> baseDNs_;
@@ -144,6 +151,21 @@ class Splitter {
   dirclient::NormalDn currentDn_;                               // of the current record
   std::vector<Target> targets_;  // its files; none before the first record
   Run run_;                      // of its lines, held by the reader
+  bool sawDn_ = false;           // a "dn" line was read
+
+  /// Of the overlong physical line whose pieces are read: whether its start was dropped, and
+  /// whether the piece before the one at hand was.
+  struct {
+    bool startWasDropped = false;
+    bool lastWasDropped = false;
+  } overlong_;
+
+  /// Which of the warnings that come once in a run were given.
+  struct {
+    bool dnInOtherCase = false;
+    bool lineBeforeTheFirstDn = false;
+    bool changeRecord = false;
+  } warnings_;
 };
 
 std::vector<std::string> Splitter::keysOf(const std::map<std::string, LdifActor*>& actors) {
@@ -167,6 +189,7 @@ std::size_t Splitter::countOutputFiles(const std::map<std::string, LdifActor*>& 
 AutoClose Splitter::openInput() const {
   AutoClose input(std::fopen(inputFile_.c_str(), "r"));
   if (input == nullptr) {
+    noteSystemFailure(inputFile_);
     TRACE(traceError, "error opening ldif input file: %s. errno: %d\n", inputFile_.c_str(), errno);
     throw LdifSplitException(0, "Error opening input file");
   }
@@ -184,11 +207,13 @@ void Splitter::run() {
     splitLine();
   }
   writeRun();
+  warnOfMissingLineEnd();
   outputs_.closeAll(lineNumber_.number());
 }
 
 void Splitter::readFirstLine() {
   if (!reader_.readLine()) {
+    noteReadFailure();
     traceReadError();
     throw LdifSplitException(1, "Error reading input file");
   }
@@ -196,6 +221,7 @@ void Splitter::readFirstLine() {
 
 void Splitter::readPhysicalLine() {
   if (!reader_.readLine()) {
+    noteReadFailure();
     writeRun();
     traceReadError();
     throwReadError();
@@ -205,6 +231,7 @@ void Splitter::readPhysicalLine() {
 void Splitter::readContinuations() {
   while (reader_.nextIsBlank()) {
     if (!reader_.appendLine()) {
+      noteReadFailure();
       writeRun();
       throwReadError();
     }
@@ -225,6 +252,7 @@ void Splitter::splitLine() {
   }
   switch (ldifLineKind(reader_.data(), reader_.size())) {
     case LdifLineKind::attribute:
+      warnOfMeaning();
       copyAttributeLine();
       break;
     case LdifLineKind::dn:
@@ -239,20 +267,35 @@ void Splitter::splitLine() {
 }
 
 /// A comment or an empty line.
-void Splitter::dropLine() const {
-  if (reader_.startsWithLaterPiece()) {
+void Splitter::dropLine() {
+  if (!reader_.startsWithLaterPiece()) {
+    overlong_.startWasDropped = true;
+  } else if (!overlong_.lastWasDropped || !isLineEnd()) {
     warnOfPiece();
   }
+  overlong_.lastWasDropped = true;
+}
+
+/// Whether the logical line is a line end and nothing else, but for lines that continue it.
+bool Splitter::isLineEnd() const {
+  const char* const line = reader_.data();
+  return line[0] == '\n' || (reader_.size() > 1 && line[0] == '\r' && line[1] == '\n');
 }
 
 void Splitter::copyAttributeLine() {
+  if (reader_.startsWithLaterPiece() && overlong_.startWasDropped) {
+    warnOfPiece();
+  }
   if (targets_.size() == 1) {
     extendRun();
     takeOrdinaryLines();
-  } else {
-    // Line by line, so that a failure leaves the files alike.
-    writeLine(reader_.data(), reader_.size());
+    return;
   }
+  if (!sawDn_) {
+    warnOfLineBeforeTheFirstDn();
+  }
+  // Line by line, so that a failure leaves the files alike.
+  writeLine(reader_.data(), reader_.size());
 }
 
 /// The line is what the output is to have.
@@ -275,6 +318,10 @@ void Splitter::startRecordAsWritten() {
 
 void Splitter::splitOtherLine() {
   const ParsedLine line = parseLine();
+  if (!reader_.startsWithLaterPiece()) {
+    overlong_.startWasDropped = false;
+  }
+  overlong_.lastWasDropped = false;
   if (line.opensRecord()) {
     const std::size_t size = std::strlen(line.value);
     if (startRecord(line.value, size)) {
@@ -283,8 +330,17 @@ void Splitter::splitOtherLine() {
     return;
   }
   if (line.type == nullptr && !targets_.empty()) {
-    // A line that parses without a type is one that cannot be written.
+    // A line that parses without a type is one that cannot be written. The system has no part in
+    // it.
+    errno = 0;
     throwWriteFailure(targets_.front(), lineNumber_.number());
+  }
+  warnOfMeaning();
+  if (reader_.startsWithLaterPiece() && overlong_.startWasDropped) {
+    warnOfPiece();
+  }
+  if (!sawDn_) {
+    warnOfLineBeforeTheFirstDn();
   }
   writeLine(reader_.data(), reader_.size());
 }
@@ -311,6 +367,7 @@ bool Splitter::startRecord(const char* dn, std::size_t size) {
   if (currentDn_.empty()) {
     throwInvalidLine();
   }
+  sawDn_ = true;
   if (lineNumber_.number() < firstLine_) {
     return false;
   }
@@ -454,6 +511,12 @@ void Splitter::traceStart(const Target& target) const {
   TRACE(traceError, "putting %s in file %s\n", currentDn_.text().c_str(), target.name->c_str());
 }
 
+/// Behind a read that gave nothing. The end of the input is no fault of the system.
+void Splitter::noteReadFailure() const {
+  errno = reader_.readError();
+  noteSystemFailure(inputFile_);
+}
+
 void Splitter::traceReadError() const {
   TRACE(traceError, "error reading ldif input file: %s\n", inputFile_.c_str());
 }
@@ -467,12 +530,43 @@ void Splitter::throwInvalidLine() const {
 }
 
 void Splitter::throwWriteFailure(const Target& target, int line) const {
+  noteSystemFailure(*target.name);
   throwFileWriteException<SplitOutputException>(*target.name, line);
 }
 
-/// A piece of an overlong line was dropped, or taken for the start of a record.
+/// A piece of an overlong line changed the output: it was dropped, or taken for the start of a
+/// record or, of a comment, for data.
 void Splitter::warnOfPiece() const {
   PrintMessage(32, 1, 60, LineText(lineNumber_.number()).c_str(), inputFile_.c_str());
+}
+
+/// Lines that are copied as attributes, and may be meant as more than that.
+void Splitter::warnOfMeaning() {
+  if (!warnings_.dnInOtherCase && hasAttributeType(reader_.data(), reader_.size(), "dn")) {
+    warnings_.dnInOtherCase = true;
+    PrintMessage(32, 1, 66, LineText(lineNumber_.number()).c_str(), inputFile_.c_str());
+  }
+  if (!warnings_.changeRecord && hasAttributeType(reader_.data(), reader_.size(), "changetype")) {
+    warnings_.changeRecord = true;
+    PrintMessage(32, 1, 70, LineText(lineNumber_.number()).c_str(), inputFile_.c_str());
+  }
+}
+
+void Splitter::warnOfLineBeforeTheFirstDn() {
+  if (!warnings_.lineBeforeTheFirstDn &&
+      !hasAttributeType(reader_.data(), reader_.size(), "version")) {
+    warnings_.lineBeforeTheFirstDn = true;
+    PrintMessage(32, 1, 67, LineText(lineNumber_.number()).c_str(), inputFile_.c_str());
+  }
+}
+
+/// At the end of the input.
+void Splitter::warnOfMissingLineEnd() const {
+  if (!reader_.endsWithLineFeed()) {
+    // An input of a single line is not even looked at.
+    const int line = std::max(lineNumber_.number(), 1);
+    PrintMessage(32, 1, 69, LineText(line).c_str(), inputFile_.c_str());
+  }
 }
 
 }  // namespace

@@ -138,6 +138,12 @@ void expectFailure(const Result& result, const std::string& kind, int line,
   EXPECT_EQ(result.out, "");
 }
 
+/// A warning: the number of its message, and the line of the input that it names.
+struct Told {
+  int message;
+  int line;
+};
+
 // What is copied, and how.
 
 /// An input of records below no base DN, and what the default output file then holds.
@@ -145,17 +151,33 @@ struct CopyRow {
   const char* name;
   std::string input;
   std::string content;
+  std::vector<Told> told = {};
 };
 
 void PrintTo(const CopyRow& row, std::ostream* out) {
   *out << row.name;
 }
 
-class CopiedRecords : public Split, public ::testing::WithParamInterface<CopyRow> {};
+class CopyingSplit : public Split {
+ protected:
+  /// Splits an input that is accepted, with these warnings and no others.
+  void expectCopy(const std::string& input, const std::string& expected,
+                  const std::vector<Told>& told) {
+    const Result result = split(input);
+    EXPECT_EQ(result.kind, "success") << result.message << " at line " << result.line;
+    EXPECT_EQ(content("default.ldif"), expected);
+    std::string warnings;
+    for (const Told& warning : told) {
+      warnings += messageLine(warning.message, {std::to_string(warning.line), inputName()});
+    }
+    EXPECT_EQ(result.out + result.err, warnings);
+  }
+};
+
+class CopiedRecords : public CopyingSplit, public ::testing::WithParamInterface<CopyRow> {};
 
 TEST_P(CopiedRecords, AreInTheDefaultOutputFile) {
-  accept(GetParam().input);
-  EXPECT_EQ(content("default.ldif"), GetParam().content);
+  expectCopy(GetParam().input, GetParam().content, GetParam().told);
 }
 
 const std::string header = "version: 1\n\n";
@@ -182,10 +204,15 @@ INSTANTIATE_TEST_SUITE_P(
                 header + "\ndn: o=x\njpegPhoto:< file:///tmp/x\n"},
         CopyRow{"CarriageReturnsOfAttributesStay", "dn: o=x\r\no: x\r\n\r\ndn: o=y\r\n",
                 header + "\ndn: o=x\no: x\r\n\ndn: o=y\n"},
-        CopyRow{"LastLineWithoutLineFeed", "dn: o=x\no: x", header + "\ndn: o=x\no: x"},
-        CopyRow{"LastDnWithoutLineFeed", "dn: o=x\ndn: o=y", header + "\ndn: o=x\n\ndn: o=y\n"},
-        CopyRow{"LinesBeforeTheFirstDnGoNowhere", "version: 1\nfoo: bar\n\ndn: o=x\n",
-                header + "\ndn: o=x\n"},
+        CopyRow{"LastLineWithoutLineFeed", "dn: o=x\no: x", header + "\ndn: o=x\no: x", {{69, 2}}},
+        CopyRow{"LastDnWithoutLineFeed",
+                "dn: o=x\ndn: o=y",
+                header + "\ndn: o=x\n\ndn: o=y\n",
+                {{69, 2}}},
+        CopyRow{"LinesBeforeTheFirstDnGoNowhere",
+                "version: 1\nfoo: bar\n\ndn: o=x\n",
+                header + "\ndn: o=x\n",
+                {{67, 2}}},
         CopyRow{"BlankLinesAreDropped", "\n\ndn: o=x\n\n\no: x\n\n", header + "\ndn: o=x\no: x\n"},
         CopyRow{"CommentsAreDropped", "# a\ndn: o=x\n#b\no: x\n# dn: o=y\n",
                 header + "\ndn: o=x\no: x\n"},
@@ -201,17 +228,22 @@ INSTANTIATE_TEST_SUITE_P(
                 header + std::string("\ndn: o=x\no: a\0b\n", 16)},
         CopyRow{"ValueThatLooksLikeADn", "dn: o=x\ndnx: o=y\ndn-a: o=z\n",
                 header + "\ndn: o=x\ndnx: o=y\ndn-a: o=z\n"},
-        CopyRow{"DnInUpperCaseIsAnAttribute", "dn: o=x\nDN: o=y\nDn: o=z\n",
-                header + "\ndn: o=x\nDN: o=y\nDn: o=z\n"},
+        CopyRow{"DnInUpperCaseIsAnAttribute",
+                "dn: o=x\nDN: o=y\nDn: o=z\n",
+                header + "\ndn: o=x\nDN: o=y\nDn: o=z\n",
+                {{66, 2}}},
         CopyRow{"DnWithAnOptionIsAnAttribute", "dn: o=x\ndn;lang-de: o=y\n",
                 header + "\ndn: o=x\ndn;lang-de: o=y\n"},
         CopyRow{"DnWithABlankBeforeTheColon", "dn : o=x\no: x\n", header + "\ndn: o=x\no: x\n"},
         CopyRow{"DnFoldedInItsType", "d\n n: o=x\no: x\n", header + "\ndn: o=x\no: x\n"},
-        CopyRow{"ChangeRecordsAreLinesLikeOthers", "dn: o=x\nchangetype: add\no: x\n",
-                header + "\ndn: o=x\nchangetype: add\no: x\n"},
-        CopyRow{"WithoutAnyDnThereIsNoFile", "version: 1\nDN: o=x\no: x\n", noFile},
-        CopyRow{"OneLineWithoutLineFeedIsNotEvenLookedAt", "dn: o=x", noFile},
-        CopyRow{"OneInvalidLineWithoutLineFeedIsNotLookedAt", "no ldif", noFile}),
+        CopyRow{"ChangeRecordsAreLinesLikeOthers",
+                "dn: o=x\nchangetype: add\no: x\n",
+                header + "\ndn: o=x\nchangetype: add\no: x\n",
+                {{70, 2}}},
+        CopyRow{
+            "WithoutAnyDnThereIsNoFile", "version: 1\nDN: o=x\no: x\n", noFile, {{66, 2}, {67, 2}}},
+        CopyRow{"OneLineWithoutLineFeedIsNotEvenLookedAt", "dn: o=x", noFile, {{69, 1}}},
+        CopyRow{"OneInvalidLineWithoutLineFeedIsNotLookedAt", "no ldif", noFile, {{69, 1}}}),
     [](const ::testing::TestParamInfo<CopyRow>& row) { return row.param.name; });
 
 // Where it goes.
@@ -477,49 +509,153 @@ struct PieceRow {
   const char* name;
   std::string input;
   std::string content;
-  int told;
+  std::vector<Told> told = {};
 };
 
 void PrintTo(const PieceRow& row, std::ostream* out) {
   *out << row.name;
 }
 
-class Pieces : public Split, public ::testing::WithParamInterface<PieceRow> {};
+const std::string longComment = "#" + std::string(4094, 'c');  // a whole piece
+
+class Pieces : public CopyingSplit, public ::testing::WithParamInterface<PieceRow> {};
 
 TEST_P(Pieces, AreToldWhereTheyChangeTheOutput) {
-  const Result result = split(GetParam().input);
-  EXPECT_EQ(result.kind, "success") << result.message << " at line " << result.line;
-  EXPECT_EQ(content("default.ldif"), GetParam().content);
-  EXPECT_EQ(
-      result.out + result.err,
-      GetParam().told == 0 ? "" : messageLine(60, {std::to_string(GetParam().told), inputName()}));
+  expectCopy(GetParam().input, GetParam().content, GetParam().told);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Rows, Pieces,
-    ::testing::Values(
-        PieceRow{"LongestLineThatIsWhole", "dn: o=x\n" + longValue.substr(0, 4094) + "\nb: 1\n",
-                 header + "\ndn: o=x\n" + longValue.substr(0, 4094) + "\nb: 1\n", 0},
-        PieceRow{"LineFeedIsDropped", "dn: o=x\n" + longValue + "\nb: 1\n",
-                 header + "\ndn: o=x\n" + longValue + "b: 1\n", 3},
-        PieceRow{"CarriageReturnIsDropped", "dn: o=x\n" + longValue + "\r\nb: 1\n",
-                 header + "\ndn: o=x\n" + longValue + "b: 1\n", 3},
-        PieceRow{"LoneCarriageReturnAtTheEndIsDropped", "dn: o=x\n" + longValue + "\r",
-                 header + "\ndn: o=x\n" + longValue, 3},
-        PieceRow{"NumberSignIsDropped", "dn: o=x\n" + longValue + "#rest\nb: 1\n",
-                 header + "\ndn: o=x\n" + longValue + "b: 1\n", 3},
-        PieceRow{"NulIsDropped", "dn: o=x\n" + longValue + std::string("\0rest\nb: 1\n", 11),
-                 header + "\ndn: o=x\n" + longValue + "b: 1\n", 3},
-        PieceRow{"OpensARecord", "dn: o=x\n" + longValue + "dn: o=y\nb: 1\n",
-                 header + "\ndn: o=x\n" + longValue + "\ndn: o=y\nb: 1\n", 3},
-        PieceRow{"AttributeIsCopied", "dn: o=x\n" + longValue + "b: 1\n",
-                 header + "\ndn: o=x\n" + longValue + "b: 1\n", 0},
-        PieceRow{"BlankContinuesTheLine", "dn: o=x\n" + longValue + " rest\nb: 1\n",
-                 header + "\ndn: o=x\n" + longValue + " rest\nb: 1\n", 0},
-        PieceRow{"BeforeTheFirstRecord", longValue + "\ndn: o=x\n", header + "\ndn: o=x\n", 2},
-        PieceRow{"OfAComment", "dn: o=x\n#" + std::string(4094, 'c') + "\nb: 1\n",
-                 header + "\ndn: o=x\nb: 1\n", 3}),
+    ::testing::Values(PieceRow{"LongestLineThatIsWhole",
+                               "dn: o=x\n" + longValue.substr(0, 4094) + "\nb: 1\n",
+                               header + "\ndn: o=x\n" + longValue.substr(0, 4094) + "\nb: 1\n",
+                               {}},
+                      PieceRow{"LineFeedIsDropped",
+                               "dn: o=x\n" + longValue + "\nb: 1\n",
+                               header + "\ndn: o=x\n" + longValue + "b: 1\n",
+                               {{60, 3}}},
+                      PieceRow{"CarriageReturnIsDropped",
+                               "dn: o=x\n" + longValue + "\r\nb: 1\n",
+                               header + "\ndn: o=x\n" + longValue + "b: 1\n",
+                               {{60, 3}}},
+                      PieceRow{"LoneCarriageReturnAtTheEndIsDropped",
+                               "dn: o=x\n" + longValue + "\r",
+                               header + "\ndn: o=x\n" + longValue,
+                               {{60, 3}, {69, 3}}},
+                      PieceRow{"NumberSignIsDropped",
+                               "dn: o=x\n" + longValue + "#rest\nb: 1\n",
+                               header + "\ndn: o=x\n" + longValue + "b: 1\n",
+                               {{60, 3}}},
+                      PieceRow{"NulIsDropped",
+                               "dn: o=x\n" + longValue + std::string("\0rest\nb: 1\n", 11),
+                               header + "\ndn: o=x\n" + longValue + "b: 1\n",
+                               {{60, 3}}},
+                      PieceRow{"OpensARecord",
+                               "dn: o=x\n" + longValue + "dn: o=y\nb: 1\n",
+                               header + "\ndn: o=x\n" + longValue + "\ndn: o=y\nb: 1\n",
+                               {{60, 3}}},
+                      PieceRow{"AttributeIsCopied",
+                               "dn: o=x\n" + longValue + "b: 1\n",
+                               header + "\ndn: o=x\n" + longValue + "b: 1\n",
+                               {}},
+                      PieceRow{"BlankContinuesTheLine",
+                               "dn: o=x\n" + longValue + " rest\nb: 1\n",
+                               header + "\ndn: o=x\n" + longValue + " rest\nb: 1\n",
+                               {}},
+                      PieceRow{"BeforeTheFirstRecord",
+                               longValue + "\ndn: o=x\n",
+                               header + "\ndn: o=x\n",
+                               {{67, 1}, {60, 2}}},
+                      PieceRow{"LineEndOfAComment",
+                               "dn: o=x\n" + longComment + "\nb: 1\n",
+                               header + "\ndn: o=x\nb: 1\n",
+                               {}},
+                      PieceRow{"LineEndOfACommentWithCarriageReturn",
+                               "dn: o=x\n" + longComment + "\r\nb: 1\n",
+                               header + "\ndn: o=x\nb: 1\n",
+                               {}},
+                      PieceRow{"LineEndOfACommentAndItsContinuation",
+                               "dn: o=x\n" + longComment + "\n more\nb: 1\n",
+                               header + "\ndn: o=x\nb: 1\n",
+                               {}},
+                      PieceRow{"LoneCarriageReturnOfAComment",
+                               "dn: o=x\n" + longComment + "\rmore\nb: 1\n",
+                               header + "\ndn: o=x\nb: 1\n",
+                               {{60, 3}}},
+                      PieceRow{"NumberSignInAComment",
+                               "dn: o=x\n" + longComment + "#more\nb: 1\n",
+                               header + "\ndn: o=x\nb: 1\n",
+                               {{60, 3}}},
+                      PieceRow{"RestOfACommentIsAnAttribute",
+                               "dn: o=x\n" + longComment + "a: 1\nb: 1\n",
+                               header + "\ndn: o=x\na: 1\nb: 1\n",
+                               {{60, 3}}},
+                      PieceRow{"RestOfACommentIsBase64",
+                               "dn: o=x\n" + longComment + "a:: AAAA\r\nb: 1\n",
+                               header + "\ndn: o=x\na:: AAAA\r\nb: 1\n",
+                               {{60, 3}}},
+                      PieceRow{"RestOfACommentOpensARecord",
+                               "dn: o=x\n" + longComment + "dn: o=y\nb: 1\n",
+                               header + "\ndn: o=x\n\ndn: o=y\nb: 1\n",
+                               {{60, 3}}},
+                      PieceRow{"RestOfACommentIsTwoPiecesOfData",
+                               "dn: o=x\n" + longComment + longValue + "c: 1\nb: 1\n",
+                               header + "\ndn: o=x\n" + longValue + "c: 1\nb: 1\n",
+                               {{60, 3}, {60, 4}}},
+                      PieceRow{"LineEndOfDataInAComment",
+                               "dn: o=x\n" + longComment + longValue + "\nb: 1\n",
+                               header + "\ndn: o=x\n" + longValue + "b: 1\n",
+                               {{60, 3}, {60, 4}}},
+                      PieceRow{"AttributeBehindAnotherLongComment",
+                               "dn: o=x\n" + longComment + "\n" + longValue + "b: 1\n",
+                               header + "\ndn: o=x\n" + longValue + "b: 1\n",
+                               {}},
+                      PieceRow{"LineEndOfAnAttributeBehindALongComment",
+                               "dn: o=x\n" + longComment + "\n" + longValue + "\nb: 1\n",
+                               header + "\ndn: o=x\n" + longValue + "b: 1\n",
+                               {{60, 5}}}),
     [](const ::testing::TestParamInfo<PieceRow>& row) { return row.param.name; });
+
+// Warnings that are given once.
+
+class OnceInARun : public CopyingSplit {};
+
+TEST_F(OnceInARun, DnInOtherCase) {
+  expectCopy("dn: o=x\nDN : o=y\ndN: o=z\n", header + "\ndn: o=x\nDN : o=y\ndN: o=z\n", {{66, 2}});
+  expectCopy("dn: o=x\ndn;x: o=y\ndnx: o=z\n", header + "\ndn: o=x\ndn;x: o=y\ndnx: o=z\n", {});
+  expectCopy("dn: o=x\n\nDN:: bz14\n", header + "\ndn: o=x\nDN:: bz14\n", {{66, 3}});
+}
+
+TEST_F(OnceInARun, ChangeRecord) {
+  expectCopy("dn: o=x\nchangetype: add\no: x\n\ndn: o=y\nChangeType:delete\n",
+             header + "\ndn: o=x\nchangetype: add\no: x\n\ndn: o=y\nChangeType:delete\n",
+             {{70, 2}});
+  expectCopy("dn: o=x\nchangetypes: add\nxchangetype: add\n",
+             header + "\ndn: o=x\nchangetypes: add\nxchangetype: add\n", {});
+}
+
+TEST_F(OnceInARun, LineBeforeTheFirstDn) {
+  expectCopy("version: 1\n# c\ncn: a\ncn: b\n\ndn: o=x\n", header + "\ndn: o=x\n", {{67, 3}});
+  expectCopy("cn:: AAAA\n BBBB\ndn: o=x\n", header + "\ndn: o=x\n", {{67, 2}});
+  expectCopy("url:< file:x\n\ndn: o=x\n", header + "\ndn: o=x\n", {{67, 1}});
+  expectCopy("Version : 1\n\ndn: o=x\n", header + "\ndn: o=x\n", {});
+  expectCopy("versions: 1\n\ndn: o=x\n", header + "\ndn: o=x\n", {{67, 1}});
+}
+
+/// Nothing is before the first "dn" line once that was read, whatever became of its entry.
+TEST_F(OnceInARun, LinesOfAnEntryThatIsSkippedOrHasNoFilesAreNotBeforeTheFirstDn) {
+  addActor("O=X", {});
+  accept("dn: o=x\ncn: a\n");
+  accept("dn: o=y\ncn: a\n", 5);
+}
+
+TEST_F(OnceInARun, InputWithoutALineEnd) {
+  expectCopy("dn: o=x\n\n# c", header + "\ndn: o=x\n", {{69, 3}});
+  expectCopy("dn: o=x\ncn: a\n b", header + "\ndn: o=x\ncn: a\n b", {{69, 3}});
+  expectCopy("dn: o=x\n\n", header + "\ndn: o=x\n", {});
+}
+
+// Pieces of overlong lines at which the run stops, or that are many.
 
 TEST_F(Split, PieceThatIsNoLdifStopsTheRunWithoutAWarning) {
   expectFailure(split("dn: o=x\n" + longValue + "rest\n"), "LdifSplitException", 3,

@@ -68,6 +68,9 @@ bool LineReader::fill() {
   if (count > 0) {
     dataEnd_ += static_cast<std::size_t>(count);
   }
+  if (count < 0 && readError_ == 0) {
+    readError_ = errno;
+  }
   atEnd_ = count == 0;
   return count > 0;
 }

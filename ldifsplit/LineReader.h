@@ -92,6 +92,9 @@ class LineReader {
   /// Whether reading has met the end of the input; a last line without a line feed sets it too.
   bool atEnd() const { return atEnd_; }
 
+  /// The errno of the first read that failed, 0 where none did. A second one may find the end.
+  int readError() const { return readError_; }
+
   /// The logical line; valid until the next call of one of the functions that read. Not
   /// NUL-terminated.
   const char* data() const { return block_.get() + lineBegin_; }
@@ -168,6 +171,7 @@ class LineReader {
   std::size_t heldBegin_ = 0;
   bool isHolding_ = false;
   bool atEnd_ = false;
+  int readError_ = 0;
   bool lastLineEnded_ = true;  // the last physical line had its line feed
   bool startsWithLaterPiece_ = false;
 };

@@ -1,8 +1,10 @@
 #include "ldifsplit/OutputFileSet.h"
 
 #include <cassert>
+#include <cerrno>
 #include <memory>
 
+#include "common/SystemFailure.h"
 #include "ldifsplit/LdifSplitException.h"
 #include "ldifsplit/SplitOutputException.h"
 #include "ldifsplit/openNewLdif.h"
@@ -57,10 +59,12 @@ void OutputFileSet::closeAll(int line) {
     }
     // A write that failed before, unnoticed then, shows here too.
     const bool incomplete = std::ferror(file.second) != 0;
+    errno = 0;  // of a write that failed before the reason is lost, unless it comes again
     const bool closed = std::fclose(file.second) == 0;
     file.second = nullptr;
     if ((incomplete || !closed) && !anyFailed) {
       anyFailed = true;
+      noteSystemFailure(file.first);
       failed = file.first;
     }
   }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "common/SystemFailure.h"
 #include "ldifsplit/LdifSplitException.h"
 #include "ldifsplit/SplitOutputException.h"
 #include "testsupport/TemporaryDirectory.h"
@@ -88,6 +89,14 @@ TEST_F(OutputFiles, FailingCloseIsAFailedWrite) {
   expectCloseFailure(42, path("a"));
 }
 
+TEST_F(OutputFiles, ReasonIsThatOfTheFileThatIsNamed) {
+  write(fullDisk("a"), "text");
+  write(fullDisk("b"), "text");
+  expectCloseFailure(42, path("a"));
+  EXPECT_EQ(notedSystemFailure().file, path("a"));
+  EXPECT_EQ(notedSystemFailure().reason, "No space left on device");
+}
+
 TEST_F(OutputFiles, FailingCloseStillClosesTheRest) {
   write(path("a"), "A");
   write(fullDisk("b"), "B");
@@ -112,6 +121,8 @@ TEST_F(OutputFiles, WriteThatFailedUnnoticedShowsAtTheClose) {
   // Reading a stream that is open for writing sets its error mark; everything else stays fine.
   std::fgetc(opened(path("a")));
   expectCloseFailure(9, path("a"));
+  EXPECT_EQ(notedSystemFailure().file, path("a"));
+  EXPECT_EQ(notedSystemFailure().reason, "");
 }
 
 TEST_F(OutputFiles, SetIsEmptyAfterAFailingClose) {

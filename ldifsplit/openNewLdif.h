@@ -9,6 +9,7 @@
 #include <string>
 
 #include "common/AutoClose.h"
+#include "common/SystemFailure.h"
 
 /// Throws E with line 0: the file cannot be opened or created. The text does not tell a missing
 /// file or directory from a denied one.
@@ -27,13 +28,14 @@ template <typename E>
 /// Creates or empties the file and writes the header of an LDIF file, "version: 1" and an empty
 /// line (RFC 2849). Returns the stream, which the caller closes. Throws E, line 0: through
 /// throwFileOpenException where the file cannot be opened, through throwFileWriteException where a
-/// piece of the header is not written in full.
+/// piece of the header is not written in full; noteSystemFailure() has the reason.
 ///
 /// The stream works in the `size` bytes at `buffer`, which have to outlive it.
 template <typename E>
 std::FILE* openNewLdif(const char* path, char* buffer, std::size_t size) {
   AutoClose stream(std::fopen(path, "w"));
   if (stream == nullptr) {
+    noteSystemFailure(path);
     throwFileOpenException<E>(path);
   }
   if (buffer != nullptr) {
@@ -41,6 +43,7 @@ std::FILE* openNewLdif(const char* path, char* buffer, std::size_t size) {
   }
   for (const std::string piece : {"version: 1\n", "\n"}) {
     if (std::fwrite(piece.data(), piece.size(), 1, stream.get()) != 1) {
+      noteSystemFailure(path);
       throwFileWriteException<E>(path, 0);
     }
   }

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "common/SystemFailure.h"
 #include "ldifsplit/LdifSplit.h"
 #include "ldifsplit/OutputFileSet.h"
 #include "ldifsplit/openNewLdif.h"
@@ -41,6 +42,7 @@ ssize_t __real_read(int file, void* buffer, std::size_t size);
 std::size_t __wrap_fwrite(const void* data, std::size_t size, std::size_t count,
                           std::FILE* stream) {
   if (goodWrites == 0) {
+    errno = EDQUOT;
     return 0;
   }
   goodWrites -= goodWrites > 0 ? 1 : 0;
@@ -106,6 +108,8 @@ TEST_P(HeaderFault, IsAWriteFailureOfNoLineAndTheStreamIsClosed) {
     EXPECT_EQ(failure.line(), 0);
     EXPECT_EQ(failure.message(), file);
   }
+  EXPECT_EQ(notedSystemFailure().file, file);
+  EXPECT_EQ(notedSystemFailure().reason, "Disk quota exceeded");
   EXPECT_EQ(closed.size(), 1U);
   EXPECT_EQ(directory_.read("a.ldif"), GetParam() == 0 ? "" : "version: 1\n");
 }
@@ -208,6 +212,8 @@ TEST_P(ReadFault, StopsTheRunAtTheLinesReadSoFar) {
       EXPECT_EQ(failure.message(), "Error reading input file");
     }
   });
+  EXPECT_EQ(notedSystemFailure().file, input);
+  EXPECT_EQ(notedSystemFailure().reason, "Input/output error");
   readableBytes = -1;
   const std::string trace = "c8110000 error reading ldif input file: " + input + "\n";
   EXPECT_EQ(printed.err.find(trace) != std::string::npos, row.traced) << printed.err;

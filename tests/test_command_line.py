@@ -1,6 +1,5 @@
 """Options, their defaults and the messages and statuses of a command line."""
 
-import os
 import subprocess
 
 import pytest
@@ -51,27 +50,36 @@ def test_f_names_the_configuration(site):
 
 
 @pytest.mark.parametrize(
-    "arguments",
-    [["-fother.conf"], ["-f", "missing.conf", "-f", "other.conf"], ["-f", "other.conf", "operand"],
-     ["operand", "-f", "other.conf"], ["-f", "other.conf", "--", "-x"]],
+    "arguments, operand",
+    [(["-fother.conf"], None), (["-f", "missing.conf", "-f", "other.conf"], None),
+     (["-f", "other.conf", "operand"], "operand"), (["operand", "-f", "other.conf"], "operand"),
+     (["-f", "other.conf", "--", "-x"], "-x"), (["-f", "other.conf", "--"], None),
+     (["one", "-f", "other.conf", "two"], "one"), (["-f", "other.conf", ""], "")],
     ids=["attached", "the last one counts", "before an operand", "behind an operand",
-         "two hyphens end the options"],
-)
-def test_spellings_of_an_option(site, arguments):
+         "two hyphens end the options", "two hyphens and nothing", "the first of two operands",
+         "an empty operand"],
+)  # fmt: skip
+def test_spellings_of_an_option_and_the_warning_of_an_operand(site, arguments, operand):
     site.configure(*TWO_SERVERS, name="other.conf")
     site.write("in.ldif", ENTRY)
-    site.run(*arguments).expect(0, m(1, "other.conf"), m(28), m(37, "other.conf"), m(39))
+    warning = [] if operand is None else [m(68, operand)]
+    site.run(*arguments).expect(
+        0, *warning, m(1, "other.conf"), m(28), m(37, "other.conf"), m(39))
+
+
+def test_an_operand_of_a_command_line_that_fails_is_not_told(ready):
+    ready.run("operand", "-f", "-r").expect(1, m(46, "f"))
 
 
 def test_options_behind_an_operand_count_whatever_the_environment_says(site):
     site.configure(*TWO_SERVERS, name="other.conf")
     site.write("in.ldif", ENTRY)
     run = site.run("operand", "-f", "other.conf", environment={"POSIXLY_CORRECT": "1"})
-    run.expect(0, m(1, "other.conf"), m(28), m(37, "other.conf"), m(39))
+    run.expect(0, m(68, "operand"), m(1, "other.conf"), m(28), m(37, "other.conf"), m(39))
 
 
 def test_options_behind_two_hyphens_are_operands(ready):
-    ready.run("--", "-f", "missing.conf").expect(0, *SUCCESS)
+    ready.run("--", "-f", "missing.conf").expect(0, m(68, "-f"), *SUCCESS)
 
 
 def test_flags_and_an_option_with_an_argument_in_one_word(ready):
@@ -147,7 +155,9 @@ def test_levels_with_bit_1_make_traces(ready, level):
 
 
 def test_a_missing_configuration_file(site):
-    site.run("-f", "nowhere/conf").expect(1, m(1, "nowhere/conf"), m(2, "nowhere/conf"), m(27))
+    site.run("-f", "nowhere/conf").expect(
+        1, m(1, "nowhere/conf"), m(2, "nowhere/conf"),
+        m(73, "nowhere/conf", "No such file or directory"), m(27))
     assert site.tree() == {}
 
 
@@ -161,9 +171,3 @@ def test_an_empty_environment(ready):
     process = subprocess.run([ready.binary], cwd=ready.path, env={}, capture_output=True)
     assert process.returncode == 0
     assert_split(ready)
-
-
-def test_umask_alone_decides_the_modes_of_new_files(ready):
-    ready.run(umask=0o027).expect(0, *SUCCESS)
-    for name in ("rest.ldif", "one.ldif", "two.ldif", "run.log"):
-        assert os.stat(ready.absolute(name)).st_mode & 0o777 == 0o640

@@ -27,14 +27,23 @@ def ready(site):
     return site
 
 
-def expect_failure(site, lines, line, text, *messages, creates={}, options=()):
+NOT_FOUND = "No such file or directory"
+
+
+def expect_failure(site, lines, line, text, *messages, reason=None, near="", creates={}, options=()):
     """The run fails with the exception (line, text) and has left the files of `creates`, nothing
-    else changed. `{}` in the text stands for itself; names of files are relative in `creates`."""
+    else changed. `{}` in the text stands for itself; names of files are relative in `creates`.
+    `reason` is a file and what the system says about it, `near` the legal key that is proposed. The
+    line is shown wherever it stands in the file."""
     site.configure(*lines)
     before = site.tree()
     run = site.run("-d", "1", *options)
     if options:
         messages = (m(30, DEFAULT_NAME),) + messages
+    if reason:
+        messages += (m(73, *reason),)
+    if 0 < line <= len(lines):
+        messages += (m(62, DEFAULT_NAME, line, lines[line - 1], near),)
     run.expect(1, *failed_configuration(*messages))
     assert run.traces()[-2:] == [
         f"c8110000 VarnelConfigException: line {line}, input file {DEFAULT_NAME}",
@@ -91,14 +100,16 @@ def test_the_same_base_dn_directly_again_is_a_duplicate_before_its_section_is_ch
 
 
 @pytest.mark.parametrize(
-    "text, key",
-    [("url: ldap://h", "url"), ("parenturl: ldap://h", "parenturl"), ("rdnfilter: x", "rdnfilter"),
-     ("numservers: 2", "numservers"), ("rdnhash: 1", "rdnhash"), ("dn: o=x", "dn"),
-     ("subtreedn: o=x", "subtreedn"), ("varnel.log: 1", "varnel.log"), ("inputfiles: x", "inputfiles"),
-     ("input: x", "input"), ("two words", "twowords"), ("\\: x", "\\")],
+    "text, key, near",
+    [("url: ldap://h", "url", ""), ("parenturl: ldap://h", "parenturl", ""),
+     ("rdnfilter: x", "rdnfilter", ""), ("numservers: 2", "numservers", ""),
+     ("rdnhash: 1", "rdnhash", ""), ("dn: o=x", "dn", "basedn"), ("subtreedn: o=x", "subtreedn", ""),
+     ("varnel.log: 1", "varnel.log", ""), ("inputfiles: x", "inputfiles", "inputfile"),
+     ("Log Fiel: x", "logfiel", "logfile"), ("input: x", "input", "inputfile"),
+     ("two words", "twowords", ""), ("\\: x", "\\", ""), (" fiel:\tx\x1b[1m", "fiel", "")],
 )  # fmt: skip
-def test_a_key_that_no_global_line_has(ready, text, key):
-    expect_failure(ready, [ACTION, text], 2, ILLEGAL_KEY.format(key), m(4, 2))
+def test_a_key_that_no_global_line_has(ready, text, key, near):
+    expect_failure(ready, [ACTION, text], 2, ILLEGAL_KEY.format(key), m(4, 2), near=near)
 
 
 def test_a_file_line_before_any_base_dn(ready):
@@ -106,14 +117,16 @@ def test_a_file_line_before_any_base_dn(ready):
 
 
 @pytest.mark.parametrize(
-    "text, key",
-    [(ACTION, "actiontype"), (INPUT, "inputfile"), (LOG, "logfile"), (REST, "defaultoutputfile"),
-     (SPLIT, "splitby"), ("basedirectory: d", "basedirectory"), ("parenturl: x", "parenturl"),
-     ("dn: o=x", "dn"), ("subtreedn: o=x", "subtreedn"), ("numservers: 2", "numservers"),
-     ("what ever", "whatever")],
+    "text, key, near",
+    [(ACTION, "actiontype", ""), (INPUT, "inputfile", ""), (LOG, "logfile", ""),
+     (REST, "defaultoutputfile", ""), (SPLIT, "splitby", ""), ("basedirectory: d", "basedirectory", ""),
+     ("parenturl: x", "parenturl", ""), ("dn: o=x", "dn", "basedn"),
+     ("subtreedn: o=x", "subtreedn", ""), ("numservers: 2", "numservers", ""),
+     ("what ever", "whatever", ""), ("fiel: x", "fiel", "file"), ("uri: ldap://h", "uri", "url"),
+     ("logfiel: x", "logfiel", "")],
 )  # fmt: skip
-def test_a_key_that_no_section_line_has(ready, text, key):
-    expect_failure(ready, [*ONE_SERVER, text], 9, ILLEGAL_KEY.format(key), m(4, 9),
+def test_a_key_that_no_section_line_has(ready, text, key, near):
+    expect_failure(ready, [*ONE_SERVER, text], 9, ILLEGAL_KEY.format(key), m(4, 9), near=near,
                    creates=UP_TO_FILE1)
 
 
@@ -152,13 +165,13 @@ def test_an_empty_value_inside_a_section(ready, key):
 @pytest.mark.parametrize("value", ["", "Example", "o=x,", "=x", "o=\"x", "o=x\\", "o=a,,o=b"])
 def test_a_value_that_is_not_a_dn(ready, key, value):
     expect_failure(ready, [f"{key}: {value} "], 1, ILLEGAL_VALUE.format(value, key),
-                   m(6, value, key))
+                   m(6, value, key), near="basedn" if key == "dn" else "")
 
 
 @pytest.mark.parametrize("key", ["basedn", "dn"])
 def test_a_value_that_is_not_a_dn_inside_a_section(ready, key):
     expect_failure(ready, [*ONE_SERVER, f"{key}:  No Dn  "], 9, ILLEGAL_VALUE.format("No Dn", key),
-                   m(6, "No Dn", key), creates=UP_TO_FILE1)
+                   m(6, "No Dn", key), near="basedn" if key == "dn" else "", creates=UP_TO_FILE1)
 
 
 @pytest.mark.parametrize(
@@ -295,12 +308,13 @@ def test_counts_of_the_last_section_are_checked_behind_default_output_and_log(re
 def test_the_input_file_is_missing(ready):
     name = ready.absolute("nowhere.ldif")
     expect_failure(ready, [ACTION, LOG, "inputfile: nowhere.ldif", REST], 3,
-                   CANNOT_OPEN.format(name), m(7, name, 3), creates=UP_TO_LOG)
+                   CANNOT_OPEN.format(name), m(7, name, 3), reason=(name, NOT_FOUND),
+                   creates=UP_TO_LOG)
 
 
 def test_the_input_file_is_missing_and_named_with_a_slash(ready):
     expect_failure(ready, ["inputfile: ./nowhere.ldif"], 1, CANNOT_OPEN.format("./nowhere.ldif"),
-                   m(7, "./nowhere.ldif", 1))
+                   m(7, "./nowhere.ldif", 1), reason=("./nowhere.ldif", NOT_FOUND))
 
 
 def test_the_default_output_file_exists(ready):
@@ -317,7 +331,8 @@ def test_the_default_output_file_exists_under_its_default_name(ready):
 
 def test_the_default_output_file_cannot_be_created(ready):
     expect_failure(ready, [LOG, "defaultoutputfile: d/rest.ldif"], 2,
-                   CANNOT_OPEN.format("d/rest.ldif"), m(7, "d/rest.ldif", 2), creates=UP_TO_LOG)
+                   CANNOT_OPEN.format("d/rest.ldif"), m(7, "d/rest.ldif", 2),
+                   reason=("d/rest.ldif", NOT_FOUND), creates=UP_TO_LOG)
 
 
 def test_a_server_file_exists(ready):
@@ -348,13 +363,15 @@ def test_a_server_file_is_a_directory(ready):
 
 def test_a_server_file_cannot_be_created(ready):
     expect_failure(ready, [*GLOBAL_LINES, BASE, URL1, "file: d/one.ldif"], 8,
-                   CANNOT_OPEN.format("d/one.ldif"), m(7, "d/one.ldif", 8), creates=UP_TO_REST)
+                   CANNOT_OPEN.format("d/one.ldif"), m(7, "d/one.ldif", 8),
+                   reason=("d/one.ldif", NOT_FOUND), creates=UP_TO_REST)
 
 
 def test_a_server_file_whose_name_is_too_long(ready):
     name = ready.absolute("x" * 300)
     expect_failure(ready, [*GLOBAL_LINES, BASE, URL1, f"file: {'x' * 300}"], 8,
-                   CANNOT_OPEN.format(name), m(7, name, 8), creates=UP_TO_REST)
+                   CANNOT_OPEN.format(name), m(7, name, 8), reason=(name, "File name too long"),
+                   creates=UP_TO_REST)
 
 
 def test_the_default_output_file_by_default_cannot_be_created(unprivileged_site):
@@ -370,7 +387,7 @@ def test_the_default_output_file_by_default_cannot_be_created(unprivileged_site)
     before = site.tree()
     run = site.run("-d", "1")
     site.path.chmod(0o755)
-    run.expect(1, *failed_configuration())
+    run.expect(1, *failed_configuration(m(73, "parent.ldif", "Permission denied")))
     assert run.traces()[-2:] == [
         f"c8110000 VarnelConfigException: line 0, input file {DEFAULT_NAME}",
         "c8110000 message: error opening parent.ldif: permission denied or does not exist",
@@ -379,14 +396,17 @@ def test_the_default_output_file_by_default_cannot_be_created(unprivileged_site)
 
 
 @pytest.mark.parametrize("key", ["basedirectory", "filedirectory"])
-@pytest.mark.parametrize("value", ["nowhere", "in.ldif", "in.ldif/"])
-def test_a_base_directory_that_is_none(ready, key, value):
-    expect_failure(ready, [ACTION, f"{key}: {value}"], 2, value, m(13, value))
+@pytest.mark.parametrize(
+    "value, reason", [("nowhere", NOT_FOUND), ("in.ldif", None), ("in.ldif/", "Not a directory")]
+)
+def test_a_base_directory_that_is_none(ready, key, value, reason):
+    expect_failure(ready, [ACTION, f"{key}: {value}"], 2, value, m(13, value),
+                   reason=(value, reason) if reason else None)
 
 
 def test_a_log_file_that_cannot_be_created_is_told_at_the_end(ready):
     lines = [ACTION, INPUT, "logfile: d/run.log", *TWO_SERVERS[3:]]
-    expect_failure(ready, lines, 0, "d/run.log",
+    expect_failure(ready, lines, 0, "d/run.log", reason=("d/run.log", NOT_FOUND),
                    creates={"rest.ldif": b"", "one.ldif": b"", "two.ldif": b""})
 
 
@@ -394,6 +414,7 @@ def test_a_log_file_that_is_a_directory(ready):
     (ready.path / "d").mkdir()
     lines = [ACTION, INPUT, "logfile: d", *TWO_SERVERS[3:]]
     expect_failure(ready, lines, 0, ready.absolute("d"),
+                   reason=(ready.absolute("d"), "Is a directory"),
                    creates={"rest.ldif": b"", "one.ldif": b"", "two.ldif": b""})
 
 
@@ -419,7 +440,7 @@ def test_a_base_directory_that_goes_away_while_the_configuration_is_read(ready):
             (ready.path / "d").rmdir()
         stdout, stderr = process.communicate(timeout=HANG_GUARD_SECONDS)
     run = Run(process.returncode, stdout, stderr)
-    run.expect(1, m(1, "pipe"), m(13, "d"), m(27))
+    run.expect(1, m(1, "pipe"), m(13, "d"), m(73, "d", NOT_FOUND), m(27))
     assert run.traces()[-2:] == [
         "c8110000 VarnelConfigException: line 0, input file pipe",
         "c8110000 message: d",

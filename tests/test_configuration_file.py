@@ -5,7 +5,7 @@ import split_model
 
 from varnel_run import (
     ACTION, BASE, DEFAULT_NAME, FILE1, FILE2, GLOBAL_LINES, HEADER, INPUT, LOG, ONE_SERVER, REST,
-    SPLIT, SUCCESS, TWO_SERVERS, URL1, URL2, failed_configuration, m,
+    SPLIT, SUCCESS, TWO_SERVERS, URL1, URL2, at_line, failed_configuration, m,
 )  # fmt: skip
 
 RECORD = b"dn: o=example\no: example\n"
@@ -42,7 +42,7 @@ def test_a_last_line_without_a_line_end_is_read(ready):
 def test_comments_and_blank_lines_count_as_lines_and_do_nothing_else(ready):
     ready.configure(ACTION, "", "   ", "# basedn: o=x", "  \t# logfile: no.log", ": a value",
                     "\t : :", "nonsense: 1")
-    ready.run().expect(1, *failed_configuration(m(4, 8)))
+    ready.run().expect(1, *failed_configuration(m(4, 8), at_line(8, "nonsense: 1")))
     assert sorted(ready.tree()) == ["in.ldif", "varnelConfig"]
 
 
@@ -61,28 +61,34 @@ def test_an_empty_file(ready):
 
 def test_a_directory_instead_of_a_file(ready):
     (ready.path / "varnelConfig").mkdir()
-    ready.run().expect(1, *failed_configuration(m(2, DEFAULT_NAME)))
+    reason = m(73, DEFAULT_NAME, "Is a directory")
+    ready.run().expect(1, *failed_configuration(m(2, DEFAULT_NAME), reason))
 
 
 def test_an_unreadable_file(unprivileged_site):
     unprivileged_site.configure(*ONE_SERVER).chmod(0)
-    unprivileged_site.run().expect(1, *failed_configuration(m(2, DEFAULT_NAME)))
+    reason = m(73, DEFAULT_NAME, "Permission denied")
+    unprivileged_site.run().expect(1, *failed_configuration(m(2, DEFAULT_NAME), reason))
 
 
 def test_a_binary_file(ready):
     ready.write("varnelConfig", bytes(range(256)) * 8)
     # The first line is bytes 0 to 9: no comment, and no key.
-    ready.run().expect(1, *failed_configuration(m(4, 1)))
+    shown = at_line(1, "".join(map(chr, range(10))))
+    ready.run().expect(1, *failed_configuration(m(4, 1), shown))
 
 
 def test_a_nul_byte_in_a_key_makes_another_key_of_it(ready):
     ready.write("varnelConfig", b"action\0type: splitonly\n")
-    ready.run().expect(1, *failed_configuration(m(4, 1)))
+    shown = at_line(1, "action\0type: splitonly", "actiontype")
+    ready.run().expect(1, *failed_configuration(m(4, 1), shown))
 
 
 def test_a_byte_order_mark_is_part_of_the_first_key(ready):
     ready.write("varnelConfig", b"\xef\xbb\xbf" + b"actiontype: splitonly\n")
-    ready.run().expect(1, *failed_configuration(m(4, 1)))
+    mark = m(74, DEFAULT_NAME, "text behind a UTF-8 byte order mark")
+    shown = at_line(1, "\ufeffactiontype: splitonly", "actiontype")
+    ready.run().expect(1, *failed_configuration(m(4, 1), mark, shown))
 
 
 def test_very_long_lines(ready):
@@ -92,12 +98,14 @@ def test_very_long_lines(ready):
 def test_a_very_long_value(ready):
     name = "x" * 200_000
     ready.configure(ACTION, f"inputfile: {name}")
-    ready.run().expect(1, *failed_configuration(m(7, ready.absolute(name), 2)))
+    ready.run().expect(1, *failed_configuration(
+        m(7, ready.absolute(name), 2), m(73, ready.absolute(name), "File name too long"),
+        at_line(2, f"inputfile: {name}")))
 
 
 def test_a_very_long_key(ready):
     ready.configure("x" * 200_000 + ": 1")
-    ready.run().expect(1, *failed_configuration(m(4, 1)))
+    ready.run().expect(1, *failed_configuration(m(4, 1), at_line(1, "x" * 200_000 + ": 1")))
 
 
 # --- Keys and values ------------------------------------------------------------------------------
@@ -157,7 +165,9 @@ def test_a_value_of_one_letter_keeps_its_trailing_blanks(site):
 def test_a_value_of_one_letter_keeps_its_carriage_return(ready):
     ready.write("a", b"")
     ready.write("varnelConfig", b"inputfile: a\r\n")
-    ready.run().expect(1, *failed_configuration(m(7, ready.absolute("a\r"), 1)))
+    name = ready.absolute("a\r")
+    ready.run().expect(1, *failed_configuration(
+        m(7, name, 1), m(73, name, "No such file or directory"), at_line(1, "inputfile: a\r")))
 
 
 def test_a_value_of_two_letters_loses_its_trailing_blanks(site):
@@ -175,7 +185,7 @@ def test_colons_behind_the_first_belong_to_the_value(ready):
 def test_a_line_of_two_words_without_a_colon(ready):
     ready.configure(ACTION, "Some Words")
     run = ready.run("-d", "1")
-    run.expect(1, *failed_configuration(m(4, 2)))
+    run.expect(1, *failed_configuration(m(4, 2), at_line(2, "Some Words")))
     assert 'c8110000 message: error: "somewords" not allowed' in run.traces()
 
 
@@ -193,12 +203,14 @@ def test_a_bare_inputfile_line_names_the_file_of_that_name(site):
 
 def test_a_bare_actiontype_line_has_an_illegal_value(ready):
     ready.configure("ActionType")
-    ready.run().expect(1, *failed_configuration(m(6, "actiontype", "actiontype")))
+    ready.run().expect(1, *failed_configuration(
+        m(6, "actiontype", "actiontype"), at_line(1, "ActionType")))
 
 
 def test_a_bare_basedn_line_has_no_dn_for_a_value(ready):
     ready.configure(*GLOBAL_LINES, "basedn")
-    ready.run().expect(1, *failed_configuration(m(6, "basedn", "basedn")))
+    ready.run().expect(1, *failed_configuration(
+        m(6, "basedn", "basedn"), at_line(6, "basedn")))
 
 
 # --- Names of files -------------------------------------------------------------------------------
@@ -357,7 +369,7 @@ def test_five_hundred_base_dns(ready):
 def test_three_hundred_servers(ready):
     lines = list(GLOBAL_LINES) + [BASE]
     for i in range(300):
-        lines += [URL1, f"file: f{i}.ldif"]
+        lines += [f"url: ldap://h{i}", f"file: f{i}.ldif"]
     ready.configure(*lines)
     before = ready.tree()
     ready.run().expect(0, *SUCCESS)

@@ -15,9 +15,11 @@ from subprocess import PIPE
 import pytest
 
 from varnel_run import (
-    DEFAULT_NAME, HANG_GUARD_SECONDS, HEADER, INPUT, ONE_SERVER, SUCCESS, Run,
+    HANG_GUARD_SECONDS, HEADER, INPUT, ONE_SERVER, SUCCESS, Run, at_line, failed_configuration,
     failed_split, m,
 )  # fmt: skip
+
+NOT_FOUND = "No such file or directory"
 
 RECORD = b"dn: o=example\no: example\n"
 WRITTEN = HEADER + b"\n" + RECORD
@@ -87,21 +89,25 @@ def test_a_symbolic_link(site):
 def test_a_dangling_link_is_a_missing_file(site):
     (site.path / "in.ldif").symlink_to("data")
     site.configure(*ONE_SERVER)
-    site.run().expect(1, m(1, DEFAULT_NAME), m(7, site.absolute("in.ldif"), 2), m(27))
+    name = site.absolute("in.ldif")
+    site.run().expect(1, *failed_configuration(
+        m(7, name, 2), m(73, name, NOT_FOUND), at_line(2, "inputfile: in.ldif")))
 
 
 def test_a_directory(site):
     (site.path / "in.ldif").mkdir()
     site.configure(*ONE_SERVER)
     before = site.tree()
-    site.run().expect(2, *failed_split(m(34, 1)))
+    site.run().expect(
+        2, *failed_split(m(34, 1), m(73, site.absolute("in.ldif"), "Is a directory")))
     assert site.tree() == {**before, "run.log": b"1\n", "rest.ldif": b"", "one.ldif": b""}
 
 
 def test_a_file_that_opens_and_fails_at_the_first_read(site):
     """/proc/self/mem, the memory of the process: it opens, but there is nothing at its start to read."""
     site.configure(*with_input("/proc/self/mem"))
-    run = site.run("-d", "1").expect(2, *failed_split(m(34, 1)))
+    reason = m(73, "/proc/self/mem", "Input/output error")
+    run = site.run("-d", "1").expect(2, *failed_split(m(34, 1), reason))
     assert "c8110000 error reading ldif input file: /proc/self/mem" in run.traces()
     assert site.read("run.log") == b"1\n"
 
@@ -118,7 +124,8 @@ def unread_bytes(terminal):
 def test_a_read_error_behind_the_first_lines_is_not_the_end_of_the_input(site):
     """A terminal whose other end goes away while the program waits for more: a real EIO."""
     other_end, terminal = pty.openpty()
-    site.configure(*with_input(os.ttyname(terminal)))
+    name = os.ttyname(terminal)
+    site.configure(*with_input(name))
     with site.start("-d", "1", stdout=PIPE, stderr=PIPE) as process:
         os.write(other_end, b"dn: o=example\no: example\n")
         calm = 0
@@ -130,7 +137,7 @@ def test_a_read_error_behind_the_first_lines_is_not_the_end_of_the_input(site):
         stdout, stderr = process.communicate(timeout=HANG_GUARD_SECONDS)
     os.close(terminal)
     run = Run(process.returncode, stdout, stderr)
-    run.expect(2, *failed_split(m(34, 2)))
+    run.expect(2, *failed_split(m(34, 2), m(73, name, "Input/output error")))
     assert "Caught LdifSplitException: Error reading input file, line number: 2" in run.traces()[-1]
     assert site.read("one.ldif") == WRITTEN
     assert site.read("run.log") == b"2\n"
@@ -148,7 +155,8 @@ def test_a_file_that_may_not_be_read(unprivileged_site):
     site = unprivileged_site
     site.write("in.ldif", RECORD).chmod(0)
     site.configure(*ONE_SERVER)
-    site.run("-d", "1").expect(2, *failed_split(m(34, 0)))
+    reason = m(73, site.absolute("in.ldif"), "Permission denied")
+    site.run("-d", "1").expect(2, *failed_split(m(34, 0), reason))
     assert site.read("run.log") == b"0\n"
     assert site.read("one.ldif") == b""
 
@@ -167,7 +175,7 @@ def test_a_file_that_goes_away_between_the_configuration_and_the_split(site):
             stdout, stderr = process.communicate(timeout=HANG_GUARD_SECONDS)
             logged = log.read()
     run = Run(process.returncode, stdout, stderr)
-    run.expect(2, *failed_split(m(34, 0)))
+    run.expect(2, *failed_split(m(34, 0), m(73, site.absolute("in.ldif"), NOT_FOUND)))
     assert logged == b"0\n"
     assert run.traces()[-2:] == [
         f"c8110000 error opening ldif input file: {site.absolute('in.ldif')}. errno: 2",
@@ -188,7 +196,7 @@ def test_an_output_directory_that_goes_away_between_the_configuration_and_the_sp
             stdout, stderr = process.communicate(timeout=HANG_GUARD_SECONDS)
             logged = log.read()
     run = Run(process.returncode, stdout, stderr)
-    run.expect(2, *failed_split(m(34, 0)))
+    run.expect(2, *failed_split(m(34, 0), m(73, "out/one.ldif", NOT_FOUND)))
     assert logged == b"0\n"
     assert run.traces()[-1] == (
         "c8110000 Caught LdifSplitException: error opening out/one.ldif: permission denied or does "

@@ -7,11 +7,19 @@ import subprocess
 import pytest
 
 from varnel_run import (
-    BASE, DEFAULT_NAME, GLOBAL_LINES, HEADER, ONE_SERVER, SUCCESS, URL1, failed_configuration,
-    failed_split, m,
+    BASE, DEFAULT_NAME, GLOBAL_LINES, HEADER, ONE_SERVER, SUCCESS, URL1, at_line,
+    failed_configuration, failed_split, m,
 )  # fmt: skip
 
 RECOVERY = (m(30, DEFAULT_NAME),)
+
+
+FULL = "No space left on device"
+TOO_LARGE = "File too large"
+
+
+def unwritten(name, reason):
+    return m(52, name), m(73, name, reason)
 
 
 def limited(kind, soft, hard=None):
@@ -31,21 +39,48 @@ OPEN_BEFORE = 4
 def many_servers(site):
     lines = [*GLOBAL_LINES, BASE]
     for i in range(SERVERS):
-        lines += [URL1, f"file: {i}.ldif"]
+        lines += [f"url: ldap://h{i}", f"file: {i}.ldif"]
     site.configure(*lines)
     site.write("in.ldif", "dn: o=example\n\ndn: o=x\n")
     return site
 
 
-@pytest.mark.parametrize("hard", [20, 100, OPEN_BEFORE + NEEDED - 1])
-def test_too_few_open_files_for_the_servers(many_servers, hard):
+def too_few(limit):
+    return m(61, OPEN_BEFORE + NEEDED, limit)
+
+
+def from_the_first_server(count):
+    """The names of that many server files as the split opens them: in the order of the base entry's."""
+    return [f"{i}.ldif" for i in range(count)]
+
+
+@pytest.mark.parametrize("hard", [20, 100, OPEN_BEFORE + NEEDED - 2])
+def test_too_few_open_files_for_the_servers_that_have_entries(many_servers, hard):
+    """The run goes on up to the file that cannot be opened."""
     site = many_servers
     run = site.run(preexec_fn=limited(resource.RLIMIT_NOFILE, hard))
-    assert run.identifiers() == ["VNL032001I", "VNL032028I", "VNL032061E"]
-    assert run.status == 1
-    (text,) = run.lines("stderr")
-    assert str(NEEDED) in text and str(hard - OPEN_BEFORE) in text
-    assert site.read("0.ldif") == site.read("rest.ldif") == site.read("run.log") == b""
+    opened = hard - OPEN_BEFORE - 1
+    failed_file = site.absolute(f"{opened}.ldif")
+    run.expect(2, too_few(hard), *failed_split(m(34, 0), m(73, failed_file, "Too many open files")))
+    assert site.read("run.log") == b"0\n"
+    for name in from_the_first_server(SERVERS):
+        assert site.read(name) == (HEADER if int(name[:-5]) < opened else b"")
+
+
+@pytest.mark.parametrize("hard", [20, OPEN_BEFORE + NEEDED - 1])
+def test_too_few_open_files_do_no_harm_where_not_all_get_entries(many_servers, hard):
+    site = many_servers
+    site.write("in.ldif", "dn: cn=a,o=example\n\ndn: o=x\n")
+    run = site.run(preexec_fn=limited(resource.RLIMIT_NOFILE, hard))
+    run.expect(0, too_few(hard), *SUCCESS)
+    assert site.read("rest.ldif") == HEADER + b"\ndn: o=x\n"
+
+
+def test_the_warning_comes_before_the_split_begins(many_servers):
+    run = many_servers.run(preexec_fn=limited(resource.RLIMIT_NOFILE, 20), stderr=subprocess.STDOUT)
+    assert run.identifiers() == [
+        "VNL032001I", "VNL032028I", "VNL032061W", "VNL032037I", "VNL032034E", "VNL032073E",
+    ]  # fmt: skip
 
 
 def test_just_enough_open_files(many_servers):
@@ -71,7 +106,10 @@ def test_too_few_open_files_for_the_configuration(site):
     site.write("in.ldif", "dn: o=x\n")
     before = site.tree()
     run = site.run(preexec_fn=limited(resource.RLIMIT_NOFILE, 4))
-    run.expect(1, *failed_configuration(m(7, site.absolute("rest.ldif"), 4)))
+    name = site.absolute("rest.ldif")
+    run.expect(1, *failed_configuration(
+        m(7, name, 4), m(73, name, "Too many open files"),
+        at_line(4, "defaultoutputfile: rest.ldif")))
     assert site.tree() == before
 
 
@@ -82,7 +120,7 @@ def test_a_file_size_limit_that_shows_when_the_file_is_closed(site):
     site.configure(*ONE_SERVER)
     site.write("in.ldif", b"dn: o=example\na: " + b"x" * 200 + b"\n\n# end\n")
     site.run(preexec_fn=limited(resource.RLIMIT_FSIZE, 100)).expect(
-        2, *failed_split(m(52, site.absolute("one.ldif"))))
+        2, *failed_split(*unwritten(site.absolute("one.ldif"), TOO_LARGE)))
     assert site.read("run.log") == b"4\n"
     assert site.read("one.ldif") == (HEADER + b"\ndn: o=example\na: " + b"x" * 200)[:100]
 
@@ -91,7 +129,7 @@ def test_a_file_size_limit_in_the_tenth_line(site):
     site.configure(*ONE_SERVER)
     site.write("in.ldif", b"dn: o=example\na: " + b"x" * 200 + b"\n" * 9)
     site.run(preexec_fn=limited(resource.RLIMIT_FSIZE, 100)).expect(
-        1, *failed_split(m(52, site.absolute("one.ldif"))))
+        1, *failed_split(*unwritten(site.absolute("one.ldif"), TOO_LARGE)))
     assert site.read("run.log") == b"10\n"
 
 
@@ -101,7 +139,7 @@ def test_a_file_size_limit_below_the_header_of_the_default_output_file(site):
     site.write("in.ldif", "dn: o=x\n")
     before = site.tree()
     run = site.run("-d", "1", preexec_fn=limited(resource.RLIMIT_FSIZE, 5))
-    run.expect(1, *failed_configuration())
+    run.expect(1, *failed_configuration(m(73, "parent.ldif", TOO_LARGE)))
     assert run.traces()[-2:] == [
         f"c8110000 VarnelConfigException: line 0, input file {DEFAULT_NAME}",
         "c8110000 message: parent.ldif",
@@ -116,7 +154,7 @@ def test_a_file_size_limit_that_shows_while_the_file_is_written(site):
     site.write("in.ldif", data)
     limit = 1_000_000
     run = site.run(preexec_fn=limited(resource.RLIMIT_FSIZE, limit))
-    run.expect(1, *failed_split(m(52, site.absolute("one.ldif"))))
+    run.expect(1, *failed_split(*unwritten(site.absolute("one.ldif"), TOO_LARGE)))
     assert site.read("one.ldif") == (HEADER + b"\n" + data)[:limit]
     # The failure is reported soon after the line that no longer fits, not at the end of the run:
     # only what a buffer holds comes between.
@@ -140,7 +178,7 @@ def failed(*messages):
 def test_a_full_device_that_shows_when_the_file_is_closed(site):
     with_file(site, "/dev/full")
     site.write("in.ldif", "dn: o=example\n\ndn: o=x\nb: 1\n")
-    site.run("-r").expect(2, *failed(m(52, "/dev/full")))
+    site.run("-r").expect(2, *failed(*unwritten("/dev/full", FULL)))
     assert site.read("run.log") == b"4\n"
 
 
@@ -150,7 +188,7 @@ def test_the_other_files_are_closed_all_the_same(site):
     site.write("two.ldif", b"")
     many = "".join(f"a: {i}\n" for i in range(40))
     site.write("in.ldif", "dn: o=x\n" + many + "dn: o=example\n")
-    site.run("-r").expect(1, *failed(m(52, "/dev/full")))
+    site.run("-r").expect(1, *failed(*unwritten("/dev/full", FULL)))
     assert site.read("run.log") == b"42\n"
     assert site.read("rest.ldif") == HEADER + b"\ndn: o=x\n" + many.encode()
     assert site.read("two.ldif") == HEADER + b"\ndn: o=example\n"
@@ -161,7 +199,7 @@ def test_a_full_device_that_shows_at_a_write(site):
     lines = 200_000
     first = "dn: o=x\nb: 1\n"
     site.write("in.ldif", first + "dn: o=example\n" + "a: xxxxxxxxxxxxxxxxxxxxxxxxxxxxx\n" * lines)
-    site.run("-r").expect(1, *failed(m(52, "/dev/full")))
+    site.run("-r").expect(1, *failed(*unwritten("/dev/full", FULL)))
     assert 10 < int(site.read("run.log")) < lines
     # The other file has all that was written to it before the failure.
     assert site.read("rest.ldif") == HEADER + b"\n" + first.encode()
@@ -187,7 +225,7 @@ def test_a_full_file_system(site):
         record = b"dn: cn=x,o=example\na: " + b"x" * 200 + b"\n"
         site.write("in.ldif", record * 2000)
         run = site.run()
-        run.expect(1, *failed_split(m(52, "disk/one.ldif")))
+        run.expect(1, *failed_split(*unwritten("disk/one.ldif", FULL)))
         expected = HEADER + (b"\n" + record) * 2000
         assert site.read("disk/one.ldif") == expected[:65536]
     finally:

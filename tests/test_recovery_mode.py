@@ -3,7 +3,7 @@
 import pytest
 
 from varnel_run import (
-    ACTION, DEFAULT_NAME, HEADER, INPUT, LOG, ONE_SERVER, REST, SUCCESS, TWO_SERVERS, UP_TO_SPLIT,
+    ACTION, DEFAULT_NAME, HEADER, INPUT, LOG, ONE_SERVER, REST, SUCCESS, TWO_SERVERS, at_line,
     m,
 )  # fmt: skip
 
@@ -20,12 +20,16 @@ WARNED = (m(1, DEFAULT_NAME), m(28), m(36, "parent.ldif"), m(37, DEFAULT_NAME), 
 # state -> mode of the file, or none
 STATES = {"missing": None, "present": 0o600, "unreadable": 0o200, "not writable": 0o400}
 
-EXISTS, MISSING, NO_TEXT, CANNOT_CREATE, FINE = "exists missing no-text cannot-create fine".split()
+EXISTS, MISSING, NO_TEXT = "exists", "missing", "no-text"
+CANNOT_OPEN, CANNOT_CREATE, FINE = "cannot-open", "cannot-create", "fine"
 
 
 def place(site, name, state):
     if STATES[state] is not None:
         site.write(name, KEPT).chmod(STATES[state])
+
+
+NOT_FOUND, DENIED = "No such file or directory", "Permission denied"
 
 
 def expect(site, outcome, name, line, recovery, success):
@@ -36,10 +40,18 @@ def expect(site, outcome, name, line, recovery, success):
     if outcome == FINE:
         run.expect(0, *start, *extra, *success[1:])
     elif outcome == CANNOT_CREATE:
-        run.expect(2, *start, *extra, *success[1:-1], m(34, 0))
+        run.expect(2, *start, *extra, *success[1:-1], m(34, 0), m(73, name, DENIED))
     else:
-        message = {EXISTS: [m(8, name)], MISSING: [m(7, name, line)], NO_TEXT: []}[outcome]
-        run.expect(1, *start, *extra, *message, m(27))
+        messages = {
+            EXISTS: [m(8, name)],
+            MISSING: [m(7, name, line), m(73, name, NOT_FOUND)],
+            # Missing at its line, or not to be opened behind the last one.
+            NO_TEXT: [m(73, name, NOT_FOUND)],
+            CANNOT_OPEN: [m(73, name, DENIED)],
+        }[outcome]
+        if line != 0 and outcome != CANNOT_OPEN:
+            messages.append(at_line(line, site.read("varnelConfig").decode().splitlines()[line - 1]))
+        run.expect(1, *start, *extra, *messages, m(27))
     return before, site.tree()
 
 
@@ -60,11 +72,11 @@ def prepare(site, lines, recovery, *present):
         ("missing", False, FINE),
         ("present", False, FINE),
         ("unreadable", False, FINE),
-        ("not writable", False, NO_TEXT),
+        ("not writable", False, CANNOT_OPEN),
         ("missing", True, NO_TEXT),
         ("present", True, FINE),
         ("unreadable", True, FINE),
-        ("not writable", True, NO_TEXT),
+        ("not writable", True, CANNOT_OPEN),
     ],
 )
 def test_a_configured_log(unprivileged_site, state, recovery, outcome):
@@ -95,12 +107,12 @@ def test_a_configured_log(unprivileged_site, state, recovery, outcome):
         ("missing", False, FINE),
         ("present", False, FINE),
         ("unreadable", False, FINE),
-        ("not writable", False, NO_TEXT),
+        ("not writable", False, CANNOT_OPEN),
         # Where no line names a log, -r does not ask for one: it is created.
         ("missing", True, FINE),
         ("present", True, FINE),
         ("unreadable", True, FINE),
-        ("not writable", True, NO_TEXT),
+        ("not writable", True, CANNOT_OPEN),
     ],
 )
 def test_the_log_by_default(unprivileged_site, state, recovery, outcome):
@@ -265,13 +277,8 @@ def test_recovery_behind_a_failure_starts_from_the_first_line_again(site):
 
 def test_the_input_must_exist_with_recovery_mode_as_without(site):
     site.configure(ACTION, INPUT)
+    name = site.absolute("in.ldif")
     for options, extra in ([], ()), (["-r"], RECOVERY):
         site.run(*options).expect(
-            1, m(1, DEFAULT_NAME), *extra, m(7, site.absolute("in.ldif"), 2), m(27))
-
-
-def test_an_input_that_is_a_server_file_too_is_emptied_before_it_is_read(site):
-    prepare(site, NO_DEFAULTS, True, "run.log", "rest.ldif")
-    site.configure(*ONE_SERVER[:-1], "file: in.ldif")
-    site.run("-r").expect(2, *UP_TO_SPLIT[:1], *RECOVERY, *UP_TO_SPLIT[1:], m(34, 1))
-    assert site.read("in.ldif") == b""
+            1, m(1, DEFAULT_NAME), *extra, m(7, name, 2), m(73, name, NOT_FOUND),
+            at_line(2, INPUT), m(27))

@@ -26,11 +26,11 @@ def expect_split(site, data, rest=b"", one=b""):
     }
 
 
-def expect_stop(site, data, line, *messages, rest=b"", one=b""):
+def expect_stop(site, data, line, *messages, behind=(), rest=b"", one=b""):
     """The run stops at `line`, and the log says so; what came before is written."""
     site.write("in.ldif", data)
     before = site.tree()
-    site.run().expect(2 if line <= 9 else 1, *failed_split(*messages, m(34, line)))
+    site.run().expect(2 if line <= 9 else 1, *failed_split(*messages, m(34, line), *behind))
     assert site.tree() == {
         **before,
         "run.log": b"%d\n" % line,
@@ -41,6 +41,10 @@ def expect_stop(site, data, line, *messages, rest=b"", one=b""):
 
 def invalid(site, line):
     return m(33, line, site.absolute("in.ldif"))
+
+
+def byte_order_mark(site):
+    return m(74, site.absolute("in.ldif"), "text behind a UTF-8 byte order mark")
 
 
 def encoded(dn):
@@ -242,7 +246,8 @@ def test_a_line_that_is_no_ldif(ready, line, place):
                     rest=b"\ndn: o=y\na: 1\n")
     else:
         number = 1 + folds
-        expect_stop(ready, line + b"b: 2\n", number, invalid(ready, number))
+        behind = [byte_order_mark(ready)] if line.startswith(b"\xef\xbb\xbf") else []
+        expect_stop(ready, line + b"b: 2\n", number, invalid(ready, number), behind=behind)
 
 
 @pytest.mark.parametrize("line", [b"a: NUL \0 in a value\n", b"a:\0\n", b"a: \0\n", b"a: x\0\n",
@@ -260,7 +265,7 @@ def test_a_first_line_that_continues_nothing(ready):
 
 
 def test_a_byte_order_mark_at_the_start_is_no_ldif(ready):
-    expect_stop(ready, b"\xef\xbb\xbfdn: o=x\n", 1, invalid(ready, 1))
+    expect_stop(ready, b"\xef\xbb\xbfdn: o=x\n", 1, invalid(ready, 1), behind=[byte_order_mark(ready)])
 
 
 def test_lines_that_end_in_carriage_return_alone_are_one_line(ready):

@@ -4,7 +4,7 @@ import pytest
 
 from varnel_run import (
     ACTION, BASE, DEFAULT_NAME, FILE1, FILE2, GLOBAL_LINES, INPUT, LOG, ONE_SERVER, REST, SPLIT,
-    SUCCESS, TWO_SERVERS, URL1, URL2, failed_configuration, failed_split, m,
+    SUCCESS, TWO_SERVERS, URL1, URL2, at_line, failed_configuration, failed_split, m,
 )  # fmt: skip
 
 
@@ -137,7 +137,7 @@ def test_a_bad_dn_is_not_shown_by_the_library_whatever_the_level(site):
 def test_a_configuration_failure(site):
     site.configure(ACTION, "two words")
     run = site.run("-d", "1")
-    run.expect(1, *failed_configuration(m(4, 2)))
+    run.expect(1, *failed_configuration(m(4, 2), at_line(2, "two words")))
     assert run.traces() == [
         *start(site),
         config_line("actiontype", "splitonly"),

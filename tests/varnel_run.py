@@ -71,7 +71,13 @@ SUCCESS = UP_TO_SPLIT + (m(39),)
 
 
 def failed_configuration(*messages):
+    """Messages on a fault of the configuration, those that explain it among them."""
     return (m(1, DEFAULT_NAME),) + messages + (m(27),)
+
+
+def at_line(line, text, near=""):
+    """The line where a configuration is at fault, and the legal key that is proposed."""
+    return m(62, DEFAULT_NAME, line, text, near)
 
 
 def failed_split(*messages):

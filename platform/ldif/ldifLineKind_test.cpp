@@ -168,13 +168,31 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& row) { return row.param.name; });
 
 TEST(OrdinaryAttributeLine, IsTold) {
-  for (const char* line : {"a: x\n", "cn: Jo\n", "DN: o=x\n", "dx: x\n", "xn: x\n",
-                           "ABCDEFGHIJKLMNO: \n", "telephoneNumber: 1\n", "zZ: \n"}) {
+  for (const char* line : {"a: x\n", "cn: Jo\n", "chargetypes: x\n", "carLicense: x\n", "dx: x\n",
+                           "xn: x\n", "ABCDEFGHIJKLMNO: \n", "telephoneNumber: 1\n", "zZ: \n"}) {
     EXPECT_TRUE(isOrdinaryAttributeLine(std::string(line).append(16, 'A').data())) << line;
   }
-  for (const char* line : {"dn: o=x\n", "dn:: AAAA\n", "cn:x\n", "cn:: AAAA\n", ": x\n", "a1: x\n",
-                           "a;b: x\n", "telephoneNumbers: 1\n", "a:\n", "a\n", "\n", "# a: x\n",
-                           "a@: x\n", "a[: x\n", "a`: x\n", "a{: x\n", "cn : x\n"}) {
+  for (const char* line : {"dn: o=x\n",
+                           "DN: o=x\n",
+                           "dN: x\n",
+                           "changetype: add\n",
+                           "ChangeType: add\n",
+                           "dn:: AAAA\n",
+                           "cn:x\n",
+                           "cn:: AAAA\n",
+                           ": x\n",
+                           "a1: x\n",
+                           "a;b: x\n",
+                           "telephoneNumbers: 1\n",
+                           "a:\n",
+                           "a\n",
+                           "\n",
+                           "# a: x\n",
+                           "a@: x\n",
+                           "a[: x\n",
+                           "a`: x\n",
+                           "a{: x\n",
+                           "cn : x\n"}) {
     EXPECT_FALSE(isOrdinaryAttributeLine(std::string(line).append(16, 'A').data())) << line;
   }
 }

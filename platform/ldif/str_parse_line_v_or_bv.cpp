@@ -67,6 +67,20 @@ std::string dnOnOneLine(const char* dn, std::size_t length) {
   return safe;
 }
 
+/// The length of the DN without the blanks behind a last blank that a `\` escapes: that blank is
+/// part of the DN, and they are not.
+std::size_t withoutBlanksBehindEscaped(const char* dn, std::size_t length) {
+  std::size_t end = length;
+  while (end > 0 && dn[end - 1] == ' ') {
+    --end;
+  }
+  std::size_t backslashes = 0;
+  while (backslashes < end && dn[end - 1 - backslashes] == '\\') {
+    ++backslashes;
+  }
+  return backslashes % 2 == 1 && end < length ? end + 1 : length;
+}
+
 bool needsRewriting(const char* dn, std::size_t length) {
   for (std::size_t i = 0; i < length; ++i) {
     if (text::isAsciiControl(dn[i])) {
@@ -84,6 +98,8 @@ void makeDnSafe(char*& value, std::size_t& length, std::size_t room) {
     --length;
     --room;
   }
+  length = withoutBlanksBehindEscaped(value, length);
+  value[length] = '\0';
   if (!needsRewriting(value, length)) {
     return;
   }

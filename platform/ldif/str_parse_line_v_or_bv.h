@@ -28,7 +28,8 @@ enum { ldifValuePlain = 0, ldifValueBase64 = 1, ldifValueUrl = 2 };
 ///
 /// A base64 value of the type "dn" comes back as a DN text (RFC 4514) that is safe on one line and
 /// names the same entry: leading blanks go; each control byte, NUL and DEL is written as `\` and
-/// two upper-case hexadecimal digits, and so is a last blank that a `\` escapes.
+/// two upper-case hexadecimal digits, and so is a last blank that a `\` escapes; blanks behind that
+/// one go.
 ///
 /// `flag` is 1. Returns one of the results above; where it is not 0, type, value and url are null
 /// pointers. Safe to call from any thread.

@@ -24,7 +24,8 @@ constexpr CatalogMessage catalog[] = {
     {32, 6, 'E', 2,
      "Configuration file: \"%1$s\" is not a value that %2$s can have. actiontype takes "
      "splitonly, splitby takes rdnhash or numservers, basedn takes a DN, url takes an LDAP URL; "
-     "no value may be empty."},
+     "no value may be empty. A log or output file may not be the input, the configuration or one "
+     "another, under whatever name or link: nothing of it was emptied; name another file."},
     {32, 7, 'E', 2,
      "File %1$s does not exist or cannot be opened. It is named on line %2$s of the configuration "
      "file; 0 stands for the log file and for a name that no line gives. Check the name, the "
@@ -42,9 +43,8 @@ constexpr CatalogMessage catalog[] = {
      "Configuration file, line %3$s: key \"%1$s\" is not allowed where splitby is %2$s. Remove "
      "the line or change splitby."},
     {32, 27, 'E', 0,
-     "The run ends before the split: the configuration cannot be used. The message before this "
-     "one names the fault; if there is none, the log file or parent.ldif cannot be opened or "
-     "created, or with -r the log file is missing. -d 1 names it."},
+     "The run ends before the split: the configuration cannot be used. The messages before this "
+     "one name the fault and what is known of it."},
     {32, 28, 'I', 0, "The log file is open; the line number of a failure is appended to it."},
     {32, 30, 'I', 1,
      "Recovery mode: the files named in %1$s must exist already; the output files are written "
@@ -89,9 +89,51 @@ constexpr CatalogMessage catalog[] = {
      "Input file %2$s, line %1$s: a physical line of more than 4095 bytes is read in pieces, "
      "and this piece changes the output. Fold the input to lines of at most 4095 bytes and run "
      "again."},
-    {32, 61, 'E', 2,
-     "The split needs %1$s open files at a time, but only %2$s can be had: raise the limit of "
-     "open files (ulimit -n) and run again."},
+    {32, 61, 'W', 2,
+     "The split may want %1$s files open at a time, this process's others included, but the limit "
+     "is %2$s. It goes on, and fails where an output file cannot be opened (VNL032034E, line 0): "
+     "then raise the limit of open files (ulimit -n), remove the output files and run again."},
+    {32, 62, 'E', 4,
+     "Configuration file %1$s, line %2$s reads: %3$s | Did you mean the key \"%4$s\"? (Nothing "
+     "between the quotation marks: the key is right, or resembles none that may stand there.)"},
+    {32, 63, 'W', 1,
+     "The input has no entry %1$s and none below it. Check that base DN in the configuration file: "
+     "entries below no base DN are in the default output file."},
+    {32, 64, 'W', 1,
+     "The input has entries below %1$s, but not that entry itself. Its servers need it before the "
+     "entries below it: add it to each of their files."},
+    {32, 65, 'W', 2,
+     "Configuration file, line %2$s: the first RDN of the base DN %1$s has several values (joined "
+     "by +). No entry below it is recognised: they go to the file of the base DN above it, or to "
+     "the default output file. Name a base DN with one value in its RDN."},
+    {32, 66, 'W', 2,
+     "Input file %2$s, line %1$s: \"dn\" is in other letters here, so that the line starts no entry. "
+     "It was copied as a line of the entry before it; write it in small letters to start one."},
+    {32, 67, 'W', 2,
+     "Input file %2$s, line %1$s: an attribute line before the first dn line belongs to no entry. "
+     "Such lines are left out."},
+    {32, 68, 'W', 1,
+     "\"%1$s\" is no option and is ignored, and so is any further operand. A configuration file is "
+     "named with -f; -h shows the options."},
+    {32, 69, 'W', 2,
+     "Input file %2$s ends in line %1$s without a line end. It may have been cut short: check that "
+     "its last entry is whole."},
+    {32, 70, 'W', 2,
+     "Input file %2$s, line %1$s: a change record. Its lines are copied as if they were those of an "
+     "entry; split an export of entries, and apply changes to the servers."},
+    {32, 71, 'W', 2,
+     "Two servers of the base DN %1$s have the same URL, %2$s: its entries are spread over both "
+     "files. If one of the lines was copied and not changed, mend it, remove the output files and "
+     "run again."},
+    {32, 72, 'W', 3,
+     "Configuration file, line %3$s: the value of %1$s is %2$s with its quotation marks, or with "
+     "what follows the blank and the #. Neither has a meaning there: write the bare value, and "
+     "a comment on a line of its own."},
+    {32, 73, 'E', 2, "File %1$s: %2$s. This is what the system says about the fault named before."},
+    {32, 74, 'E', 2,
+     "File %1$s is %2$s, which is not read as it stands. Hand over the plain text by a pipe: "
+     "\"zcat FILE | varnel\" (or bzcat, xzcat, zstdcat; \"tail -c +4 FILE | varnel\" behind a "
+     "byte order mark) with \"inputfile: /dev/stdin\" or, for the configuration, -f /dev/stdin."},
 
     // Set 33, numbers 1 to 19: the instance (platform/instance).
     {33, 1, 'E', 1,
