@@ -15,6 +15,7 @@
 #include <fstream>
 #include <functional>
 #include <map>
+#include <memory>
 #include <set>
 #include <string>
 #include <thread>
@@ -25,6 +26,8 @@
 #include "actors/LdifActor.h"
 #include "actors/ldifActorFactory.h"
 #include "actors/normalizeDn.h"
+#include "common/LineText.h"
+#include "common/SystemFailure.h"
 #include "config/ConfigLine.h"
 #include "config/VarnelConfig.h"
 #include "config/VarnelConfigException.h"
