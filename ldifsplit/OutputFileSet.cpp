@@ -1,5 +1,7 @@
 #include "ldifsplit/OutputFileSet.h"
 
+#include <sys/stat.h>
+
 #include <cassert>
 #include <memory>
 
@@ -8,6 +10,22 @@
 #include "ldifsplit/openNewLdif.h"
 
 namespace ldifsplit {
+
+namespace {
+
+/// Whether the file has no name any more, so that all that was written to it goes with the stream.
+/// A file without a name that is reached in another way, such as /dev/stdout, is none.
+bool isRemoved(const std::string& name, std::FILE* stream) {
+  struct stat opened {};
+  if (::fstat(::fileno(stream), &opened) != 0 || !S_ISREG(opened.st_mode) || opened.st_nlink != 0) {
+    return false;
+  }
+  struct stat named {};
+  return ::stat(name.c_str(), &named) != 0 || named.st_dev != opened.st_dev ||
+         named.st_ino != opened.st_ino;
+}
+
+}  // namespace
 
 // In C++14 a constant that is taken by reference needs a definition of its own.
 constexpr std::size_t OutputFileSet::bufferSize;
@@ -36,7 +54,7 @@ void OutputFileSet::closeAll(int line) {
   bool anyFailed = false;
   for (const auto& file : nametofp) {
     // A write that failed before, unnoticed then, shows here too.
-    const bool incomplete = std::ferror(file.second) != 0;
+    const bool incomplete = std::ferror(file.second) != 0 || isRemoved(file.first, file.second);
     const bool closed = std::fclose(file.second) == 0;
     if ((incomplete || !closed) && !anyFailed) {
       anyFailed = true;
