@@ -54,9 +54,10 @@ void OutputFileSet::closeAll(int line) {
   bool anyFailed = false;
   for (const auto& file : nametofp) {
     // A write that failed before, unnoticed then, shows here too.
-    const bool incomplete = std::ferror(file.second) != 0 || isRemoved(file.first, file.second);
+    const bool written = std::fflush(file.second) == 0 && std::ferror(file.second) == 0;
+    const bool removed = isRemoved(file.first, file.second);
     const bool closed = std::fclose(file.second) == 0;
-    if ((incomplete || !closed) && !anyFailed) {
+    if ((!written || removed || !closed) && !anyFailed) {
       anyFailed = true;
       failed = file.first;
     }
