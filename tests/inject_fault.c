@@ -4,17 +4,19 @@
 //   inject_fault LOG CALLS FAULT PROGRAM [ARGUMENT...]
 //
 // CALLS names the calls to watch, separated by commas. LOG gets a line for each, in their order:
-// name, descriptor (-1: none), and the path that the call names or the descriptor leads to, with
-// tabs between. The last line is "exit STATUS" or "signal NUMBER".
+// name, descriptor (-1: none), position in the file (-1: none), and the path that the call names or
+// the descriptor leads to (for the standard streams 0, 1 and 2 their number), with tabs between.
+// The last line is "exit STATUS" or "signal NUMBER", a tab, and how often the fault happened.
 //
-// FAULT says what happens at the watched call of index N (from 0, counted over all of them):
-//   -                nothing
-//   fail:N:ERRNO     it is not made, and fails with that number
-//   failing:N:ERRNO  so does every later one of the same name with the same path
-//   pause:N          this process stops itself (SIGSTOP), and the call is made once it continues
-//   disk:SIZE:DIR    the files below DIR have so many bytes between them: a write that goes beyond
-//   is
-//                    not made, and fails with ENOSPC
+// FAULT says what happens at the watched call of that name and path that has N such before it:
+//   -                          nothing
+//   fail:N:ERRNO:NAME:PATH     it is not made, and fails with that number
+//   failing:N:ERRNO:NAME:PATH  so does every later one of the same name and path
+//   pause:N:0:NAME:PATH        this process stops itself (SIGSTOP), and the call is made once it
+//                              continues
+//   disk:SIZE:0:write:PATH     of any call: the files whose paths begin with PATH have SIZE bytes
+//                              between them; a write that goes beyond is not made, and fails with
+//                              ENOSPC
 //
 // The kernel hands each watched call to this process before it is made (seccomp's user
 // notification, Linux 5.5), so no privilege and no debugger's interface is needed, and calls that
@@ -176,9 +178,11 @@ static void describe(const struct seccomp_notif* notice, const struct Call* call
     close(memory);
     path[size > 0 ? size : 0] = '\0';
   }
-  if (path[0] == '\0' && call->descriptor >= 0) {
-    snprintf(source, sizeof source, "/proc/%u/fd/%d", notice->pid,
-             (int)notice->data.args[call->descriptor]);
+  const int descriptor = call->descriptor >= 0 ? (int)notice->data.args[call->descriptor] : -1;
+  if (path[0] == '\0' && descriptor >= 0 && descriptor <= STDERR_FILENO) {
+    snprintf(path, pathSize, "%d", descriptor);
+  } else if (path[0] == '\0' && descriptor >= 0) {
+    snprintf(source, sizeof source, "/proc/%u/fd/%d", notice->pid, descriptor);
     const ssize_t size = readlink(source, path, pathSize - 1);
     path[size > 0 ? size : 0] = '\0';
   }
@@ -205,77 +209,78 @@ static long positionOf(const struct seccomp_notif* notice, const struct Call* ca
 
 struct Fault {
   char kind[16];
-  long number;  // the index, or the bytes that are left
+  long number;  // of the calls that are to go before, or the bytes that are left
+  int happened;
   int error;
-  char directory[pathSize];
-  // Of the call that failed first.
-  const struct Call* call;
+  char name[32];
   char path[pathSize];
 };
 
 static struct Fault readFault(const char* text) {
-  struct Fault fault = {.number = -1};
+  struct Fault fault = {.kind = "-"};
   if (strcmp(text, "-") == 0) {
     return fault;
   }
-  char last[pathSize] = "";
-  if (strlen(text) >= pathSize ||
-      sscanf(text, "%15[a-z]:%ld:%s", fault.kind, &fault.number, last) < 2) {
+  int pathBegin = 0;
+  if (sscanf(text, "%15[a-z]:%ld:%d:%31[a-z0-9]:%n", fault.kind, &fault.number, &fault.error,
+             fault.name, &pathBegin) < 4 ||
+      pathBegin == 0 || strlen(text + pathBegin) >= pathSize) {
     errno = EINVAL;
     fail(text);
   }
-  fault.error = (int)strtol(last, NULL, 10);
-  strcpy(fault.directory, last);
+  strcpy(fault.path, text + pathBegin);
   return fault;
 }
 
-static int isBeyondDisk(struct Fault* fault, const struct Call* call, const char* path, long size) {
-  if (call->number != SYS_write || strncmp(path, fault->directory, strlen(fault->directory)) != 0) {
+/// Whether the disk has no room for the write; takes the room where it has.
+static int isBeyondDisk(struct Fault* fault, const char* path, long size) {
+  if (strncmp(path, fault->path, strlen(fault->path)) != 0) {
     return 0;
   }
   if (size > fault->number) {
+    ++fault->happened;
     return 1;
   }
   fault->number -= size;
   return 0;
 }
 
-/// The error that the call fails with; 0: it is made.
-static int errorOf(struct Fault* fault, long index, const struct Call* call, const char* path,
-                   long size) {
-  if (strcmp(fault->kind, "disk") == 0) {
-    return isBeyondDisk(fault, call, path, size) ? ENOSPC : 0;
-  }
-  if (strncmp(fault->kind, "fail", 4) != 0 || index < fault->number) {
+/// The error that the call fails with; 0: it is made. Stops this process where the fault says so.
+static int errorOf(struct Fault* fault, const struct Call* call, const char* path, long size) {
+  if (strcmp(fault->name, call->name) != 0) {
     return 0;
   }
-  if (index == fault->number) {
-    fault->call = call;
-    strcpy(fault->path, path);
-    return fault->error;
+  if (strcmp(fault->kind, "disk") == 0) {
+    return isBeyondDisk(fault, path, size) ? ENOSPC : 0;
   }
-  const int goesOn =
-      strcmp(fault->kind, "failing") == 0 && call == fault->call && strcmp(path, fault->path) == 0;
-  return goesOn ? fault->error : 0;
+  if (strcmp(fault->path, path) != 0) {
+    return 0;
+  }
+  const long before = fault->number--;
+  if (before == 0 && strcmp(fault->kind, "pause") == 0) {
+    ++fault->happened;
+    raise(SIGSTOP);
+  }
+  const int fails = (before == 0 && strcmp(fault->kind, "fail") == 0) ||
+                    (before <= 0 && strcmp(fault->kind, "failing") == 0);
+  fault->happened += fails;
+  return fails ? fault->error : 0;
 }
 
-/// Answers one call; false where there was none, as the program has ended.
-static int answer(int listener, FILE* log, struct Fault* fault, long index) {
+/// Answers one call, unless the program has ended before.
+static void answer(int listener, FILE* log, struct Fault* fault) {
   struct seccomp_notif notice;
   memset(&notice, 0, sizeof notice);
   if (ioctl(listener, SECCOMP_IOCTL_NOTIF_RECV, &notice) != 0) {
-    return 0;
+    return;
   }
   const struct Call* const call = callNumbered(notice.data.nr);
   char path[pathSize];
   describe(&notice, call, path);
   const int descriptor = call->descriptor >= 0 ? (int)notice.data.args[call->descriptor] : -1;
   fprintf(log, "%s\t%d\t%ld\t%s\n", call->name, descriptor, positionOf(&notice, call), path);
-  if (strcmp(fault->kind, "pause") == 0 && index == fault->number) {
-    raise(SIGSTOP);
-  }
   struct seccomp_notif_resp response = {.id = notice.id};
-  const int error = errorOf(fault, index, call, path, (long)notice.data.args[2]);
+  const int error = errorOf(fault, call, path, (long)notice.data.args[2]);
   if (error != 0) {
     response.error = -error;
   } else {
@@ -284,7 +289,6 @@ static int answer(int listener, FILE* log, struct Fault* fault, long index) {
   if (ioctl(listener, SECCOMP_IOCTL_NOTIF_SEND, &response) != 0 && errno != ENOENT) {
     fail("SECCOMP_IOCTL_NOTIF_SEND");
   }
-  return 1;
 }
 
 int main(int argc, char** argv) {
@@ -312,21 +316,20 @@ int main(int argc, char** argv) {
   if (events[1].fd < 0) {
     fail("pidfd_open");
   }
-  long index = 0;
   while (events[1].revents == 0) {
     if (poll(events, 2, -1) < 0) {
       fail("poll");
     }
-    if ((events[0].revents & POLLIN) != 0 && answer(listener, log, &fault, index)) {
-      ++index;
+    if ((events[0].revents & POLLIN) != 0) {
+      answer(listener, log, &fault);
     }
   }
   int status = 0;
   waitpid(child, &status, 0);
   if (WIFSIGNALED(status)) {
-    fprintf(log, "signal %d\n", WTERMSIG(status));
+    fprintf(log, "signal %d\t%d\n", WTERMSIG(status), fault.happened);
   } else {
-    fprintf(log, "exit %d\n", WEXITSTATUS(status));
+    fprintf(log, "exit %d\t%d\n", WEXITSTATUS(status), fault.happened);
   }
   if (fclose(log) != 0) {
     fail(argv[1]);

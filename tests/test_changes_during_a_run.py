@@ -1,6 +1,8 @@
 """The input changes while it is read, the output goes away while it is written, a terminal closes: the run
 waits at a system call, the change happens, the run goes on."""
 
+import errno
+import functools
 import os
 import pty
 import resource
@@ -13,9 +15,9 @@ import pytest
 
 import fault_runs
 from fault_runs import (
-    CONFIGURATION, OUTPUTS, before_read_error, entries, failures_printed, finish, index_of,
+    CONFIGURATION, OUTPUTS, before_read_error, entries, failures_printed, fault_at, index_of,
     information_printed, outputs_of, run_with_fault, run_with_pause, sample_input,
-    start_with_fault, status_of,
+    status_of, wait_until_stopped,
 )  # fmt: skip
 from varnel_run import SUCCESS, m
 
@@ -34,12 +36,12 @@ def ready(site):
 
 
 def calls_of(site, name, path):
-    """(index, call) of a good run; the directory is left as it was."""
+    """The calls of a good run, and (index, call) of these; the directory is left as it was."""
     known = run_with_fault(site, "-")
     assert known.run.status == 0, known
     assert contents(site) == WHOLE
     remove_results(site)
-    return [
+    return known.calls, [
         (index, call)
         for index, call in enumerate(known.calls)
         if call.name == name and call.path == site.absolute(path)
@@ -70,13 +72,13 @@ def expect_split_of(site, result, data):
 def test_an_input_that_shrinks(ready):
     """What is gone cannot be split; what was read before it went still is."""
     site = ready
-    reads = calls_of(site, "read", "in.ldif")
+    calls, reads = calls_of(site, "read", "in.ldif")
     assert len(reads) >= 3
     for index, call in reads:
         for size in (0, 1000, len(DATA) // 2, len(DATA) - 1):
             remove_results(site)
             result = run_with_pause(
-                site, index, lambda length=size: os.truncate(site.path / "in.ldif", length)
+                site, calls, index, lambda length=size: os.truncate(site.path / "in.ldif", length)
             )
             left = max(size, call.position)
             if left == 0:
@@ -96,9 +98,10 @@ def test_an_input_that_grows(ready):
         with open(site.path / "in.ldif", "ab") as data:
             data.write(more)
 
-    for index, _ in calls_of(site, "read", "in.ldif"):
+    calls, reads = calls_of(site, "read", "in.ldif")
+    for index, _ in reads:
         remove_results(site)
-        expect_split_of(site, run_with_pause(site, index, grow), DATA + more)
+        expect_split_of(site, run_with_pause(site, calls, index, grow), DATA + more)
 
 
 @pytest.mark.parametrize("how", ["removed", "replaced"])
@@ -112,9 +115,10 @@ def test_an_input_whose_name_leads_elsewhere(ready, how):
         else:
             site.write("other.ldif", OTHER).replace(site.path / "in.ldif")
 
-    for index, _ in calls_of(site, "read", "in.ldif"):
+    calls, reads = calls_of(site, "read", "in.ldif")
+    for index, _ in reads:
         remove_results(site)
-        expect_split_of(site, run_with_pause(site, index, change), DATA)
+        expect_split_of(site, run_with_pause(site, calls, index, change), DATA)
 
 
 def test_an_input_that_is_written_over(ready):
@@ -126,9 +130,10 @@ def test_an_input_that_is_written_over(ready):
         with open(site.path / "in.ldif", "r+b") as data:
             data.write(OTHER)
 
-    for index, call in calls_of(site, "read", "in.ldif"):
+    calls, reads = calls_of(site, "read", "in.ldif")
+    for index, call in reads:
         remove_results(site)
-        result = run_with_pause(site, index, write_over)
+        result = run_with_pause(site, calls, index, write_over)
         data = DATA[: call.position] + OTHER[call.position :]
         expected = fault_runs.split_model.split(data, fault_runs.BASES, fault_runs.REST_FILE)
         if expected.stop is None:
@@ -204,7 +209,7 @@ def test_an_output_directory_that_vanishes(with_directory):
         if place is None or place[0] not in ("openat", "write"):
             continue
         renew(site)
-        result = run_with_pause(site, index, lambda: shutil.rmtree(site.path / "out"))
+        result = run_with_pause(site, calls, index, lambda: shutil.rmtree(site.path / "out"))
         tried += 1
         assert result.ended.startswith("exit"), result
         assert not (site.path / "out").exists()
@@ -249,7 +254,7 @@ def test_an_output_file_that_vanishes(with_directory, name, how):
     for index in writes:
         renew(site)
         (site.path / "moved").unlink(missing_ok=True)
-        result = run_with_pause(site, index, change)
+        result = run_with_pause(site, calls, index, change)
         for other in OUTPUTS:
             if other != name:
                 assert site.read(f"out/{other}") == WHOLE[other]
@@ -267,16 +272,6 @@ def test_an_output_file_that_vanishes(with_directory, name, how):
 # --- The standard streams -------------------------------------------------------------------------
 
 
-def on_terminal(site, act_at, act, **options):
-    """A run whose output and errors go to a terminal; act() happens at the call of that index."""
-    process = start_with_fault(site, f"pause:{act_at}", **options)
-    _, status = os.waitpid(process.pid, os.WUNTRACED)
-    assert os.WIFSTOPPED(status)
-    act()
-    process.send_signal(signal.SIGCONT)
-    return finish(site, process)
-
-
 def test_a_terminal_that_goes_away(ready):
     """At every call; no session hangs on it. Messages are lost, nothing else."""
     site = ready
@@ -286,9 +281,8 @@ def test_a_terminal_that_goes_away(ready):
     for index in range(first, len(known.calls) - 1, step):
         remove_results(site)
         other_end, terminal = pty.openpty()
-        result = on_terminal(
-            site, index, lambda end=other_end: os.close(end), stdout=terminal, stderr=terminal
-        )
+        act = functools.partial(os.close, other_end)
+        result = run_with_pause(site, known.calls, index, act, stdout=terminal, stderr=terminal)
         os.close(terminal)
         assert result.ended == "exit 0", (index, result)
         assert contents(site) == WHOLE, index
@@ -299,7 +293,7 @@ def test_the_terminal_of_the_session_goes_away(ready, ignored):
     """The hangup ends the run as it ends any program; its files are beginnings of what they should be, and
     no message says that it is complete. With nohup it goes on."""
     site = ready
-    reads = calls_of(site, "read", "in.ldif")
+    calls, reads = calls_of(site, "read", "in.ldif")
     program = "import fcntl, os, signal, sys, termios\n"
     program += f"signal.signal(signal.SIGHUP, signal.{'SIG_IGN' if ignored else 'SIG_DFL'})\n"
     program += "fcntl.ioctl(1, termios.TIOCSCTTY, 0)\n"
@@ -312,13 +306,12 @@ def test_the_terminal_of_the_session_goes_away(ready, ignored):
         # The injector is the leader of the session, which is told of the hangup with all of its group.
         process = subprocess.Popen(
             [sys.executable, "-c", program, fault_runs.INJECTOR, log,
-             ",".join(fault_runs.CALLS), f"pause:{index}", site.binary],
+             ",".join(fault_runs.CALLS), fault_at("pause", calls, index), site.binary],
             cwd=site.path, stdin=subprocess.DEVNULL, stdout=terminal, stderr=terminal,
             start_new_session=True,
         )  # fmt: skip
         os.close(terminal)
-        _, status = os.waitpid(process.pid, os.WUNTRACED)
-        assert os.WIFSTOPPED(status)
+        wait_until_stopped(process)
         os.close(other_end)
         process.send_signal(signal.SIGCONT)
         process.wait(timeout=60)
@@ -326,7 +319,7 @@ def test_the_terminal_of_the_session_goes_away(ready, ignored):
         assert all(WHOLE[name].startswith(written[name]) for name in OUTPUTS)
         assert site.read("run.log") == b""
         if ignored:
-            assert log.read_text().endswith("exit 0\n")
+            assert log.read_text().endswith("exit 0\t1\n")
             assert written == WHOLE
         else:
             assert process.returncode == -signal.SIGHUP
@@ -367,12 +360,12 @@ def test_closed_streams_and_a_failing_write(ready, streams):
 @pytest.mark.parametrize("stream", ["stdout", "stderr"])
 def test_a_full_stream_and_a_failing_read(ready, stream):
     site = ready
-    reads = calls_of(site, "read", "in.ldif")
+    calls, reads = calls_of(site, "read", "in.ldif")
     for index, call in reads:
         remove_results(site)
         complete, line = before_read_error(DATA[: call.position])
         with open("/dev/full", "wb") as full:
-            result = run_with_fault(site, f"failing:{index}:5", **{stream: full})
+            result = run_with_fault(site, fault_at("failing", calls, index, errno.EIO), **{stream: full})
         assert result.run.status == status_of(line)
         assert site.read("run.log") == b"%d\n" % line
         assert contents(site) == outputs_of(complete)
