@@ -117,6 +117,13 @@ def first_call_of_main(calls):
     )
 
 
+def is_of_the_program(site, call):
+    """A sanitizer makes calls too, through pipes of its own as well."""
+    of_the_test = call.path.startswith(str(site.path.parent))
+    relative = call.path != "" and call.path[0] != "/" and ":[" not in call.path
+    return not SANITIZED or of_the_test or relative or call.name == "getcwd"
+
+
 def index_of(calls, name, path, occurrence=0):
     found = [i for i, call in enumerate(calls) if call.name == name and call.path == str(path)]
     return found[occurrence]
