@@ -118,7 +118,10 @@ def first_call_of_main(calls):
 
 
 def is_of_the_program(site, call):
-    """A sanitizer makes calls too, through pipes of its own as well."""
+    """Sanitizers make calls too, through pipes of their own as well, and so does what counts the lines
+    that were run, on files beside the objects."""
+    if call.path.startswith(os.environ["VARNEL_BUILD"] + "/"):
+        return False
     of_the_test = call.path.startswith(str(site.path.parent))
     relative = call.path != "" and call.path[0] != "/" and ":[" not in call.path
     return not SANITIZED or of_the_test or relative or call.name == "getcwd"
@@ -141,7 +144,7 @@ def clear(site, given):
 
 # --- Messages -------------------------------------------------------------------------------------
 
-# What may stand beside a message: the place in the configuration, the system's reason, what the file is.
+# They stand beside a message: the place in the configuration, the system's reason, what a file is.
 DETAILS = {62, 73, 74}
 
 
@@ -220,15 +223,8 @@ def pieces(data):
     return found, number
 
 
-class Refused(Exception):
-    def __init__(self, file, line):
-        super().__init__(file, line)
-        self.file = file
-        self.line = line
-
-
 class Stream:
-    """A stream of the C library with a buffer of its own: it writes when the next piece does not fit."""
+    """A buffered stream of the C library: it writes when the next piece does not fit."""
 
     def __init__(self, file, accept):
         self.file = file
@@ -303,8 +299,14 @@ def split_onto(data, accept):
     return outcome(failed[0], last_line) if failed else outcome(None, None)
 
 
-def accept_all(_file, _offset, size):
-    return size
+class FileSize:
+    """Each file takes so many bytes."""
+
+    def __init__(self, limit):
+        self.limit = limit
+
+    def __call__(self, _file, offset, size):
+        return max(0, min(size, self.limit - offset))
 
 
 class RefuseWrite:

@@ -1,5 +1,5 @@
-"""The input changes while it is read, the output goes away while it is written, a terminal closes: the run
-waits at a system call, the change happens, the run goes on."""
+"""The input changes while it is read, the output goes away while it is written, a terminal closes:
+the run waits at a system call, the change happens, the run goes on."""
 
 import errno
 import functools
@@ -291,8 +291,8 @@ def test_a_terminal_that_goes_away(ready):
 
 @pytest.mark.parametrize("ignored", [False, True], ids=["hangup", "nohup"])
 def test_the_terminal_of_the_session_goes_away(ready, ignored):
-    """The hangup ends the run as it ends any program; its files are beginnings of what they should be, and
-    no message says that it is complete. With nohup it goes on."""
+    """The hangup ends the run as it ends any program; its files are beginnings of what they should be,
+    and no message says that it is complete. With nohup it goes on."""
     site = ready
     calls, reads = calls_of(site, "read", "in.ldif")
     program = "import fcntl, os, signal, sys, termios\n"
@@ -341,15 +341,11 @@ def test_closed_streams_and_a_failing_write(ready, streams):
     site = ready
     limit = fault_runs.BUFFER - 1
 
-    class FileSize:
-        def __call__(self, _file, offset, size):
-            return max(0, min(size, limit - offset))
-
     def prepare():
         closing(*streams)()
         resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))
 
-    outcome = fault_runs.split_onto(DATA, FileSize())
+    outcome = fault_runs.split_onto(DATA, fault_runs.FileSize(limit))
     run = site.run(preexec_fn=prepare)
     assert run.status == outcome.status() == 1
     assert site.read("run.log") == b"%d\n" % outcome.line
@@ -366,7 +362,8 @@ def test_a_full_stream_and_a_failing_read(ready, stream):
         remove_results(site)
         complete, line = before_read_error(DATA[: call.position])
         with open("/dev/full", "wb") as full:
-            result = run_with_fault(site, fault_at("failing", calls, index, errno.EIO), **{stream: full})
+            fault = fault_at("failing", calls, index, errno.EIO)
+            result = run_with_fault(site, fault, **{stream: full})
         assert result.run.status == status_of(line)
         assert site.read("run.log") == b"%d\n" % line
         assert contents(site) == outputs_of(complete)

@@ -11,8 +11,8 @@ import pytest
 
 import fault_runs
 from fault_runs import (
-    CONFIGURATION, OUTPUTS, REST_FILE, SANITIZED, SERVER_FILES, RefuseWrite,
-    before_read_error, clear, fault_at, failures_printed, information_printed, outputs_of, run_with_fault,
+    CONFIGURATION, OUTPUTS, REST_FILE, SANITIZED, SERVER_FILES, RefuseWrite, before_read_error,
+    clear, fault_at, failures_printed, information_printed, outputs_of, run_with_fault,
     sample_input, split_onto, status_of,
 )  # fmt: skip
 from varnel_run import HEADER
@@ -275,10 +275,15 @@ def test_a_call_fails_once(site, good, name):
     assert count > 0 or name not in EXPECTED_CALLS
 
 
+def places_of(site, good, call, name):
+    path = site.absolute(name)
+    return [x for x in places(site, good) if x.call.name == call and x.call.path == path]
+
+
 @pytest.mark.parametrize("name", OUTPUTS)
 @pytest.mark.parametrize("error", ["ENOSPC", "EIO", "EDQUOT", "EFBIG"])
 def test_every_write_of_a_file_fails_from_one_on(site, good, name, error):
-    writes = [x for x in places(site, good) if x.call.name == "write" and x.call.path.endswith("/" + name)]
+    writes = places_of(site, good, "write", name)
     assert len(writes) >= 3
     found = []
     for place in writes:
@@ -291,7 +296,7 @@ def test_every_write_of_a_file_fails_from_one_on(site, good, name, error):
 
 
 def test_every_read_of_the_input_fails_from_one_on(site, good):
-    reads = [x for x in places(site, good) if x.call.name == "read" and x.call.path.endswith("/in.ldif")]
+    reads = places_of(site, good, "read", "in.ldif")
     assert len(reads) >= 3
     found = []
     for place in reads:

@@ -1,5 +1,5 @@
-"""Disks of every size from 4 kB up, and limits on the size of a file: the run says that it failed, and at
-which line, unless every byte is there."""
+"""Disks of every size from 4 kB up, and limits on the size of a file: the run says that it failed,
+and at which line, unless every byte is there."""
 
 import resource
 import subprocess
@@ -7,7 +7,7 @@ import subprocess
 import pytest
 
 from fault_runs import (
-    CONFIGURATION, OUTPUTS, SANITIZED, failures_printed, information_printed, outputs_of,
+    CONFIGURATION, OUTPUTS, SANITIZED, FileSize, failures_printed, information_printed, outputs_of,
     run_with_fault, sample_input, split_onto,
 )  # fmt: skip
 
@@ -47,16 +47,6 @@ class Quota:
             return 0
         self.left -= size
         return size
-
-
-class FileSize:
-    """So many bytes for each file."""
-
-    def __init__(self, limit):
-        self.limit = limit
-
-    def __call__(self, _file, offset, size):
-        return max(0, min(size, self.limit - offset))
 
 
 def faults_found(run, contents, log, outcome, log_limit=None):
@@ -174,8 +164,8 @@ LIMITS = sorted({0, 1, 2, 4, 11, 12, 13, 16, *range(PAGE, LONGEST + PAGE, PAGE *
 
 @pytest.mark.parametrize("restore", [True, False], ids=["signalled", "signal ignored"])
 def test_file_size_limits(site, restore):
-    """The signal that comes with the limit ends the program as little as the limit itself. Python leaves
-    it ignored for its children unless it is told to restore it."""
+    """The signal that comes with the limit ends the program as little as the limit itself. Python
+    leaves it ignored for its children unless it is told to restore it."""
     site.write("in.ldif", DATA)
     site.configure(*CONFIGURATION)
     found = []
