@@ -7,6 +7,7 @@
 
 #include "platform/instance/CfgInst.h"
 #include "platform/instance/validateCmdUtility.h"
+#include "platform/messages/PrintMessage.h"
 #include "platform/schema/ldcf_api_schema.h"
 #include "platform/trace/trace.h"
 
@@ -65,6 +66,12 @@ void loadSchemaFiles(const std::string& instanceName) {
                                                          &std::free);
   TRACE(traceProgress, "Reading schema from configuration file %s\n", g_configFile);
   CfgInst instance(name.get(), nullptr, true);
+  if (!instance.isComplete()) {
+    // Without all of the schema, entries would go to other files, and nobody would know.
+    PrintMessage(33, 1, 3, name.get(), g_configFile,
+                 "it or a schema file of it could be read before, and cannot be read any more");
+    std::exit(1);
+  }
   SchemaFiles(instance, CfgInst::systemSchema).parseAll();
   const SchemaFiles userFiles(instance, CfgInst::userSchema);
   userFiles.parseAll();

@@ -1,5 +1,7 @@
 #include "ldifsplit/OutputFileSet.h"
 
+#include <sys/stat.h>
+
 #include <cassert>
 #include <cerrno>
 #include <memory>
@@ -24,6 +26,18 @@ std::size_t bufferSizeFor(std::size_t files) {
     size /= 2;
   }
   return size;
+}
+
+/// Whether the file has no name any more, so that all that was written to it goes with the stream.
+/// A file without a name that is reached in another way, such as /dev/stdout, is none.
+bool isRemoved(const std::string& name, std::FILE* stream) {
+  struct stat opened {};
+  if (::fstat(::fileno(stream), &opened) != 0 || !S_ISREG(opened.st_mode) || opened.st_nlink != 0) {
+    return false;
+  }
+  struct stat named {};
+  return ::stat(name.c_str(), &named) != 0 || named.st_dev != opened.st_dev ||
+         named.st_ino != opened.st_ino;
 }
 
 }  // namespace
@@ -58,11 +72,14 @@ void OutputFileSet::closeAll(int line) {
       continue;
     }
     // A write that failed before, unnoticed then, shows here too.
-    const bool incomplete = std::ferror(file.second) != 0;
     errno = 0;  // of a write that failed before the reason is lost, unless it comes again
+    const bool written = std::fflush(file.second) == 0 && std::ferror(file.second) == 0;
+    const int reason = errno;
+    const bool removed = isRemoved(file.first, file.second);
+    errno = reason;
     const bool closed = std::fclose(file.second) == 0;
     file.second = nullptr;
-    if ((incomplete || !closed) && !anyFailed) {
+    if ((!written || removed || !closed) && !anyFailed) {
       anyFailed = true;
       noteSystemFailure(file.first);
       failed = file.first;

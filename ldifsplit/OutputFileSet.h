@@ -30,7 +30,8 @@ class OutputFileSet {
   std::FILE* stream(const std::string& nextFilename);
 
   /// Closes every file, in ascending order of their names, also when one fails. Throws
-  /// SplitOutputException with `line` for the first whose content may not be complete.
+  /// SplitOutputException with `line` for the first whose content may not be complete, or that was
+  /// removed since it was opened.
   void closeAll(int line);
 
  private:

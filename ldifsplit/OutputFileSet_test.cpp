@@ -125,6 +125,37 @@ TEST_F(OutputFiles, WriteThatFailedUnnoticedShowsAtTheClose) {
   EXPECT_EQ(notedSystemFailure().reason, "");
 }
 
+TEST_F(OutputFiles, FileThatWasRemovedIsAFailedWrite) {
+  write(path("a"), "A");
+  write(path("b"), "B");
+  ASSERT_EQ(::unlink(path("b").c_str()), 0);
+  expectCloseFailure(5, path("b"));
+  EXPECT_EQ(directory_.read("a"), "version: 1\n\nA");
+}
+
+TEST_F(OutputFiles, FileThatAnotherHasReplacedIsAFailedWrite) {
+  write(path("a"), "A");
+  ASSERT_EQ(std::rename(directory_.write("new", "new").c_str(), path("a").c_str()), 0);
+  expectCloseFailure(5, path("a"));
+  EXPECT_EQ(directory_.read("a"), "new");
+}
+
+TEST_F(OutputFiles, FileThatWasMovedIsWhole) {
+  write(path("a"), "A");
+  ASSERT_EQ(std::rename(path("a").c_str(), path("moved").c_str()), 0);
+  files_.closeAll(5);
+  EXPECT_EQ(directory_.read("moved"), "version: 1\n\nA");
+}
+
+TEST_F(OutputFiles, FileThatNeverHadANameIsWhole) {
+  std::FILE* const nameless = std::tmpfile();
+  ASSERT_NE(nameless, nullptr);
+  write("/dev/fd/" + std::to_string(::fileno(nameless)), "A");
+  files_.closeAll(5);
+  EXPECT_EQ(::lseek(::fileno(nameless), 0, SEEK_END), 13);
+  std::fclose(nameless);
+}
+
 TEST_F(OutputFiles, SetIsEmptyAfterAFailingClose) {
   write(fullDisk("a"), "text");
   expectCloseFailure(1, path("a"));

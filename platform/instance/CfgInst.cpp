@@ -16,8 +16,11 @@ CfgInst::CfgInst(const char* instance, const char* configFile, bool /*readOnly*/
   if (directory.empty()) {
     return;
   }
+  isComplete_ = true;
   SchemaFileLists lists =
-      readInstanceConfiguration(name, directory, file, [](const InstanceFault&) {});
+      readInstanceConfiguration(name, directory, file, [&](const InstanceFault& fault) {
+        isComplete_ = isComplete_ && fault.kind == InstanceFault::Kind::emptyDirectory;
+      });
   lists_[systemSchema] = std::move(lists[systemSchema]);
   lists_[userSchema] = std::move(lists[userSchema]);
 }

@@ -22,6 +22,10 @@ class CfgInst {
   /// no difference: nothing is ever written.
   CfgInst(const char* instance, const char* configFile, bool readOnly);
 
+  /// False where the configuration, or a path that it names, could not be read at construction: the
+  /// lists lack schema files then, also of an instance that validateCmdUtility has just found good.
+  bool isComplete() const { return isComplete_; }
+
   /// Sets `*files` to the paths of the schema files of that kind in the order of the configuration,
   /// and `*count` to how many there are. The list is for freeSchemaFiles; it is a null pointer
   /// where there are none. Returns 0, or nonzero for a kind that does not exist or for lack of
@@ -33,6 +37,7 @@ class CfgInst {
 
  private:
   std::vector<std::string> lists_[2];
+  bool isComplete_ = false;
 };
 
 }  // namespace QuorInstanceUtils

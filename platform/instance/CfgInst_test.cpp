@@ -95,6 +95,22 @@ TEST_F(CfgInstTest, WhatCannotBeReadLeavesNoFileAndPrintsNothing) {
   EXPECT_EQ(output.err, "");
 }
 
+TEST_F(CfgInstTest, TellsWhetherAllCouldBeRead) {
+  const auto isComplete = [&](const std::string& configuration) {
+    instance_.configure(configuration);
+    return CfgInst(instance_.path().c_str(), nullptr, true).isComplete();
+  };
+  instance_.write("a");
+  instance_.write("none/README");
+  EXPECT_TRUE(isComplete(""));
+  EXPECT_TRUE(isComplete("systemschema: a\nuserschema: none\n"));
+  EXPECT_FALSE(isComplete("systemschema: a\nuserschema: nix\n"));
+  EXPECT_FALSE(isComplete("x: y\n"));
+  EXPECT_FALSE(CfgInst(instance_.path().c_str(), "/nowhere", true).isComplete());
+  EXPECT_FALSE(CfgInst("nowhere", nullptr, true).isComplete());
+  EXPECT_FALSE(CfgInst(nullptr, nullptr, true).isComplete());
+}
+
 TEST_F(CfgInstTest, EmptyListIsANullPointer) {
   instance_.configure("");
   const CfgInst configuration(instance_.path().c_str(), nullptr, true);
