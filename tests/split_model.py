@@ -307,11 +307,17 @@ def split(data, bases, default):
 
 # --- Warnings of the input -----------------------------------------------------------------------
 
-# Beside its number, each has a line. In one line they come in this order.
+# Beside its number, each has a line.
 DN_IN_OTHER_CASE, CHANGE_RECORD, CHANGED_BY_PIECES, BEFORE_THE_FIRST_DN, NO_LINE_END = (
     66, 70, 60, 67, 69
 )  # fmt: skip
 NO_ENTRY, NO_BASE_ENTRY = 63, 64
+
+
+def by_line(warnings):
+    """In the order in which they come."""
+    in_one_line = (DN_IN_OTHER_CASE, CHANGE_RECORD, CHANGED_BY_PIECES, BEFORE_THE_FIRST_DN, NO_LINE_END)
+    return sorted(warnings, key=lambda x: (x[1], in_one_line.index(x[0])))
 
 
 def meanings(name, dn_was_seen):
@@ -356,8 +362,7 @@ def warnings_of_lines(data, stop=None):
             once.update(of_line)
         if later and (parsed[0] == b"dn" or start_was_dropped):
             of_line.append(CHANGED_BY_PIECES)
-        order = (DN_IN_OTHER_CASE, CHANGE_RECORD, CHANGED_BY_PIECES, BEFORE_THE_FIRST_DN)
-        found += [(x, number) for x in sorted(of_line, key=order.index)]
+        found += by_line((x, number) for x in of_line)
     if stop is None and not data.endswith(b"\n"):
         found.append((NO_LINE_END, number))
     return found

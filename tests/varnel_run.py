@@ -142,7 +142,7 @@ class RunInput:
             return []
         # The pieces of overlong lines are listed by their tests.
         listed = [(x.number, int(x.arguments[0])) for x in messages if x.number == 60]
-        lines = sorted([x for x in lines if x[0] != 60] + listed, key=lambda x: x[1])
+        lines = split_model.by_line([x for x in lines if x[0] != 60] + listed)
         return [m(number, line, self.name) for number, line in lines] + [
             m(number, os.fsdecode(base)) for number, base in bases
         ]
