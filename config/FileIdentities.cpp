@@ -3,13 +3,22 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 
 namespace {
 
-/// False where there is no regular file of that name.
+/// False where there is no regular file of that name, with errno 0, and where the system does not
+/// tell, with its reason there.
 bool identify(const std::string& name, std::pair<dev_t, ino_t>& identity) {
   struct stat status {};
-  if (::stat(name.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
+  errno = 0;
+  if (::stat(name.c_str(), &status) != 0) {
+    if (errno == ENOENT || errno == ENOTDIR) {
+      errno = 0;
+    }
+    return false;
+  }
+  if (!S_ISREG(status.st_mode)) {
     return false;
   }
   identity = {status.st_dev, status.st_ino};
@@ -22,10 +31,10 @@ bool isOnlyRead(FileRole role) {
 
 }  // namespace
 
-void FileIdentities::add(const std::string& name, FileRole role) {
+bool FileIdentities::add(const std::string& name, FileRole role) {
   Identity identity;
   if (!identify(name, identity)) {
-    return;
+    return errno == 0;
   }
   std::vector<Use>& uses = uses_[identity];
   const bool isKnown = std::any_of(uses.begin(), uses.end(), [&](const Use& use) {
@@ -34,12 +43,13 @@ void FileIdentities::add(const std::string& name, FileRole role) {
   if (!isKnown) {
     uses.push_back({name, role});
   }
+  return true;
 }
 
 bool FileIdentities::isTaken(const std::string& name, FileRole role) const {
   Identity identity;
   if (!identify(name, identity)) {
-    return false;
+    return errno != 0;
   }
   const auto found = uses_.find(identity);
   if (found == uses_.end()) {

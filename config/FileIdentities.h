@@ -17,12 +17,14 @@ enum class FileRole { configuration, input, log, output };
 /// second use could destroy.
 class FileIdentities {
  public:
-  /// Remembers the file as it is now; a name of nothing, or of no regular file, is none.
-  void add(const std::string& name, FileRole role);
+  /// Remembers the file as it is now; a name of nothing, or of no regular file, is none. False
+  /// where the system does not tell what the name is, with its reason in errno.
+  bool add(const std::string& name, FileRole role);
 
   /// Whether what `name` is now cannot have that role: it is a file with another role, or an output
   /// under another name. One name may stand for several outputs, which then share one stream; the
-  /// configuration and the input, which are only read, may be one file.
+  /// configuration and the input, which are only read, may be one file. True too where the system
+  /// does not tell what the name is: only then is errno other than 0 behind the call.
   bool isTaken(const std::string& name, FileRole role) const;
 
  private:

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <string>
 
 #include "testsupport/TemporaryDirectory.h"
@@ -93,6 +94,22 @@ TEST_F(Identities, WhatIsNoRegularFileIsNeverTaken) {
     files_.add(name, FileRole::input);
     EXPECT_FALSE(files_.isTaken(name, FileRole::output)) << name;
   }
+}
+
+TEST_F(Identities, WhatTheSystemDoesNotTellIsNotFree) {
+  const std::string tooLong = directory_.path(std::string(300, 'x'));
+  EXPECT_FALSE(files_.add(tooLong, FileRole::input));
+  EXPECT_EQ(errno, ENAMETOOLONG);
+  EXPECT_TRUE(files_.isTaken(tooLong, FileRole::output));
+  EXPECT_EQ(errno, ENAMETOOLONG);
+}
+
+TEST_F(Identities, ErrnoTellsATakenFileFromOneThatIsUnknown) {
+  EXPECT_TRUE(files_.add(file_, FileRole::input));
+  errno = EIO;
+  EXPECT_TRUE(files_.isTaken(file_, FileRole::output));
+  EXPECT_EQ(errno, 0);
+  EXPECT_TRUE(files_.add(directory_.path("missing"), FileRole::input));
 }
 
 TEST_F(Identities, FileIsWhatItIsAtTheTime) {

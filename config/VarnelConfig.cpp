@@ -36,7 +36,6 @@ VarnelConfig::VarnelConfig(std::string configFile, bool recovery)
 void VarnelConfig::init() {
   tokenKeys_.push_back(URLKey);
   tokenKeys_.push_back(fileKey);
-  files_.add(configFile_, FileRole::configuration);
   readLines();
   if (logFile_.empty()) {
     logFile_ = baseDir_ + "/" + logFileDefault;

@@ -35,9 +35,26 @@ void requireFileOfRun(const std::string& name, bool recovery, int line) {
   }
 }
 
+/// The system does not tell which file the name is: it might be one whose content would be lost.
+[[noreturn]] void throwUntold(const std::string& name, FileRole role, int line) {
+  if (role == FileRole::log) {
+    throwWriteFailure(name, line);
+  }
+  throwUnableToOpen(name, line);
+}
+
+void remember(const std::string& name, FileRole role, FileIdentities& files, int line) {
+  if (!files.add(name, role)) {
+    throwUntold(name, role, line);
+  }
+}
+
 void requireFree(const std::string& name, FileRole role, const std::string& key,
                  const FileIdentities& files, int line) {
   if (files.isTaken(name, role)) {
+    if (errno != 0) {
+      throwUntold(name, role, line);
+    }
     throwIllegalValueError(key, name, line);
   }
 }
@@ -49,7 +66,7 @@ void prepareOutput(const std::string& name, const std::string& key, bool recover
   if (!recovery && clearFile(name.c_str()) == 0) {
     throwUnableToOpen(name, line);
   }
-  files.add(name, FileRole::output);
+  remember(name, FileRole::output, files, line);
 }
 
 }  // namespace
@@ -68,7 +85,7 @@ void requireInputFile(const std::string& name, FileIdentities& files, int line) 
     throwUnableToOpen(name, line);
   }
   requireFree(name, FileRole::input, inputFileKey, files, line);
-  files.add(name, FileRole::input);
+  remember(name, FileRole::input, files, line);
 }
 
 void prepareOutputFile(const std::string& name, bool recovery, FileIdentities& files, int line) {
@@ -90,7 +107,7 @@ void prepareDefaultOutputFile(const std::string& name, bool recovery, FileIdenti
       throwWriteFailure(name, 0);
     }
   }
-  files.add(name, FileRole::output);
+  remember(name, FileRole::output, files, 0);
 }
 
 void prepareLogFile(const std::string& name, bool recovery, FileIdentities& files, int line) {
@@ -98,10 +115,12 @@ void prepareLogFile(const std::string& name, bool recovery, FileIdentities& file
     if (recovery) {
       throwWriteFailure(name, line);
     }
-    clearFile(name.c_str());
+    if (clearFile(name.c_str()) == 0) {
+      return;
+    }
   }
   requireFree(name, FileRole::log, logFileKey, files, line);
-  files.add(name, FileRole::log);
+  remember(name, FileRole::log, files, line);
 }
 
 AutoClose openLogFile(const std::string& name, const FileIdentities& files) {

@@ -83,6 +83,7 @@ void VarnelConfig::readLines() {
     }
   };
   requireReadable(file.is_open());
+  requireReadable(files_.add(configFile_, FileRole::configuration));
   int lineNumber = 1;
   for (std::string text; std::getline(file, text); ++lineNumber) {
     lastLine_ = lineNumber;

@@ -124,18 +124,17 @@ def in_configuration(place, error):
     if call.name == "getcwd":
         return bad_configuration(7)  # the input is looked for in no directory
     if name == "varnelConfig":
-        if call.name in STATUS_CALLS:
-            return GOOD  # which file it is, so that no output is; here none is
         if call.name == "close" or (call.name == "read" and retried):
             return GOOD
         return bad_configuration(2)
     if name == "site":
         return bad_configuration(13)
     if name == "in.ldif" and call.name in STATUS_CALLS:
-        # Whether it exists; then which file it is, so that no output is.
-        return bad_configuration(7) if place.occurrence == 0 else GOOD
+        # Whether it exists, and which file it is: where nobody can tell, an output might be it.
+        return bad_configuration(7)
     if name in (*OUTPUTS, LOG) and call.name in STATUS_CALLS:
-        return GOOD  # none of them exists
+        # Taken for missing, which it is; then which file it is, as above.
+        return GOOD if place.occurrence == 0 else bad_configuration(*([] if name == LOG else [7]))
     if name in OUTPUTS and place.occurrence == 0:
         # It is created. Signals do not stop that.
         return GOOD if call.name == "openat" and retried else bad_configuration(7)
@@ -441,6 +440,34 @@ def test_recovery_mode(site):
 
     chosen = of_the_run(site, places(site, known))
     assert try_every_call(site, given, known.calls, chosen, check, "-r") == []
+
+
+@pytest.mark.parametrize("name", ["in.ldif", "varnelConfig", LOG])
+def test_no_file_of_the_run_is_emptied_when_nobody_tells_which_file_it_is(site, name):
+    """A server's file is a link to it."""
+    given = {**GIVEN, LOG: b"17\n", REST_FILE: b"", "two.ldif": b""}
+
+    def prepare():
+        (site.path / "one.ldif").unlink(missing_ok=True)
+        clear(site, given)
+        (site.path / "one.ldif").hardlink_to(site.path / name)
+
+    prepare()
+    known = run_with_fault(site, "-", "-r")
+    assert failures_printed(known.run) == [6, 27]
+    found, count = [], 0
+    for place in of_the_run(site, places(site, known)):
+        if place.call.name not in STATUS_CALLS:
+            continue
+        for error in ERRORS[place.call.name]:
+            count += 1
+            prepare()
+            fault = fault_at("fail", known.calls, place.index, getattr(errno, error))
+            result = run_with_fault(site, fault, "-r")
+            if result.run.status != 1 or not site.read(name).startswith(given[name]):
+                found.append(f"{error} of {place.call}: {site.read(name)[:20]}; {result.shown()}")
+    assert found == []
+    assert count > 5
 
 
 def test_the_default_output_file_gets_its_header_with_the_configuration(site):
