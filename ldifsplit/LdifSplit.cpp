@@ -20,6 +20,7 @@
 #include "ldifsplit/OutputFileSet.h"
 #include "ldifsplit/findNearestAncestor.h"
 #include "ldifsplit/openNewLdif.h"
+#include "ldifsplit/prefetchForWrite.h"
 #include "platform/dirclient/NormalDn.h"
 #include "platform/ldif/hasAttributeType.h"
 #include "platform/ldif/ldifLineKind.h"
@@ -384,6 +385,7 @@ void Splitter::route() {
   targets_.clear();
   for (const std::string* name : files) {
     targets_.push_back({name, streamOf(*name)});
+    prefetchForWrite(targets_.back().stream);
   }
 }
 
@@ -542,6 +544,12 @@ void Splitter::warnOfPiece() const {
 
 /// Lines that are copied as attributes, and may be meant as more than that.
 void Splitter::warnOfMeaning() {
+  const char* const line = reader_.data();
+  const bool mayBeDn = (line[0] | 0x20) == 'd' && (line[1] | 0x20) == 'n';
+  const bool mayBeChangeType = (line[0] | 0x20) == 'c' && (line[1] | 0x20) == 'h';
+  if (!mayBeDn && !mayBeChangeType) {
+    return;
+  }
   if (!warnings_.dnInOtherCase && hasAttributeType(reader_.data(), reader_.size(), "dn")) {
     warnings_.dnInOtherCase = true;
     PrintMessage(32, 1, 66, LineText(lineNumber_.number()).c_str(), inputFile_.c_str());

@@ -18,7 +18,7 @@ namespace {
 constexpr std::size_t smallestBuffer =
     std::size_t{4} * 1024;  // a page, so that whole ones are written
 constexpr std::size_t largestBuffer = std::size_t{64} * 1024;
-constexpr std::size_t allBuffers = std::size_t{1024} * 1024;
+constexpr std::size_t allBuffers = std::size_t{4} * 1024 * 1024;
 
 std::size_t bufferSizeFor(std::size_t files) {
   std::size_t size = largestBuffer;

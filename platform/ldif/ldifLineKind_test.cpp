@@ -169,7 +169,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(OrdinaryAttributeLine, IsTold) {
   for (const char* line : {"a: x\n", "cn: Jo\n", "chargetypes: x\n", "carLicense: x\n", "dx: x\n",
-                           "xn: x\n", "ABCDEFGHIJKLMNO: \n", "telephoneNumber: 1\n", "zZ: \n"}) {
+                           "xn: x\n", "ABCDEFGHIJKLMNO: \n", "ABCDEFGHIJKLMNOP: x\n", "telephoneNumber: 1\n", "zZ: \n"}) {
     EXPECT_TRUE(isOrdinaryAttributeLine(std::string(line).append(16, 'A').data())) << line;
   }
   for (const char* line : {"dn: o=x\n",
@@ -183,7 +183,7 @@ TEST(OrdinaryAttributeLine, IsTold) {
                            ": x\n",
                            "a1: x\n",
                            "a;b: x\n",
-                           "telephoneNumbers: 1\n",
+                           "telephoneNumbersX: 1\n",
                            "a:\n",
                            "a\n",
                            "\n",
