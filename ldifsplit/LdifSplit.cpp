@@ -102,6 +102,7 @@ class Splitter {
   void readContinuations();
 
   void splitLine();
+  void dropLine() const;
   void copyAttributeLine();
   void startRecordAsWritten();
   void splitOtherLine();
@@ -112,6 +113,7 @@ class Splitter {
   std::FILE* streamOf(const std::string& name);
 
   void extendRun();
+  void takeOrdinaryLines();
   void writeRun();
   void writeRunLineByLine(std::size_t taken);
   void writeRecordStart(const char* dn, std::size_t size);
@@ -202,6 +204,12 @@ void Splitter::splitLine() {
     copyAttributeLine();
     return;
   }
+  const char first = *reader_.data();
+  if (first == '#' || first == '\n' || first == '\0' || first == '\r') {
+    writeRun();
+    dropLine();
+    return;
+  }
   switch (ldifLineKind(reader_.data(), reader_.size())) {
     case LdifLineKind::attribute:
       copyAttributeLine();
@@ -217,9 +225,17 @@ void Splitter::splitLine() {
   }
 }
 
+/// A comment or an empty line.
+void Splitter::dropLine() const {
+  if (reader_.startsWithLaterPiece()) {
+    warnOfPiece();
+  }
+}
+
 void Splitter::copyAttributeLine() {
   if (targets_.size() == 1) {
     extendRun();
+    takeOrdinaryLines();
   } else {
     // Line by line, so that a failure leaves the files alike.
     writeLine(reader_.data(), reader_.size());
@@ -238,19 +254,13 @@ void Splitter::startRecordAsWritten() {
     traceStart(targets_.front());
     run_ = Run{reader_.size() + 1, true, lineNumber_};
     reader_.holdWithLineFeedBefore();
+    takeOrdinaryLines();
   } else {
     writeRecordStart(dn, size);
   }
 }
 
 void Splitter::splitOtherLine() {
-  const char first = *reader_.data();
-  if (first == '#' || first == '\n' || first == '\0' || first == '\r') {
-    if (reader_.startsWithLaterPiece()) {
-      warnOfPiece();
-    }
-    return;
-  }
   const ParsedLine line = parseLine();
   if (line.opensRecord()) {
     const std::size_t size = std::strlen(line.value);
@@ -334,6 +344,17 @@ void Splitter::extendRun() {
     reader_.hold();
   }
   run_.size += reader_.size();
+}
+
+/// Adds the lines that follow to the run, as far as nothing about them needs a look.
+void Splitter::takeOrdinaryLines() {
+  if (run_.size >= OutputFileSet::bufferSize) {
+    return;
+  }
+  const LineReader::Taken taken =
+      reader_.takeOrdinaryLines(OutputFileSet::bufferSize - 1 - run_.size);
+  lineNumber_.next(taken.lines);
+  run_.size += taken.size;
 }
 
 void Splitter::writeRun() {

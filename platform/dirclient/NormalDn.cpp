@@ -37,8 +37,8 @@ bool NormalDn::normalizeOrdinary(const char* dn, std::size_t size, const schema:
   if (!recognised || scan.hasSeveralValues() || !ignoresCase) {
     return false;
   }
-  text_.assign(dn, size);
-  text::upperCaseCopy(text_.data(), size, text_.data());
+  text_.resize(size);
+  text::upperCaseCopy(dn, size, text_.data());
   return true;
 }
 

@@ -10,7 +10,6 @@
 #include "platform/dirclient/NormalAva.h"
 #include "platform/dirclient/PlacesToLook.h"
 #include "platform/schema/Schema.h"
-#include "platform/text/attributeType.h"
 #include "platform/text/equalIgnoringCase.h"
 
 namespace dirclient {
@@ -29,19 +28,41 @@ class NormalFormScan {
   /// right.
   template <typename AvaSink>
   bool run(AvaSink&& sink) {
-    for (NormalAva ava{};; ava.begin = ava.end + 1) {
-      if (!scanType(ava) || !scanValue(ava)) {
-        return false;
+    NormalAva ava{};
+    ava.equals = none;
+    std::size_t escaped = none;  // the byte behind the last `\`
+    for (;;) {
+      const std::size_t at = places_.next();
+      const bool atEnd = at == dn_.size();
+      if (ava.equals == none) {
+        if (atEnd || dn_[at] != '=' || !isType(ava.begin, at, ava)) {
+          return false;
+        }
+        ava.equals = at;
+        continue;
       }
-      const bool last = ava.end == dn_.size();
-      ava.lastInRdn = last || dn_[ava.end] == ',';
-      hasSeveralValues_ = hasSeveralValues_ || !ava.lastInRdn;
-      if (ava.lastInRdn && ++rdnCount_ > maximalRdnCount) {
-        return false;
+      if (at == escaped) {
+        continue;
       }
-      sink(ava);
-      if (last) {
-        return true;
+      const char c = atEnd ? ',' : dn_[at];
+      if (c == ',' || c == '+') {
+        ava.end = at;
+        ava.lastInRdn = c == ',';
+        hasSeveralValues_ = hasSeveralValues_ || !ava.lastInRdn;
+        rdnCount_ += ava.lastInRdn ? 1 : 0;
+        sink(ava);
+        if (atEnd) {
+          return rdnCount_ <= maximalRdnCount;
+        }
+        ava.begin = at + 1;
+        ava.equals = none;
+      } else if (c == '\\') {
+        if (!isNeededEscape(at, ava.equals + 1)) {
+          return false;
+        }
+        escaped = at + 1;
+      } else if (!mayStandInValue(at, ava.equals + 1)) {
+        return false;
       }
     }
   }
@@ -56,21 +77,16 @@ class NormalFormScan {
   bool hasSeveralValues() const { return hasSeveralValues_; }
 
  private:
-  bool scanType(NormalAva& ava) {
-    ava.equals = places_.next();
-    if (ava.equals == ava.begin || ava.equals == dn_.size() || dn_[ava.equals] != '=') {
-      return false;
-    }
-    const std::string_view type = dn_.substr(ava.begin, ava.equals - ava.begin);
-    for (const char c : type) {
-      if (!text::isAttributeTypeCharacter(c)) {
-        return false;
-      }
-    }
+  static constexpr std::size_t none = std::string_view::npos;
+
+  /// Whether the bytes, none of which is a place to look at, are a type as the normal form has it.
+  /// Sets what it tells of the value.
+  bool isType(std::size_t begin, std::size_t end, NormalAva& ava) const {
+    const std::string_view type = dn_.substr(begin, end - begin);
     const bool hasOidPrefix =
         type.size() > 3 && type[3] == '.' && text::equalIgnoringCase(type.substr(0, 3), "OID");
     ava.ignoresCase = true;
-    return !hasOidPrefix && (schema_ == nullptr || fitsSchema(type, ava));
+    return !type.empty() && !hasOidPrefix && (schema_ == nullptr || fitsSchema(type, ava));
   }
 
   /// Whether the type is the one that the normal form has, and its values compare as texts.
@@ -94,53 +110,20 @@ class NormalFormScan {
     return text::equalIgnoringCase(type, attribute->canonicalType);
   }
 
-  /// Sets the end of the value; false where the value is not recognised.
-  bool scanValue(NormalAva& ava) {
-    const std::size_t begin = ava.equals + 1;
-    std::size_t escaped = 0;  // the byte behind the last `\`; no value begins at 0
-    for (;;) {
-      const std::size_t at = places_.next();
-      if (at == dn_.size()) {
-        ava.end = at;
-        return true;
-      }
-      if (at == escaped) {
-        continue;
-      }
-      switch (dn_[at]) {
-        case ',':
-        case '+':
-          ava.end = at;
-          return true;
-        case ' ':
-          if (at == begin || isInsignificantBlank(at)) {
-            return false;
-          }
-          break;
-        case '\\':
-          if (!isNeededEscape(at, begin)) {
-            return false;
-          }
-          escaped = at + 1;
-          break;
-        case '#':
-          if (at == begin) {
-            return false;
-          }
-          break;
-        case '!':
-        case '$':
-        case '%':
-        case '&':
-        case '\'':
-        case '(':
-        case ')':
-        case '*':
-        case '=':
-          break;
-        default:
-          return false;
-      }
+  /// Whether the byte stands in the normal form of the value as it is.
+  bool mayStandInValue(std::size_t at, std::size_t valueBegin) const {
+    switch (dn_[at]) {
+      case ' ':
+        return at != valueBegin && !isInsignificantBlank(at);
+      case '#':
+        return at != valueBegin;
+      case '"':
+      case ';':
+      case '<':
+      case '>':
+        return false;
+      default:
+        return dn_[at] > ' ' && dn_[at] < '\x7F';
     }
   }
 

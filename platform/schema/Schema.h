@@ -2,16 +2,17 @@
 #ifndef PLATFORM_SCHEMA_SCHEMA_H
 #define PLATFORM_SCHEMA_SCHEMA_H
 
-#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "platform/schema/NameMap.h"
+
 namespace schema {
 
-/// How two values of an attribute compare for equality (RFC 4517, section 4.2), as far as DN
-/// normalisation tells rules apart. `none`: no EQUALITY rule in the chain of supertypes, or one
-/// that is not listed here.
+/// How two values of an attribute compare for equality (RFC 4517, section 4.2); the rules that DN
+/// normalisation treats in ways of their own. `none`: neither the attribute type nor any of its
+/// supertypes has an EQUALITY rule, or the rule is not listed here.
 enum class EqualityRule {
   none,
   caseIgnore,
@@ -30,30 +31,45 @@ enum class EqualityRule {
   bitString,
 };
 
-/// An attribute type (RFC 4512, section 4.1.2) after inheritance through SUP.
+/// An attribute type (RFC 4512, section 4.1.2), with what it inherits from its supertypes (SUP).
 struct AttributeType {
-  std::string oid;                 ///< dotted number, macros resolved
+  std::string oid;                 ///< dotted number, without macros
   std::vector<std::string> names;  ///< as written, first name first; may be empty
   std::string canonicalType;       ///< first name in upper case, or the OID where there is no name
   EqualityRule equality = EqualityRule::none;
 };
 
+/// What a schema is made of.
+struct Definitions {
+  std::vector<AttributeType> attributeTypes;
+  /// The dotted numbers of the definitions that are no attribute types, by their names.
+  NameMap<std::string, std::string> otherNames;
+};
+
 /// An immutable set of definitions.
 class Schema {
  public:
-  virtual ~Schema() = default;
+  /// Each number and name of the attribute types finds its type; where two have the same name the
+  /// earlier one is found.
+  explicit Schema(Definitions definitions);
+  Schema(const Schema&) = delete;
+  Schema& operator=(const Schema&) = delete;
 
   /// The attribute type of that name, in any case, or dotted number (without an "oid." prefix); a
   /// null pointer where the schema has none. Allocates nothing. The result lives as long as this
   /// object.
-  virtual const AttributeType* findAttributeType(std::string_view type) const = 0;
+  const AttributeType* findAttributeType(std::string_view type) const;
 
   /// The dotted number of the definition of that name, of whatever kind, in any case; empty where
   /// the schema has none. Lives as long as this object.
-  virtual std::string_view findObjectIdentifier(std::string_view name) const = 0;
+  std::string_view findObjectIdentifier(std::string_view name) const;
 
-  /// How many attribute types the schema holds.
-  virtual std::size_t attributeTypeCount() const = 0;
+ private:
+  void addKey(std::string_view key, const AttributeType& type);
+
+  const std::vector<AttributeType> attributeTypes_;
+  const NameMap<std::string, std::string> otherNames_;
+  NameMap<std::string_view, const AttributeType*> byName_;  ///< points into attributeTypes_
 };
 
 /// The schema that the last ldcf_api_schema_complete() published, or a null pointer. May be called
