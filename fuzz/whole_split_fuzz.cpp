@@ -37,10 +37,19 @@ struct OutputStream {
   char* buffer;  // the stream's, the split's own memory; null where it has none
 };
 std::vector<OutputStream> openStreams;
+std::size_t openedStreams = 0;  // how many there were
 
 std::vector<OutputStream>::iterator placeOf(std::FILE* stream) {
   return std::find_if(openStreams.begin(), openStreams.end(),
                       [&](const OutputStream& open) { return open.stream == stream; });
+}
+
+std::FILE* noted(std::FILE* stream, const char* mode) {
+  if (stream != nullptr && *mode == 'w') {
+    openStreams.push_back({stream, nullptr});
+    ++openedStreams;
+  }
+  return stream;
 }
 
 /// Where it is set, how many bytes the next read returns at the most.
@@ -60,16 +69,17 @@ void closeStreams() {
 // The program is linked so that these are called in place of the functions of the C library.
 extern "C" {
 std::FILE* __real_fopen(const char* path, const char* mode);
+std::FILE* __real_fopen64(const char* path, const char* mode);
 int __real_setvbuf(std::FILE* stream, char* buffer, int mode, std::size_t size);
 int __real_fclose(std::FILE* stream);
 ssize_t __real_read(int file, void* buffer, std::size_t size);
 
 std::FILE* __wrap_fopen(const char* path, const char* mode) {
-  std::FILE* const stream = __real_fopen(path, mode);
-  if (stream != nullptr && *mode == 'w') {
-    openStreams.push_back({stream, nullptr});
-  }
-  return stream;
+  return noted(__real_fopen(path, mode), mode);
+}
+
+std::FILE* __wrap_fopen64(const char* path, const char* mode) {
+  return noted(__real_fopen64(path, mode), mode);
 }
 
 int __wrap_setvbuf(std::FILE* stream, char* buffer, int mode, std::size_t size) {
@@ -122,6 +132,7 @@ class Setting {
   /// Splits the file or pipe of this name.
   SplitOutcome split(const std::string& input, int firstLine) const {
     removeFiles();
+    openedStreams = 0;
     SplitOutcome outcome;
     CapturedMessages messages;
     try {
@@ -140,6 +151,7 @@ class Setting {
             "a finished split leaves no file open");
     closeStreams();
     readFiles(outcome);
+    require(outcome.files.size() == openedStreams, "each output file is opened once");
     outcome.isReported = printed.find("VNL032033E: ") != std::string::npos;
     require(
         !outcome.isReported || (printed.find(std::to_string(outcome.line)) != std::string::npos &&
