@@ -22,11 +22,11 @@
 #include "actors/ldifActorFactory.h"
 #include "config/VarnelConfig.h"
 #include "fuzz/CapturedMessages.h"
-#include "fuzz/PlainSplit.h"
 #include "fuzz/entriesOf.h"
 #include "fuzz/require.h"
 #include "ldifsplit/LdifSplit.h"
 #include "testsupport/TemporaryDirectory.h"
+#include "testsupport/plainSplit.h"
 
 namespace {
 
@@ -68,15 +68,11 @@ void closeStreams() {
 
 // The program is linked so that these are called in place of the functions of the C library.
 extern "C" {
-std::FILE* __real_fopen(const char* path, const char* mode);
+// The name of fopen where files may be large.
 std::FILE* __real_fopen64(const char* path, const char* mode);
 int __real_setvbuf(std::FILE* stream, char* buffer, int mode, std::size_t size);
 int __real_fclose(std::FILE* stream);
 ssize_t __real_read(int file, void* buffer, std::size_t size);
-
-std::FILE* __wrap_fopen(const char* path, const char* mode) {
-  return noted(__real_fopen(path, mode), mode);
-}
 
 std::FILE* __wrap_fopen64(const char* path, const char* mode) {
   return noted(__real_fopen64(path, mode), mode);
@@ -177,7 +173,7 @@ class Setting {
 
   void readFiles(SplitOutcome& outcome) const {
     for (const std::string& name : files()) {
-      std::FILE* const file = __real_fopen(name.c_str(), "r");
+      std::FILE* const file = __real_fopen64(name.c_str(), "r");
       if (file == nullptr) {
         continue;
       }

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <set>
 #include <unordered_map>
 #include <vector>
 
@@ -86,7 +87,8 @@ class Splitter {
         defaultOutputFile_(&defaultOutputFile),
         firstLine_(firstLine),
         input_(openInput()),
-        reader_(input_.get()) {
+        reader_(input_.get()),
+        outputs_(countOutputFiles(actors)) {
     for (const auto& actor : actors) {
       actors_.push_back(actor.second);
     }
@@ -96,6 +98,7 @@ class Splitter {
 
  private:
   static std::vector<std::string> keysOf(const std::map<std::string, LdifActor*>& actors);
+  static std::size_t countOutputFiles(const std::map<std::string, LdifActor*>& actors);
   AutoClose openInput() const;
   void readFirstLine();
   void readPhysicalLine();
@@ -149,6 +152,16 @@ std::vector<std::string> Splitter::keysOf(const std::map<std::string, LdifActor*
     keys.push_back(actor.first);
   }
   return keys;
+}
+
+/// Those of the actors, each name once, and the default output file.
+std::size_t Splitter::countOutputFiles(const std::map<std::string, LdifActor*>& actors) {
+  std::set<std::string> names;
+  for (const auto& actor : actors) {
+    const std::vector<std::string>& files = actor.second->getOutputFiles();
+    names.insert(files.begin(), files.end());
+  }
+  return names.size() + 1;
 }
 
 AutoClose Splitter::openInput() const {
@@ -336,7 +349,7 @@ std::FILE* Splitter::streamOf(const std::string& name) {
 
 /// Adds the logical line at hand to the run.
 void Splitter::extendRun() {
-  if (run_.size + reader_.size() >= OutputFileSet::bufferSize) {
+  if (run_.size + reader_.size() >= outputs_.bufferSize()) {
     writeRun();
   }
   if (run_.size == 0) {
@@ -348,11 +361,10 @@ void Splitter::extendRun() {
 
 /// Adds the lines that follow to the run, as far as nothing about them needs a look.
 void Splitter::takeOrdinaryLines() {
-  if (run_.size >= OutputFileSet::bufferSize) {
+  if (run_.size >= outputs_.bufferSize()) {
     return;
   }
-  const LineReader::Taken taken =
-      reader_.takeOrdinaryLines(OutputFileSet::bufferSize - 1 - run_.size);
+  const LineReader::Taken taken = reader_.takeOrdinaryLines(outputs_.bufferSize() - 1 - run_.size);
   lineNumber_.next(taken.lines);
   run_.size += taken.size;
 }

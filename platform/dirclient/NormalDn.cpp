@@ -5,16 +5,18 @@
 #include "platform/dirclient/DnNormalizer.h"
 #include "platform/dirclient/NormalFormScan.h"
 #include "platform/schema/Schema.h"
+#include "platform/text/isAscii.h"
 #include "platform/text/upperCaseCopy.h"
 
 namespace dirclient {
 
 void NormalDn::normalize(const char* dn, std::size_t size, bool bySchema) {
   const schema::Schema* const schema = bySchema ? schema::loadedSchema() : nullptr;
-  isBySchema_ = bySchema;
   if (normalizeOrdinary(dn, size, schema)) {
+    isLight_ = true;
     return;
   }
+  isLight_ = schema == nullptr;
   DnNormalizer normalizer(schema);
   normalizer.normalize(std::string_view(dn, size));
   text_.assign(normalizer.text());
@@ -27,6 +29,9 @@ void NormalDn::normalize(const char* dn, std::size_t size, bool bySchema) {
 /// Nearly every DN needs nothing but capitals. For those no other memory is needed than this
 /// object's.
 bool NormalDn::normalizeOrdinary(const char* dn, std::size_t size, const schema::Schema* schema) {
+  if (!text::isAscii(dn, size)) {
+    return false;
+  }
   NormalFormScan scan(std::string_view(dn, size), schema);
   bool ignoresCase = true;
   forgetRdns();

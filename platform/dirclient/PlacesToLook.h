@@ -12,9 +12,9 @@
 
 namespace dirclient {
 
-/// Finds, from left to right, the bytes of a DN that cannot stand in an attribute type. All that
-/// separates, escapes or has to be escaped is among them, and so are blanks, control bytes and what
-/// is not ASCII. Sixty-four bytes are looked at together.
+/// Finds, from left to right, the ASCII characters of a DN that cannot stand in an attribute type.
+/// All that separates, escapes or has to be escaped is among them, and so are blanks and control
+/// bytes. Sixty-four bytes are looked at together.
 class PlacesToLook {
  public:
   /// `dn` has to outlive this object.
@@ -33,7 +33,10 @@ class PlacesToLook {
     return windowBegin_ + place;
   }
 
-  /// Whether a small letter stands before the end of what was looked at.
+  /// Whether a byte outside ASCII is among what was looked at: at least all up to the last place.
+  bool sawOutsideAscii() const { return outsideAscii_ != 0; }
+
+  /// The same for small letters.
   bool sawLowerCase() const { return smallLetters_ != 0; }
 
  private:
@@ -69,7 +72,10 @@ class PlacesToLook {
     const text::Bytes16 bytes(at);
     const auto inTypes = bytes.withSmallLetters().between('a', 'z') | bytes.between('0', '9') |
                          bytes.between('-', '.') | bytes.equal('_');
-    places_ |= std::uint64_t{(~inTypes.mask() & text::everyPlace) >> seen} << offset;
+    const text::PlaceMask outsideAscii = bytes.mask();
+    const text::PlaceMask places = ~(inTypes.mask() | outsideAscii) & text::everyPlace;
+    places_ |= std::uint64_t{places >> seen} << offset;
+    outsideAscii_ |= outsideAscii;
     smallLetters_ |= bytes.between('a', 'z').mask();
   }
 
@@ -77,7 +83,8 @@ class PlacesToLook {
   std::size_t windowBegin_ = 0;
   std::size_t windowEnd_ = 0;
   std::uint64_t places_ = 0;          // those left in the window
-  text::PlaceMask smallLetters_ = 0;  // in any block
+  text::PlaceMask outsideAscii_ = 0;  // in any block
+  text::PlaceMask smallLetters_ = 0;  // the same
 };
 
 }  // namespace dirclient

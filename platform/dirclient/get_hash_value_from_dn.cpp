@@ -158,5 +158,5 @@ int dirclient::serverOf(const NormalDn& dn, const NormalDn& baseDn, int serverCo
   const std::string_view rdn(dn.text().data() + begin, end - begin);
   // Normalising lightly what a schema made of the names keeps their RDNs apart, so that of all RDNs
   // one is enough.
-  return serverOfPart(dn.isBySchema() ? LightNormalForm(rdn).text() : rdn, serverCount);
+  return serverOfPart(dn.isLight() ? rdn : LightNormalForm(rdn).text(), serverCount);
 }

@@ -67,6 +67,31 @@ TEST(Schema, TakesNamesOfEveryLength) {
   EXPECT_EQ(schema.findAttributeType(std::string(200, 'N')), nullptr);
 }
 
+TEST(Schema, TellsTheCanonicalNameFromTheOthers) {
+  AttributeType type = typeOf("1.2.3", {"country", "c", "countryName"});
+  type.canonicalType = "COUNTRY";
+  AttributeType organization = typeOf("1.2.4", {"organizationName", "o"});
+  organization.canonicalType = "ORGANIZATIONNAME";
+  AttributeType nameless = typeOf("1.2.5", {});
+  nameless.canonicalType = "1.2.5";
+  const Schema schema({{type, organization, nameless}, {}});
+  for (const char* name : {"country", "COUNTRY", "organizationName", "organizationname", "1.2.5"}) {
+    EXPECT_TRUE(schema.find(name).isCanonical) << name;
+  }
+  for (const char* name : {"c", "countryName", "1.2.3", "o", "1.2.4", "unknown", "x"}) {
+    EXPECT_FALSE(schema.find(name).isCanonical) << name;
+  }
+}
+
+/// A byte that is zero counts as any other: it makes another name.
+TEST(Schema, ByteThatIsZeroIsPartOfAName) {
+  const Schema schema({{typeOf("2.5.4.3", {"cn"})}, {}});
+  for (const std::string& name : {std::string("\0cn", 3), std::string("cn\0", 3),
+                                  std::string("\0\0\0\0\0cn", 7), std::string("\0", 1)}) {
+    EXPECT_EQ(schema.findAttributeType(name), nullptr);
+  }
+}
+
 TEST(Schema, FindsEachOfAHundredThousand) {
   std::vector<AttributeType> types;
   types.reserve(100000);

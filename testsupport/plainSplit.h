@@ -1,7 +1,7 @@
 // A second split, to compare the first with: as plain as it can be, with texts where the tool has
 // quicker ways.
-#ifndef FUZZ_PLAINSPLIT_H
-#define FUZZ_PLAINSPLIT_H
+#ifndef TESTSUPPORT_PLAINSPLIT_H
+#define TESTSUPPORT_PLAINSPLIT_H
 
 #include <map>
 #include <string>

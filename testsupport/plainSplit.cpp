@@ -1,4 +1,4 @@
-#include "fuzz/PlainSplit.h"
+#include "testsupport/plainSplit.h"
 
 #include <cstddef>
 #include <memory>
