@@ -131,6 +131,11 @@ class Place {
     directory_.write("work/in.ldif", content());
     directory_.write("work/old.ldif", content());
     directory_.write("work/config", config);
+    // Other names of the input.
+    require(::link(directory_.path("work/in.ldif").c_str(),
+                   directory_.path("work/hard.ldif").c_str()) == 0 &&
+                ::symlink("in.ldif", directory_.path("work/soft.ldif").c_str()) == 0,
+            "there can be links");
   }
 
   void checkOutside() const {
@@ -142,13 +147,16 @@ class Place {
   void checkInputs(const std::string& config) const {
     require(directory_.read("work/in.ldif") == content(), "the input stays as it is");
     require(directory_.read("work/config") == config, "the configuration stays as it is");
+  }
+
+  void checkOldFile() const {
     require(directory_.read("work/old.ldif") == content(), "a file that was there stays as it is");
   }
 
   /// Each file that came is named in a line, or has a default name.
   void checkNames(const std::vector<std::string>& lines) const {
-    std::set<std::string> allowed = {"in.ldif", "old.ldif",   "config",
-                                     "sub",     "varnel.log", "parent.ldif"};
+    std::set<std::string> allowed = {"in.ldif", "hard.ldif", "soft.ldif",  "old.ldif",
+                                     "config",  "sub",       "varnel.log", "parent.ldif"};
     for (const std::string& line : lines) {
       // A name ends at a NUL.
       const std::string value = plainLine(line).value.c_str();
@@ -301,9 +309,11 @@ bool check(const std::string& text) {
   const std::vector<std::string> lines = linesOf(text);
   const bool isAccepted = read(lines, false);
   place().checkInputs(text);
+  place().checkOldFile();
   place().checkNames(lines);
   const bool isAcceptedAgain = read(lines, true);
   require(isAcceptedAgain || !isAccepted, "recovery accepts what was accepted before");
+  place().checkInputs(text);
   place().checkNames(lines);
   place().checkOutside();
   return isAccepted;
