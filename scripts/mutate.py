@@ -25,7 +25,8 @@ import mutations
 
 TOP = pathlib.Path(__file__).resolve().parent.parent
 WORK = TOP / "build" / "mutate"
-EQUIVALENT = TOP / "scripts" / "equivalent-mutants.tsv"
+SOURCES = WORK / "sources"  # as they were at the start, whatever is edited meanwhile
+EQUIVALENT = SOURCES / "scripts" / "equivalent-mutants.tsv"
 FOLDERS = ("actors/", "common/", "config/", "driver/", "ldifsplit/", "platform/", "referrals/")
 # Tests, tables, texts, and a program that only a test runs.
 APART = re.compile(r"_test\.|SchemaProbe|unicode_tables\.|catalog\.cpp|commandLineOptions\.h|string_prep_lines")
@@ -56,7 +57,7 @@ CMAKE_OPTIONS = {
 # A mutant: `file` with one mutation. What became of it: `verdict`, and `how`, by what and when.
 Mutant = collections.namedtuple("Mutant", "file mutation")
 Result = collections.namedtuple("Result", "mutant verdict how discarded")
-Test = collections.namedtuple("Test", "name command environment directory seconds")
+Test = collections.namedtuple("Test", "name command environment directory pattern seconds")
 
 # --- Processes ------------------------------------------------------------------------------------
 
@@ -114,11 +115,16 @@ def run(command, log, directory, limit, environment=None):
 # --- A copy of the sources, and its build ---------------------------------------------------------
 
 
-def git_files():
+def copy_sources():
+    """What git knows or would add; returns the names."""
     command = ["git", "ls-files", "-z", "--cached", "--others", "--exclude-standard"]
     listed = subprocess.run(command, cwd=TOP, check=True, capture_output=True).stdout
     names = sorted(set(listed.decode().split("\0")) - {""})
-    return [name for name in names if (TOP / name).is_file()]
+    names = [name for name in names if (TOP / name).is_file()]
+    for name in names:
+        (SOURCES / name).parent.mkdir(parents=True, exist_ok=True)
+        shutil.copy(TOP / name, SOURCES / name)
+    return names
 
 
 class Bench:
@@ -135,11 +141,9 @@ class Bench:
         self.inputs = {}  # of a target: all that it is made of
         self.tests = []
 
-    def set_up(self, names):
+    def set_up(self):
         self.temporary.mkdir(mode=0o755)
-        for name in names:
-            (self.tree / name).parent.mkdir(parents=True, exist_ok=True)
-            shutil.copy(TOP / name, self.tree / name)
+        shutil.copytree(SOURCES, self.tree)
         options = [f"-D{key}={value}" for key, value in CMAKE_OPTIONS.items()]
         self.require("cmake", "-G", "Ninja", "-S", str(self.tree), "-B", str(self.build), *options)
         self.require("ninja", "-j", str(os.cpu_count()))
@@ -183,7 +187,8 @@ class Bench:
                 command = [*command, "-x"]
             environment = dict(pair.split("=", 1) for pair in properties.get("ENVIRONMENT", []))
             directory = properties.get("WORKING_DIRECTORY", str(self.build))
-            found[name] = Test(name, command, environment, directory, None)
+            pattern = "|".join(properties.get("PASS_REGULAR_EXPRESSION", []))
+            found[name] = Test(name, command, environment, directory, pattern, None)
         self.tests = list(found.values())
 
     def targets(self, test):
@@ -201,11 +206,13 @@ class Bench:
         return any(self.inputs[target] & objects for target in self.targets(test)) or not self.targets(test)
 
     def run_test(self, test):
-        """The status, None where it took too long, and the seconds that it took."""
+        """0 where it passed, None where it took too long, and the seconds that it took."""
         start = time.monotonic()
         environment = {**test.environment, "TMPDIR": str(self.temporary)}
         limit = BUILD_LIMIT if test.seconds is None else 20 + 8 * test.seconds
         status = run(test.command, self.log, test.directory, limit, environment)
+        if test.pattern and status is not None:
+            status = 0 if re.search(test.pattern, self.log.read_text(errors="replace")) else 1
         shutil.rmtree(self.temporary, ignore_errors=True)
         self.temporary.mkdir(mode=0o755)
         return status, time.monotonic() - start
@@ -300,7 +307,7 @@ def lines_around(text, begin, end):
 
 
 def before_and_after(mutant):
-    text = (TOP / mutant.file).read_text()
+    text = (SOURCES / mutant.file).read_text()
     begin, end, new, _ = mutant.mutation
     changed = mutated(text, mutant.mutation)
     return lines_around(text, begin, end), lines_around(changed, begin, begin + len(new))
@@ -318,7 +325,7 @@ def read_equivalent():
 
 
 def describe(mutant):
-    text = (TOP / mutant.file).read_text()
+    text = (SOURCES / mutant.file).read_text()
     before, after = before_and_after(mutant)
     line = line_of(text, mutant.mutation)
     return f"{mutant.file}:{line} {mutant.mutation.kind}\n    - {before}\n    + {after}"
@@ -330,7 +337,7 @@ def all_mutants(names, places):
     for name in names:
         if not name.startswith(FOLDERS) or not name.endswith((".cpp", ".h")) or APART.search(name):
             continue
-        text = (TOP / name).read_text()
+        text = (SOURCES / name).read_text()
         for mutation in mutations.mutations_of(text):
             if not places or {name, f"{name}:{line_of(text, mutation)}"} & places:
                 found.append(Mutant(name, mutation))
@@ -354,14 +361,14 @@ def draw(mutants, count, seed):
 bench = None  # of this worker
 
 
-def start_worker(numbers, temporary, names, tests):
+def start_worker(numbers, temporary, tests):
     global bench
     die_with_parent(signal.SIGKILL)
     signal.signal(signal.SIGINT, signal.SIG_IGN)
     signal.signal(signal.SIGTERM, signal.SIG_DFL)
     adopt_orphans()
     bench = Bench(numbers.get(), temporary)
-    bench.set_up(names)
+    bench.set_up()
     if tests:
         durations = {test.name: test.seconds for test in tests}
         bench.tests = [test._replace(seconds=durations[test.name]) for test in bench.tests]
@@ -402,7 +409,7 @@ def report(results, seed):
 
 
 def conduct(options, temporary):
-    names = git_files()
+    names = copy_sources()
     drawn = draw(all_mutants(names, set(options.places)), options.n, options.s)
     if not drawn:
         sys.exit("There is nothing to mutate there.")
@@ -411,11 +418,11 @@ def conduct(options, temporary):
             print(describe(stratum[0]))
         return 0
     print(f"{len(drawn)} mutants. First the build and the tests without any.", flush=True)
-    with workers(1, 0, temporary, names, []) as first:
+    with workers(1, 0, temporary, []) as first:
         tests = first.submit(measure_tests).result()
     print(f"{len(tests)} tests, {sum(test.seconds for test in tests):.0f} s.", flush=True)
     equivalent, results = read_equivalent(), []
-    with workers(options.j, 1, temporary, names, tests) as pool:
+    with workers(options.j, 1, temporary, tests) as pool:
         pending = [pool.submit(work, stratum, equivalent) for stratum in drawn]
         for future in concurrent.futures.as_completed(pending):
             result = future.result()
