@@ -14,13 +14,12 @@ char* g_configFile = nullptr;
 
 namespace {
 
-/// The kinds of schema files that an instance has.
-enum SchemaKind { systemSchema = 0, userSchema = 1 };
+using QuorInstanceUtils::CfgInst;
 
 /// The schema files of one kind; the instance has to outlive the list.
 class SchemaFiles {
  public:
-  SchemaFiles(QuorInstanceUtils::CfgInst& instance, SchemaKind kind) : instance_(instance) {
+  SchemaFiles(CfgInst& instance, CfgInst::SchemaKind kind) : instance_(instance) {
     instance_.querySchemaFiles(kind, &files_, &count_);
   }
   ~SchemaFiles() { instance_.freeSchemaFiles(files_); }
@@ -35,7 +34,7 @@ class SchemaFiles {
   }
 
  private:
-  QuorInstanceUtils::CfgInst& instance_;
+  CfgInst& instance_;
   char** files_ = nullptr;
   int count_ = 0;
 };
@@ -65,9 +64,9 @@ void loadSchemaFiles(const std::string& instanceName) {
   const std::unique_ptr<char, decltype(&std::free)> name(validated(duplicate(instanceName)),
                                                          &std::free);
   TRACE(traceProgress, "Reading schema from configuration file %s\n", g_configFile);
-  QuorInstanceUtils::CfgInst instance(name.get(), nullptr, true);
-  SchemaFiles(instance, systemSchema).parseAll();
-  const SchemaFiles userFiles(instance, userSchema);
+  CfgInst instance(name.get(), nullptr, true);
+  SchemaFiles(instance, CfgInst::systemSchema).parseAll();
+  const SchemaFiles userFiles(instance, CfgInst::userSchema);
   userFiles.parseAll();
   ldcf_api_schema_complete();
 }

@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string_view>
 
 #include "fuzz/require.h"
@@ -19,8 +18,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   });
   schema::parseText(std::string_view(reinterpret_cast<const char*>(data), size), "input", builder);
   require(builder.problemCount() == problems, "every problem is reported");
-  const std::unique_ptr<schema::Schema> schema = builder.complete();
-  const schema::AttributeType* name = schema->findAttributeType("cn");
+  const schema::Schema schema(builder.complete());
+  const schema::AttributeType* name = schema.findAttributeType("cn");
   require(name == nullptr || !name->canonicalType.empty(), "a type has a name or a number");
   return 0;
 }

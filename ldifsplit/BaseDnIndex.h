@@ -4,9 +4,8 @@
 
 #include <bitset>
 #include <cstddef>
-#include <cstring>
+#include <cstdint>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 namespace ldifsplit {
@@ -22,32 +21,17 @@ class BaseDnIndex {
 
   /// The index in the list of the first base DN of exactly these bytes, or none.
   std::size_t find(const char* text, std::size_t size) const {
-    if (!sizes_[size % sizes_.size()]) {
-      return none;
-    }
-    const auto found = indexes_.find(Text{text, size});
-    return found != indexes_.end() ? found->second : none;
+    return sizes_[size % sizes_.size()] ? lookUp(text, size) : none;
   }
 
  private:
-  /// A text that stands elsewhere.
-  struct Text {
-    const char* data;
-    std::size_t size;
-  };
+  static std::uint64_t hash(const char* text, std::size_t size);
+  std::size_t lookUp(const char* text, std::size_t size) const;
 
-  struct Hash {
-    std::size_t operator()(const Text& text) const;
-  };
-
-  struct Equal {
-    bool operator()(const Text& a, const Text& b) const {
-      return a.size == b.size && std::memcmp(a.data, b.data, a.size) == 0;
-    }
-  };
-
+  const std::vector<std::string>& baseDNs_;
   std::bitset<256> sizes_;  // that base DNs have; a longer one counts as its remainder
-  std::unordered_map<Text, std::size_t, Hash, Equal> indexes_;
+  // A hash table with open addressing, at most half full: indexes in the list, and none.
+  std::vector<std::size_t> slots_;
 };
 
 }  // namespace ldifsplit

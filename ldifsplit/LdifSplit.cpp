@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <set>
 #include <unordered_map>
 #include <vector>
 
@@ -86,7 +87,8 @@ class Splitter {
         defaultOutputFile_(&defaultOutputFile),
         firstLine_(firstLine),
         input_(openInput()),
-        reader_(input_.get()) {
+        reader_(input_.get()),
+        outputs_(countOutputFiles(actors)) {
     for (const auto& actor : actors) {
       actors_.push_back(actor.second);
     }
@@ -96,12 +98,14 @@ class Splitter {
 
  private:
   static std::vector<std::string> keysOf(const std::map<std::string, LdifActor*>& actors);
+  static std::size_t countOutputFiles(const std::map<std::string, LdifActor*>& actors);
   AutoClose openInput() const;
   void readFirstLine();
   void readPhysicalLine();
   void readContinuations();
 
   void splitLine();
+  void dropLine() const;
   void copyAttributeLine();
   void startRecordAsWritten();
   void splitOtherLine();
@@ -112,6 +116,7 @@ class Splitter {
   std::FILE* streamOf(const std::string& name);
 
   void extendRun();
+  void takeOrdinaryLines();
   void writeRun();
   void writeRunLineByLine(std::size_t taken);
   void writeRecordStart(const char* dn, std::size_t size);
@@ -147,6 +152,16 @@ std::vector<std::string> Splitter::keysOf(const std::map<std::string, LdifActor*
     keys.push_back(actor.first);
   }
   return keys;
+}
+
+/// Those of the actors, each name once, and the default output file.
+std::size_t Splitter::countOutputFiles(const std::map<std::string, LdifActor*>& actors) {
+  std::set<std::string> names;
+  for (const auto& actor : actors) {
+    const std::vector<std::string>& files = actor.second->getOutputFiles();
+    names.insert(files.begin(), files.end());
+  }
+  return names.size() + 1;
 }
 
 AutoClose Splitter::openInput() const {
@@ -202,6 +217,12 @@ void Splitter::splitLine() {
     copyAttributeLine();
     return;
   }
+  const char first = *reader_.data();
+  if (first == '#' || first == '\n' || first == '\0' || first == '\r') {
+    writeRun();
+    dropLine();
+    return;
+  }
   switch (ldifLineKind(reader_.data(), reader_.size())) {
     case LdifLineKind::attribute:
       copyAttributeLine();
@@ -217,9 +238,17 @@ void Splitter::splitLine() {
   }
 }
 
+/// A comment or an empty line.
+void Splitter::dropLine() const {
+  if (reader_.startsWithLaterPiece()) {
+    warnOfPiece();
+  }
+}
+
 void Splitter::copyAttributeLine() {
   if (targets_.size() == 1) {
     extendRun();
+    takeOrdinaryLines();
   } else {
     // Line by line, so that a failure leaves the files alike.
     writeLine(reader_.data(), reader_.size());
@@ -238,19 +267,13 @@ void Splitter::startRecordAsWritten() {
     traceStart(targets_.front());
     run_ = Run{reader_.size() + 1, true, lineNumber_};
     reader_.holdWithLineFeedBefore();
+    takeOrdinaryLines();
   } else {
     writeRecordStart(dn, size);
   }
 }
 
 void Splitter::splitOtherLine() {
-  const char first = *reader_.data();
-  if (first == '#' || first == '\n' || first == '\0' || first == '\r') {
-    if (reader_.startsWithLaterPiece()) {
-      warnOfPiece();
-    }
-    return;
-  }
   const ParsedLine line = parseLine();
   if (line.opensRecord()) {
     const std::size_t size = std::strlen(line.value);
@@ -326,7 +349,7 @@ std::FILE* Splitter::streamOf(const std::string& name) {
 
 /// Adds the logical line at hand to the run.
 void Splitter::extendRun() {
-  if (run_.size + reader_.size() >= OutputFileSet::bufferSize) {
+  if (run_.size + reader_.size() >= outputs_.bufferSize()) {
     writeRun();
   }
   if (run_.size == 0) {
@@ -334,6 +357,16 @@ void Splitter::extendRun() {
     reader_.hold();
   }
   run_.size += reader_.size();
+}
+
+/// Adds the lines that follow to the run, as far as nothing about them needs a look.
+void Splitter::takeOrdinaryLines() {
+  if (run_.size >= outputs_.bufferSize()) {
+    return;
+  }
+  const LineReader::Taken taken = reader_.takeOrdinaryLines(outputs_.bufferSize() - 1 - run_.size);
+  lineNumber_.next(taken.lines);
+  run_.size += taken.size;
 }
 
 void Splitter::writeRun() {

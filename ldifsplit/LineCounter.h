@@ -10,11 +10,8 @@ class LineCounter {
  public:
   explicit LineCounter(int number = 0) : number_(number) {}
 
-  void next() {
-    if (number_ < INT_MAX) {
-      ++number_;
-    }
-  }
+  /// Goes on by so many lines.
+  void next(int lines = 1) { number_ = number_ < INT_MAX - lines ? number_ + lines : INT_MAX; }
 
   int number() const { return number_; }
 

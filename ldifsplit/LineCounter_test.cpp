@@ -25,4 +25,17 @@ TEST(LineCounter, StaysAtTheLargestInt) {
   EXPECT_EQ(counter.number(), 2147483647);
 }
 
+TEST(LineCounter, CountsSeveralLinesAtOnce) {
+  LineCounter counter(5);
+  counter.next(7);
+  EXPECT_EQ(counter.number(), 12);
+  counter.next(0);
+  EXPECT_EQ(counter.number(), 12);
+  LineCounter high(2147483000);
+  high.next(646);
+  EXPECT_EQ(high.number(), 2147483646);
+  high.next(100);
+  EXPECT_EQ(high.number(), 2147483647);
+}
+
 }  // namespace

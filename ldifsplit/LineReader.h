@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <memory>
 
+#include "platform/ldif/ldifLineKind.h"
 #include "platform/text/Bytes16.h"
 
 namespace ldifsplit {
@@ -46,6 +47,42 @@ class LineReader {
     }
     takeThrough(lineFeed);
     return true;
+  }
+
+  /// Lines taken together.
+  struct Taken {
+    int lines;
+    std::size_t size;  // in bytes
+  };
+
+  /// Takes the ordinary attribute lines (see isOrdinaryAttributeLine) that follow, each a logical
+  /// line without a fold, as far as they stand in memory already and have `most` bytes together.
+  /// The last becomes the logical line; nothing changes where there is none. The logical line
+  /// before has to end with its line feed. The greater part of most inputs goes this way.
+  Taken takeOrdinaryLines(std::size_t most) {
+    // In registers: a call for each line would have them written to memory and read again.
+    const char* const block = block_.get();
+    const std::size_t last = std::min(lineEnd_ + most, dataEnd_ - 1);  // the next byte is looked at
+    std::size_t begin = lineBegin_;
+    std::size_t end = lineEnd_;
+    int lines = 0;
+    while (isOrdinaryAttributeLine(block + end)) {
+      const std::size_t lineFeed = nextLineFeed();
+      if (lineFeed >= last || lineFeed - end >= maximalPhysicalLine || block[lineFeed + 1] == ' ') {
+        break;
+      }
+      lineFeeds_ &= lineFeeds_ - 1;
+      begin = end;
+      end = lineFeed + 1;
+      ++lines;
+    }
+    const Taken taken{lines, end - lineEnd_};
+    if (lines > 0) {
+      lineBegin_ = begin;
+      lineEnd_ = end;
+      startsWithLaterPiece_ = false;
+    }
+    return taken;
   }
 
   /// Whether the next byte of the input is a blank. At the end of the input and after a read error

@@ -15,8 +15,12 @@ namespace ldifsplit {
 /// exits.
 class OutputFileSet {
  public:
-  /// The size of a stream's buffer: fewer and larger writes than with the library's own.
-  static constexpr std::size_t bufferSize = std::size_t{64} * 1024;
+  /// `expectedFiles`: how many there may be in all. It decides on the size of the buffers.
+  explicit OutputFileSet(std::size_t expectedFiles);
+
+  /// The size of each stream's buffer. Few files get large buffers, for fewer writes; those of many
+  /// files have to stay in the processor's cache together, or each entry waits for memory.
+  std::size_t bufferSize() const { return bufferSize_; }
 
   /// Creates or empties the file and gives it its header, unless the set has it already; throws
   /// LdifSplitException, line 0, where that fails.
@@ -30,7 +34,8 @@ class OutputFileSet {
   void closeAll(int line);
 
  private:
-  std::map<std::string, std::FILE*> nametofp;
+  const std::size_t bufferSize_;
+  std::map<std::string, std::FILE*> nametofp;  // a null pointer once a file is closed
   std::vector<char*> buffers_;  // of the streams, theirs for as long as they are open
 };
 

@@ -41,7 +41,7 @@ class OutputFiles : public ::testing::Test {
   }
 
   TemporaryDirectory directory_;
-  OutputFileSet files_;
+  OutputFileSet files_{2};
 };
 
 TEST_F(OutputFiles, FileIsOpenedWithItsHeader) {
@@ -118,6 +118,38 @@ TEST_F(OutputFiles, SetIsEmptyAfterAFailingClose) {
   write(fullDisk("a"), "text");
   expectCloseFailure(1, path("a"));
   EXPECT_NO_THROW(files_.closeAll(1));
+}
+
+TEST(OutputFileSetBuffers, AreSmallerTheMoreFilesThereAre) {
+  const std::size_t kB = 1024;
+  for (const auto& row : std::vector<std::pair<std::size_t, std::size_t>>{{0, 64 * kB},
+                                                                          {1, 64 * kB},
+                                                                          {16, 64 * kB},
+                                                                          {17, 32 * kB},
+                                                                          {32, 32 * kB},
+                                                                          {33, 16 * kB},
+                                                                          {64, 16 * kB},
+                                                                          {65, 8 * kB},
+                                                                          {129, 4 * kB},
+                                                                          {100000, 4 * kB}}) {
+    EXPECT_EQ(OutputFileSet(row.first).bufferSize(), row.second) << row.first;
+  }
+}
+
+class OutputFilesDeathTest : public OutputFiles {
+ protected:
+  OutputFilesDeathTest() { ::testing::FLAGS_gtest_death_test_style = "threadsafe"; }
+};
+
+TEST_F(OutputFilesDeathTest, StreamOfAFileThatWasNotOpenedAborts) {
+  EXPECT_DEATH(files_.stream(path("a")),
+               "nametofp\\.find\\(nextFilename\\) != nametofp\\.end\\(\\)");
+}
+
+TEST_F(OutputFilesDeathTest, StreamOfAFileThatIsClosedAborts) {
+  files_.open(path("a"));
+  files_.closeAll(1);
+  EXPECT_DEATH(files_.stream(path("a")), "outfile != __null");
 }
 
 }  // namespace

@@ -44,8 +44,6 @@ extern "C" {
 // The names are the linker's.
 // NOLINTBEGIN(bugprone-reserved-identifier)
 std::size_t __real_fwrite(const void* data, std::size_t size, std::size_t count, std::FILE* stream);
-std::size_t __real_fwrite_unlocked(const void* data, std::size_t size, std::size_t count,
-                                   std::FILE* stream);
 int __real_fclose(std::FILE* stream);
 ssize_t __real_read(int file, void* buffer, std::size_t size);
 
@@ -56,15 +54,6 @@ std::size_t __wrap_fwrite(const void* data, std::size_t size, std::size_t count,
   }
   goodWrites -= goodWrites > 0 ? 1 : 0;
   return __real_fwrite(data, size, count, stream);
-}
-
-std::size_t __wrap_fwrite_unlocked(const void* data, std::size_t size, std::size_t count,
-                                   std::FILE* stream) {
-  if (isToFail()) {
-    return 0;
-  }
-  goodWrites -= goodWrites > 0 ? 1 : 0;
-  return __real_fwrite_unlocked(data, size, count, stream);
 }
 
 int __wrap_fclose(std::FILE* stream) {
@@ -154,7 +143,7 @@ TEST_F(Faults, HeaderIsTwoPieces) {
 }
 
 TEST_F(Faults, FilesAreClosedInAscendingOrderOfTheirNames) {
-  OutputFileSet files;
+  OutputFileSet files(4);
   std::vector<std::FILE*> expected;
   for (const char* name : {"server2", "a", "Z", "server10"}) {
     files.open(directory_.path(name));

@@ -5,7 +5,6 @@
 #include "platform/dirclient/DnParser.h"
 #include "platform/dirclient/NormalFormScan.h"
 #include "platform/dirclient/normalizeValue.h"
-#include "platform/text/ascii.h"
 #include "platform/text/upperCaseCopy.h"
 
 namespace dirclient {
@@ -13,24 +12,26 @@ namespace {
 
 constexpr std::size_t usualAvaCount = 12;
 
+void appendInUpperCase(std::string_view from, std::pmr::string& text) {
+  const std::size_t size = text.size();
+  text.resize(size + from.size());
+  text::upperCaseCopy(from.data(), from.size(), text.data() + size);
+}
+
 void appendType(std::string_view type, const schema::AttributeType* attribute,
                 std::pmr::string& text) {
   if (attribute != nullptr) {
     text += attribute->canonicalType;
     return;
   }
-  for (const char c : type) {
-    text += text::toAsciiUpper(c);
-  }
+  appendInUpperCase(type, text);
 }
 
 void appendValue(const WrittenAva& ava, const schema::AttributeType* attribute,
                  const schema::Schema* schema, int nesting, std::pmr::string& text) {
   if (ava.form == WrittenAva::Form::ber) {
     text += '#';
-    for (const char c : ava.value) {
-      text += text::toAsciiUpper(c);
-    }
+    appendInUpperCase(ava.value, text);
     return;
   }
   const auto rule = attribute != nullptr ? attribute->equality : schema::EqualityRule::none;
@@ -66,28 +67,50 @@ bool DnNormalizer::normalize(std::string_view dn) {
 }
 
 bool DnNormalizer::scan(std::string_view dn) {
-  NormalFormScan scan(dn, schema_);
+  NormalFormScan scan(dn, schema_, NormalFormScan::Accept::everyByte);
   if (!scan.run([this](const NormalAva& ava) { avas_.push_back(ava); })) {
     return false;
   }
   rdnCount_ = scan.rdnCount();
   written_ = dn;
-  if (scan.sawLowerCase()) {
-    writeInUpperCase(dn);
+  if (scan.sawOutsideAscii() || scan.sawLowerCase()) {
+    write(dn);
   }
   sortAvas();
   return true;
 }
 
-/// Writes all but the values that do not ignore case in upper case.
-void DnNormalizer::writeInUpperCase(std::string_view dn) {
-  writtenBuffer_.resize(dn.size());
-  text::upperCaseCopy(dn.data(), dn.size(), writtenBuffer_.data());
-  for (const NormalAva& ava : avas_) {
-    if (!ava.ignoresCase) {
-      dn.copy(writtenBuffer_.data() + ava.equals, ava.end - ava.equals, ava.equals);
+/// Writes all in upper case but the values that are to be prepared, and those whose case counts.
+void DnNormalizer::write(std::string_view dn) {
+  std::size_t copied = 0;  // of the DN
+  writtenBuffer_.reserve(dn.size() + dn.size() / 8);
+  const auto copyUpTo = [&](std::size_t end) {
+    appendInUpperCase(dn.substr(copied, end - copied), writtenBuffer_);
+    copied = end;
+  };
+  for (NormalAva& ava : avas_) {
+    const std::string_view type = dn.substr(ava.begin, ava.equals - ava.begin);
+    const std::string_view value = dn.substr(ava.equals + 1, ava.end - ava.equals - 1);
+    const std::size_t moved = writtenBuffer_.size() - copied;  // by so much, for now
+    ava.begin += moved;
+    ava.equals += moved;
+    if (ava.isAscii && ava.ignoresCase) {
+      ava.end += moved;
+      continue;
     }
+    copyUpTo(ava.equals + 1 - moved);
+    if (ava.isAscii) {
+      writtenBuffer_ += value;
+    } else {
+      const schema::AttributeType* const attribute =
+          schema_ != nullptr ? schema_->findAttributeType(type) : nullptr;
+      const auto rule = attribute != nullptr ? attribute->equality : schema::EqualityRule::none;
+      appendNormalValue(value, rule, schema_, nesting_, writtenBuffer_);
+    }
+    copied += value.size();
+    ava.end = writtenBuffer_.size();
   }
+  copyUpTo(dn.size());
   written_ = writtenBuffer_;
 }
 
@@ -101,7 +124,7 @@ bool DnNormalizer::parse(std::string_view dn) {
     if (!avas_.empty()) {
       writtenBuffer_ += avas_.back().lastInRdn ? ',' : '+';
     }
-    NormalAva normal{writtenBuffer_.size(), 0, 0, ava.lastInRdn, false};
+    NormalAva normal{writtenBuffer_.size(), 0, 0, ava.lastInRdn, false, false};
     const schema::AttributeType* attribute =
         schema_ != nullptr ? schema_->findAttributeType(ava.type) : nullptr;
     appendType(ava.type, attribute, writtenBuffer_);

@@ -53,7 +53,7 @@ class DnNormalizer {
 
  private:
   bool scan(std::string_view dn);
-  void writeInUpperCase(std::string_view dn);
+  void write(std::string_view dn);
   bool parse(std::string_view dn);
   void sortAvas();
   bool fail();

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <optional>
 #include <ostream>
 #include <random>
@@ -11,12 +10,12 @@
 
 #include "platform/dirclient/NormalFormScan.h"
 #include "platform/schema/Schema.h"
+#include "testsupport/SchemaProbe.h"
 
 namespace {
 
 using dirclient::DnNormalizer;
 using dirclient::NormalAva;
-using schema::EqualityRule;
 
 /// The normal form, or nothing for what is no usable DN.
 std::optional<std::string> normalForm(const std::string& dn,
@@ -286,61 +285,33 @@ TEST(Scan, AgreesWithTheParser) {
 // --- With a schema -----------------------------------------------------------------------------
 
 /// A schema of one attribute type for each rule, by the names that the tests below use.
-class TestSchema : public schema::Schema {
- public:
-  TestSchema() {
-    add("2.5.4.3", {"cn", "commonName"}, EqualityRule::caseIgnore);
-    add("2.5.4.10", {"organizationName", "o"}, EqualityRule::caseIgnore);
-    add("1.1.1", {"exact"}, EqualityRule::caseExact);
-    add("1.1.2", {"exactIA5"}, EqualityRule::caseExactIA5);
-    add("1.1.3", {"ia5"}, EqualityRule::caseIgnoreIA5);
-    add("1.1.4", {"list"}, EqualityRule::caseIgnoreList);
-    add("1.1.5", {"name"}, EqualityRule::distinguishedName);
-    add("1.1.6", {"int"}, EqualityRule::integer);
-    add("1.1.7", {"num"}, EqualityRule::numericString);
-    add("1.1.8", {"tel"}, EqualityRule::telephoneNumber);
-    add("1.1.9", {"bool"}, EqualityRule::boolean);
-    add("1.1.10", {"time"}, EqualityRule::generalizedTime);
-    add("1.1.11", {"oidValue"}, EqualityRule::objectIdentifier);
-    add("1.1.12", {"octets"}, EqualityRule::octetString);
-    add("1.1.13", {"bits"}, EqualityRule::bitString);
-    add("1.1.14", {}, EqualityRule::caseExact);
-    add("1.1.15", {"noRule"}, EqualityRule::none);
-  }
+schema::Definitions definitionsOfEveryRule() {
+  schema::SchemaProbe probe;
+  probe.parse(R"(
+attributetype ( 2.5.4.3 NAME ( 'cn' 'commonName' ) EQUALITY caseIgnoreMatch SYNTAX 1.9 )
+attributetype ( 2.5.4.10 NAME ( 'organizationName' 'o' ) EQUALITY caseIgnoreMatch SYNTAX 1.9 )
+attributetype ( 1.1.1 NAME 'exact' EQUALITY caseExactMatch SYNTAX 1.9 )
+attributetype ( 1.1.2 NAME 'exactIA5' EQUALITY caseExactIA5Match SYNTAX 1.9 )
+attributetype ( 1.1.3 NAME 'ia5' EQUALITY caseIgnoreIA5Match SYNTAX 1.9 )
+attributetype ( 1.1.4 NAME 'list' EQUALITY caseIgnoreListMatch SYNTAX 1.9 )
+attributetype ( 1.1.5 NAME 'name' EQUALITY distinguishedNameMatch SYNTAX 1.9 )
+attributetype ( 1.1.6 NAME 'int' EQUALITY integerMatch SYNTAX 1.9 )
+attributetype ( 1.1.7 NAME 'num' EQUALITY numericStringMatch SYNTAX 1.9 )
+attributetype ( 1.1.8 NAME 'tel' EQUALITY telephoneNumberMatch SYNTAX 1.9 )
+attributetype ( 1.1.9 NAME 'bool' EQUALITY booleanMatch SYNTAX 1.9 )
+attributetype ( 1.1.10 NAME 'time' EQUALITY generalizedTimeMatch SYNTAX 1.9 )
+attributetype ( 1.1.11 NAME 'oidValue' EQUALITY objectIdentifierMatch SYNTAX 1.9 )
+attributetype ( 1.1.12 NAME 'octets' EQUALITY octetStringMatch SYNTAX 1.9 )
+attributetype ( 1.1.13 NAME 'bits' EQUALITY bitStringMatch SYNTAX 1.9 )
+attributetype ( 1.1.14 EQUALITY caseExactMatch SYNTAX 1.9 )
+attributetype ( 1.1.15 NAME 'noRule' SYNTAX 1.9 )
+attributetype ( 1.1.16 NAME ( 'street' 'avenue' ) EQUALITY caseIgnoreMatch SYNTAX 1.9 )
+)");
+  EXPECT_TRUE(probe.problems().empty());
+  return probe.builder().complete();
+}
 
-  const schema::AttributeType* findAttributeType(std::string_view type) const override {
-    const auto found = types_.find(upper(type));
-    return found != types_.end() ? &found->second : nullptr;
-  }
-
-  std::string_view findObjectIdentifier(std::string_view name) const override {
-    const schema::AttributeType* found = findAttributeType(name);
-    return found != nullptr ? std::string_view(found->oid) : std::string_view();
-  }
-
-  std::size_t attributeTypeCount() const override { return types_.size(); }
-
- private:
-  static std::string upper(std::string_view text) {
-    std::string result;
-    for (const char c : text) {
-      result += c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-    }
-    return result;
-  }
-
-  void add(const std::string& oid, const std::vector<std::string>& names, EqualityRule rule) {
-    schema::AttributeType type{oid, names, names.empty() ? oid : upper(names.front()), rule};
-    types_[oid] = type;
-    for (const std::string& name : names) {
-      types_[upper(name)] = type;
-    }
-  }
-
-  std::map<std::string, schema::AttributeType> types_;
-};
-
-const TestSchema testSchema;
+const schema::Schema testSchema(definitionsOfEveryRule());
 
 class SchemaRdn : public ::testing::TestWithParam<Row> {};
 
@@ -364,6 +335,8 @@ INSTANTIATE_TEST_SUITE_P(
                       Row{"DottedNumber", "2.5.4.3=jo", "CN=JO"},
                       Row{"OidPrefixAndNumber", "oid.2.5.4.3=jo", "CN=JO"},
                       Row{"AliasInNormalCase", "O=X", "ORGANIZATIONNAME=X"},
+                      Row{"AliasAsLongAsTheFirstName", "avenue=x", "STREET=X"},
+                      Row{"AliasAsLongAsTheFirstNameInNormalCase", "AVENUE=X", "STREET=X"},
                       Row{"NumberOfATypeWithoutName", "1.1.14=Ab", "1.1.14=Ab"},
                       Row{"UnknownTypeAsWithoutSchema", "foo=Ab  c", "FOO=AB C"},
                       Row{"TypeWithoutRuleAsWithoutSchema", "norule=Ab  c", "NORULE=AB C"},

@@ -18,6 +18,7 @@ struct NormalAva {
   std::size_t end;
   bool lastInRdn;
   bool ignoresCase;  // the value is in upper case
+  bool isAscii;
 };
 
 }  // namespace dirclient

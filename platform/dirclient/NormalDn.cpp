@@ -5,16 +5,18 @@
 #include "platform/dirclient/DnNormalizer.h"
 #include "platform/dirclient/NormalFormScan.h"
 #include "platform/schema/Schema.h"
+#include "platform/text/isAscii.h"
 #include "platform/text/upperCaseCopy.h"
 
 namespace dirclient {
 
 void NormalDn::normalize(const char* dn, std::size_t size, bool bySchema) {
   const schema::Schema* const schema = bySchema ? schema::loadedSchema() : nullptr;
-  isBySchema_ = bySchema;
   if (normalizeOrdinary(dn, size, schema)) {
+    isLight_ = true;
     return;
   }
+  isLight_ = schema == nullptr;
   DnNormalizer normalizer(schema);
   normalizer.normalize(std::string_view(dn, size));
   text_.assign(normalizer.text());
@@ -27,6 +29,9 @@ void NormalDn::normalize(const char* dn, std::size_t size, bool bySchema) {
 /// Nearly every DN needs nothing but capitals. For those no other memory is needed than this
 /// object's.
 bool NormalDn::normalizeOrdinary(const char* dn, std::size_t size, const schema::Schema* schema) {
+  if (!text::isAscii(dn, size)) {
+    return false;
+  }
   NormalFormScan scan(std::string_view(dn, size), schema);
   bool ignoresCase = true;
   forgetRdns();
@@ -37,8 +42,8 @@ bool NormalDn::normalizeOrdinary(const char* dn, std::size_t size, const schema:
   if (!recognised || scan.hasSeveralValues() || !ignoresCase) {
     return false;
   }
-  text_.assign(dn, size);
-  text::upperCaseCopy(text_.data(), size, text_.data());
+  text_.resize(size);
+  text::upperCaseCopy(dn, size, text_.data());
   return true;
 }
 

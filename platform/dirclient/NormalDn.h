@@ -38,8 +38,9 @@ class NormalDn {
   /// The highest index of an RDN with several values, or 0: the leftmost RDN is not told from none.
   std::size_t lastRdnOfSeveralValues() const { return lastRdnOfSeveralValues_; }
 
-  /// Whether it was normalised by a schema.
-  bool isBySchema() const { return isBySchema_; }
+  /// Whether it is sure to be the light normal form of the DN too. That it is by a schema does not
+  /// have to make a difference.
+  bool isLight() const { return isLight_; }
 
  private:
   bool normalizeOrdinary(const char* dn, std::size_t size, const schema::Schema* schema);
@@ -50,7 +51,7 @@ class NormalDn {
   std::vector<std::size_t> rdnBegins_;
   std::size_t nextRdnBegin_ = 0;  // while the assertions of a DN are taken
   std::size_t lastRdnOfSeveralValues_ = 0;
-  bool isBySchema_ = false;
+  bool isLight_ = true;
 };
 
 /// What get_hash_value_from_dn() says of the two texts, without reading again what their

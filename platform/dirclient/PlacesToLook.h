@@ -2,6 +2,7 @@
 #ifndef PLATFORM_DIRCLIENT_PLACESTOLOOK_H
 #define PLATFORM_DIRCLIENT_PLACESTOLOOK_H
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -11,9 +12,9 @@
 
 namespace dirclient {
 
-/// Finds, from left to right, the bytes of a DN that may be more than a part of a type or value:
-/// separators, `=`, blanks, `\`, all that is escaped in a normal form, control bytes, and whatever
-/// is not ASCII. Some harmless punctuation is among them. Sixty-four bytes are looked at together.
+/// Finds, from left to right, the ASCII characters of a DN that cannot stand in an attribute type.
+/// All that separates, escapes or has to be escaped is among them, and so are blanks and control
+/// bytes. Sixty-four bytes are looked at together.
 class PlacesToLook {
  public:
   /// `dn` has to outlive this object.
@@ -27,12 +28,15 @@ class PlacesToLook {
       }
       lookAtNextWindow();
     }
-    const auto place = text::firstPlace(places_);
+    const std::size_t place = text::firstPlace(places_);
     places_ &= places_ - 1;
     return windowBegin_ + place;
   }
 
-  /// Whether a small letter stands before the end of what was looked at.
+  /// Whether a byte outside ASCII is among what was looked at: at least all up to the last place.
+  bool sawOutsideAscii() const { return outsideAscii_ != 0; }
+
+  /// The same for small letters.
   bool sawLowerCase() const { return smallLetters_ != 0; }
 
  private:
@@ -40,33 +44,38 @@ class PlacesToLook {
 
   void lookAtNextWindow() {
     windowBegin_ = windowEnd_;
-    for (std::size_t shift = 0; shift < windowSize && windowEnd_ < dn_.size();
-         shift += text::bytesAtOnce) {
-      const std::size_t left = dn_.size() - windowEnd_;
-      if (left >= text::bytesAtOnce) {
-        look(dn_.data() + windowEnd_, 0, shift);
-        windowEnd_ += text::bytesAtOnce;
-        continue;
-      }
-      if (dn_.size() >= text::bytesAtOnce) {
-        // The last sixteen bytes of the DN; those that were looked at before are shifted out.
-        look(dn_.data() + dn_.size() - text::bytesAtOnce, text::bytesAtOnce - left, shift);
-      } else {
-        std::array<char, text::bytesAtOnce> padded{};
-        dn_.copy(padded.data(), left);
-        look(padded.data(), 0, shift);
-        // The padding is made of NULs, each a place to look at.
-        places_ &= (std::uint64_t{1} << left) - 1;
-      }
-      windowEnd_ = dn_.size();
+    windowEnd_ = std::min(windowBegin_ + windowSize, dn_.size());
+    const std::size_t size = windowEnd_ - windowBegin_;
+    std::size_t done = 0;
+    for (; size - done >= text::bytesAtOnce; done += text::bytesAtOnce) {
+      look(dn_.data() + windowBegin_ + done, 0, done);
+    }
+    const std::size_t left = size - done;
+    if (left == 0) {
+      return;
+    }
+    if (windowEnd_ >= text::bytesAtOnce) {
+      // Some bytes before them are looked at a second time, and shifted out.
+      look(dn_.data() + windowEnd_ - text::bytesAtOnce, text::bytesAtOnce - left, done);
+    } else {
+      // Letters, so that no place is found behind the end.
+      std::array<char, text::bytesAtOnce> padded;
+      padded.fill('A');
+      dn_.copy(padded.data(), left);
+      look(padded.data(), 0, done);
     }
   }
 
-  void look(const char* at, std::size_t seenBefore, std::size_t shift) {
+  /// Looks at sixteen bytes; the first `seen` of them do not count, and the others stand in the
+  /// window from `offset` on.
+  void look(const char* at, std::size_t seen, std::size_t offset) {
     const text::Bytes16 bytes(at);
-    const auto care = bytes.between('\0', ',') | bytes.between(';', '>') | bytes.equal('\\') |
-                      bytes.equal('\x7F') | bytes;
-    places_ |= static_cast<std::uint64_t>(care.mask() >> seenBefore) << shift;
+    const auto inTypes = bytes.withSmallLetters().between('a', 'z') | bytes.between('0', '9') |
+                         bytes.between('-', '.') | bytes.equal('_');
+    const text::PlaceMask outsideAscii = bytes.mask();
+    const text::PlaceMask places = ~(inTypes.mask() | outsideAscii) & text::everyPlace;
+    places_ |= std::uint64_t{places >> seen} << offset;
+    outsideAscii_ |= outsideAscii;
     smallLetters_ |= bytes.between('a', 'z').mask();
   }
 
@@ -74,7 +83,8 @@ class PlacesToLook {
   std::size_t windowBegin_ = 0;
   std::size_t windowEnd_ = 0;
   std::uint64_t places_ = 0;          // those left in the window
-  text::PlaceMask smallLetters_ = 0;  // in any block
+  text::PlaceMask outsideAscii_ = 0;  // in any block
+  text::PlaceMask smallLetters_ = 0;  // the same
 };
 
 }  // namespace dirclient

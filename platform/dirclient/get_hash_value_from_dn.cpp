@@ -127,6 +127,14 @@ int serverOfTexts(std::string_view dn, std::string_view baseDn, int serverCount)
   return serverOfPart(below ? rdnBelow(entry.text(), base.text()) : entry.text(), serverCount);
 }
 
+bool isBelow(const NormalDn& dn, const NormalDn& baseDn) {
+  if (baseDn.empty() || dn.rdnCount() <= baseDn.rdnCount()) {
+    return false;
+  }
+  const std::size_t begin = dn.rdnBegin(dn.rdnCount() - baseDn.rdnCount());
+  return std::string_view(dn.text()).substr(begin) == baseDn.text();
+}
+
 std::string_view orEmpty(const char* text) {
   return text != nullptr ? std::string_view(text) : std::string_view();
 }
@@ -141,13 +149,14 @@ int dirclient::serverOf(const NormalDn& dn, const NormalDn& baseDn, int serverCo
   if (serverCount < 1) {
     return 0;
   }
-  if (!isBelow(dn.text(), baseDn.text())) {
+  if (!isBelow(dn, baseDn)) {
     return serverOfTexts(dn.text(), baseDn.text(), serverCount);
   }
-  const std::size_t above = dn.rdnBegin(dn.rdnCount() - baseDn.rdnCount() - 1);
-  const std::size_t end = dn.text().size() - baseDn.text().size() - 1;
-  const std::string_view rdn = std::string_view(dn.text()).substr(above, end - above);
+  const std::size_t below = dn.rdnCount() - baseDn.rdnCount();
+  const std::size_t begin = dn.rdnBegin(below - 1);
+  const std::size_t end = dn.rdnBegin(below) - 1;
+  const std::string_view rdn(dn.text().data() + begin, end - begin);
   // Normalising lightly what a schema made of the names keeps their RDNs apart, so that of all RDNs
   // one is enough.
-  return serverOfPart(dn.isBySchema() ? LightNormalForm(rdn).text() : rdn, serverCount);
+  return serverOfPart(dn.isLight() ? rdn : LightNormalForm(rdn).text(), serverCount);
 }

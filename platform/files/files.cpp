@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstdlib>
 
+static_assert(sizeof(off_t) >= 8, "exports are larger than 2 GB");
+
 int doesFileExist(const char* path) {
   struct stat status {};
   return path != nullptr && ::stat(path, &status) == 0 ? 1 : 0;
@@ -29,8 +31,8 @@ int isDirectory(const char* path) {
 }
 
 char* getCurrentWorkingDirectory() {
-  // The limits of path names do not hold for the working directory, so the buffer grows until it
-  // fits.
+  // The working directory may be deeper than the longest path that a call would take, so no size
+  // is large enough beforehand.
   for (std::size_t capacity = 256;; capacity *= 2) {
     char* directory = static_cast<char*>(std::malloc(capacity));
     if (directory == nullptr || ::getcwd(directory, capacity) != nullptr) {

@@ -1,4 +1,5 @@
-// Questions about files. All answer nonzero (or a pointer) for yes; a null pointer argument is no.
+// What the tool asks of the file system. The functions return nonzero, or a pointer, for yes. For a
+// null pointer as their argument the answer is no.
 #ifndef PLATFORM_FILES_FILES_H
 #define PLATFORM_FILES_FILES_H
 
@@ -6,7 +7,8 @@
 /// counts as what it points to. The file is not opened.
 int doesFileExist(const char* path);
 
-/// Creates the file, or empties it. No for anything that cannot be opened for writing.
+/// Creates the file, or empties the one there is. The answer is no if it cannot be opened for
+/// writing.
 int clearFile(const char* path);
 
 /// Whether `path` is an existing directory, or a symbolic link to one.

@@ -32,7 +32,7 @@ int CfgInst::querySchemaFiles(int kind, char*** files, int* count) const {
   if (list.empty()) {
     return 0;
   }
-  // The null pointer after the last one ends the list for freeSchemaFiles.
+  // A null pointer behind the last text tells freeSchemaFiles where the list ends.
   auto* const texts = static_cast<char**>(std::calloc(list.size() + 1, sizeof(char*)));
   if (texts == nullptr) {
     return 1;

@@ -17,9 +17,9 @@ class CfgInst {
   };
 
   /// Reads the configuration of `instance`, a name or the path of a directory. `configFile` is read
-  /// in place of the instance's own instance.conf unless it is a null pointer. Prints nothing: what
-  /// cannot be read leaves no file in the lists, and validateCmdUtility has reported it. `readOnly`
-  /// is true, as nothing is ever written.
+  /// in place of the instance's own instance.conf unless it is a null pointer. What cannot be read
+  /// is missing from the lists, without a message: validateCmdUtility reports it. `readOnly` makes
+  /// no difference: nothing is ever written.
   CfgInst(const char* instance, const char* configFile, bool readOnly);
 
   /// Sets `*files` to the paths of the schema files of that kind in the order of the configuration,

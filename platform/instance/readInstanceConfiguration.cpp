@@ -30,13 +30,13 @@ std::string_view withoutOuterBlanks(std::string_view text) {
   return text::withoutOuter(isBlank, text);
 }
 
-/// Why a file cannot be read as a regular file; empty where it can.
+/// Why the file cannot be read; empty if it can. Only regular files can.
 std::string whyUnreadable(const std::string& file) {
   struct stat status {};
   if (stat(file.c_str(), &status) != 0) {
     return text::lastError();
   }
-  // Not opened, as opening a pipe waits for its other end.
+  // To open a pipe would be to wait until somebody writes to it.
   if (!S_ISREG(status.st_mode)) {
     return S_ISDIR(status.st_mode) ? "it is a directory" : "it is not a regular file";
   }
@@ -81,7 +81,7 @@ class ConfigurationReader {
   const InstanceFaultSink& sink_;
   SchemaFileLists lists_;
   std::size_t lineNumber_ = 0;
-  std::string key_;  // of the line
+  std::string key_;  ///< of the line being read, as it is written
 };
 
 void ConfigurationReader::fault(InstanceFault::Kind kind, const std::string& what) {

@@ -49,8 +49,8 @@ using SchemaFileLists = std::array<std::vector<std::string>, 2>;
 /// Reads `configFile`: lines `systemschema: PATH` and `userschema: PATH`, with keys in any case and
 /// blanks around key and PATH; `#` comments and empty lines. A PATH is a file, or a directory whose
 /// files *.schema and *.ldif are taken in byte order, those that begin with `.` left out; one that
-/// does not begin with `/` is relative to `directory`. Every fault goes to `sink` and its line is
-/// passed over.
+/// does not begin with `/` is relative to `directory`. Every fault is given to `sink`, and the line
+/// at fault adds no file.
 SchemaFileLists readInstanceConfiguration(const std::string& instance, const std::string& directory,
                                           const std::string& configFile,
                                           const InstanceFaultSink& sink);

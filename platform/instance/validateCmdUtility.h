@@ -6,10 +6,10 @@
 /// configuration file with every line in it, and that each schema file can be read. Every fault is
 /// printed as a message of set 33 that names the instance and the file, line and key at fault.
 ///
-/// Returns 0 for a usable instance: `*configFile` is then the path of its configuration file, a
-/// malloc'ed text that the caller frees. Returns nonzero otherwise; `*configFile` is then the same
-/// text where the instance has a directory, a null pointer where it has none. What `*configFile`
-/// held before is not freed. `*instanceName` stays as it is.
+/// Returns 0 for an instance that can be used, nonzero otherwise. If the instance has a directory,
+/// `*configFile` is in both cases set to the path of its configuration file, a malloc'ed text that
+/// the caller frees; else to a null pointer. What `*configFile` held before is not freed.
+/// `*instanceName` stays as it is.
 ///
 /// The four numbers say what a utility needs of the instance. Only one need is known, to read the
 /// configuration (1, 0, 0, 0), so they make no difference.

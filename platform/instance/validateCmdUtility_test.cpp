@@ -211,6 +211,26 @@ TEST_F(ValidateCmdUtility, ReportsAConfigurationFileThatCannotBeRead) {
   EXPECT_THAT(directory.messages, HasSubstr("it is a directory"));
 }
 
+/// The memory of this process is a regular file that opens, but nothing is at its first address.
+TEST_F(ValidateCmdUtility, ReportsAConfigurationFileWhoseReadingFails) {
+  const std::string file = instance_.path("instance.conf");
+  std::filesystem::create_symlink("/proc/self/mem", file);
+  const Result result = validate(instance_.path());
+  EXPECT_FALSE(result.valid);
+  EXPECT_THAT(result.messages,
+              StartsWith("VNL033003E: Instance " + instance_.path() + ": its configuration file " +
+                         file + " cannot be read: Input/output error."));
+}
+
+TEST_F(ValidateCmdUtility, PassesOverADirectoryThatIsNamedLikeASchemaFile) {
+  instance_.write("schemas/a.schema");
+  instance_.write("schemas/x.schema/inner.schema");
+  instance_.configure("systemschema: schemas\n");
+  const Result result = validate(instance_.path());
+  EXPECT_TRUE(result.valid);
+  EXPECT_EQ(result.messages, "");
+}
+
 TEST_F(ValidateCmdUtility, WarnsOfADirectoryWithoutSchemaFiles) {
   instance_.write("empty/README");
   instance_.configure("systemschema: empty\n");

@@ -1,7 +1,5 @@
 #include "platform/ldif/ldifLineKind.h"
 
-#include <cstring>
-
 #include "platform/ldif/attributeDescription.h"
 #include "platform/text/Bytes16.h"
 
@@ -15,7 +13,7 @@ text::PlaceMask placesOutsideTypes(const char* at) {
   const Bytes16 bytes(at);
   const auto inTypes = bytes.between('a', 'z') | bytes.between('A', 'Z') | bytes.between('0', '9') |
                        bytes.between('-', '.') | bytes.equal('_');
-  return ~inTypes.mask() & 0xFFFFU;
+  return ~inTypes.mask() & text::everyPlace;
 }
 
 /// The colon behind the attribute description that the line starts with, or a null pointer.
@@ -34,7 +32,7 @@ text::PlaceMask placesOutsideBase64(const char* at) {
   const Bytes16 bytes(at);
   const auto digits = bytes.between('a', 'z') | bytes.between('A', 'Z') | bytes.between('/', '9') |
                       bytes.equal('+');
-  return ~digits.mask() & 0xFFFFU;
+  return ~digits.mask() & text::everyPlace;
 }
 
 /// Behind the digits of base64 from `at` to `end` at most.
@@ -71,12 +69,23 @@ bool isFoldedBase64(const char* at, const char* end) {
   return at == end && characters % 4 == 0;
 }
 
+/// Whether a line feed or NUL is among the bytes.
+bool hasLineFeedOrNul(const char* at, const char* end) {
+  for (; at < end; at += bytesAtOnce) {
+    const Bytes16 bytes(at);
+    const auto places = (bytes.equal('\n') | bytes.equal('\0')).mask();
+    if (places != 0) {
+      return at + text::firstPlace(places) < end;
+    }
+  }
+  return false;
+}
+
 /// Whether the value, behind "dn:", is written as the output has it: one blank, then the DN, which
 /// neither starts with a blank nor ends with a carriage return.
 bool isDnAsWritten(const char* value, const char* end) {
-  const auto size = static_cast<std::size_t>(end - value);
-  return size >= 2 && value[0] == ' ' && value[1] != ' ' && end[-1] != '\r' &&
-         std::memchr(value, '\n', size) == nullptr && std::memchr(value, '\0', size) == nullptr;
+  return end - value >= 2 && value[0] == ' ' && value[1] != ' ' && end[-1] != '\r' &&
+         !hasLineFeedOrNul(value, end);
 }
 
 }  // namespace

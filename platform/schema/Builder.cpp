@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/schema/AttributeTable.h"
 #include "platform/schema/Description.h"
-#include "platform/schema/asciiText.h"
+#include "platform/text/ascii.h"
+#include "platform/text/equalIgnoringCase.h"
 
 namespace schema {
 
@@ -16,22 +16,22 @@ bool sameNames(const std::vector<std::string>& a, const std::vector<std::string>
     return false;
   }
   for (std::size_t i = 0; i < a.size(); ++i) {
-    if (!equalIgnoringCase(a[i], b[i])) {
+    if (!text::equalIgnoringCase(a[i], b[i])) {
       return false;
     }
   }
   return true;
 }
 
-/// The rule as far as it is known without the supertypes; a type without one inherits nothing.
+/// The rule where the definition alone decides on it; nothing where a supertype does.
 std::optional<EqualityRule> ownEquality(const AttributeDefinition& definition) {
   const bool inherits = !definition.equality && !definition.supertype.empty();
   return inherits ? std::nullopt : std::optional(definition.equality.value_or(EqualityRule::none));
 }
 
-/// Whether normal forms are the same under both definitions of one OID.
+/// Whether both definitions of one OID lead to the same normal forms of DNs.
 bool agree(const AttributeDefinition& a, const AttributeDefinition& b) {
-  return sameNames(a.names, b.names) && equalIgnoringCase(a.supertype, b.supertype) &&
+  return sameNames(a.names, b.names) && text::equalIgnoringCase(a.supertype, b.supertype) &&
          ownEquality(a) == ownEquality(b);
 }
 
@@ -43,15 +43,19 @@ std::string labelOf(const AttributeDefinition& definition) {
   return shown(definition.names.empty() ? definition.oid : definition.names.front());
 }
 
-/// The name that normal forms use: the first. Only cn is always CN, wherever that name stands: the
-/// system's own entries are found by it.
+/// The name that normal forms use: the first one. Only an attribute type with the name `cn` is
+/// always CN, even where another name stands first: the entries below cn=localhost are recognised
+/// by it.
 std::string canonicalType(const AttributeType& type) {
-  const bool isCn = std::any_of(type.names.begin(), type.names.end(),
-                                [](const auto& name) { return equalIgnoringCase(name, "cn"); });
+  const bool isCn = std::any_of(type.names.begin(), type.names.end(), [](const auto& name) {
+    return text::equalIgnoringCase(name, "cn");
+  });
   if (isCn) {
     return "CN";
   }
-  return upperCase(type.names.empty() ? type.oid : type.names.front());
+  std::string canonical = type.names.empty() ? type.oid : type.names.front();
+  std::transform(canonical.begin(), canonical.end(), canonical.begin(), text::toAsciiUpper);
+  return canonical;
 }
 
 AttributeType attributeTypeOf(AttributeDefinition& definition, EqualityRule equality) {
@@ -71,12 +75,12 @@ void Builder::report(const Problem& problem) {
 }
 
 bool Builder::belongsToAnother(std::string_view key, const AttributeDefinition& definition) {
-  const auto found = byKey_.find(upperCase(key));
+  const auto found = byKey_.find(key);
   if (found == byKey_.end()) {
     return false;
   }
   const AttributeDefinition& other = definitions_[found->second];
-  if (equalIgnoringCase(other.oid, definition.oid)) {
+  if (text::equalIgnoringCase(other.oid, definition.oid)) {
     return false;
   }
   report({Problem::Kind::redefinition, definition.place.file, definition.place.line,
@@ -92,9 +96,9 @@ bool Builder::claimsForeignKey(const AttributeDefinition& definition) {
 }
 
 void Builder::indexNames(std::size_t position) {
-  byKey_.emplace(upperCase(definitions_[position].oid), position);
+  byKey_.emplace(definitions_[position].oid, position);
   for (const std::string& name : definitions_[position].names) {
-    byKey_.emplace(upperCase(name), position);
+    byKey_.emplace(name, position);
   }
 }
 
@@ -106,7 +110,7 @@ void Builder::replace(std::size_t position, AttributeDefinition definition) {
                 "EQUALITY in " + textOf(earlier.place) + "; this definition takes its place"});
   }
   for (const std::string& name : earlier.names) {
-    byKey_.erase(upperCase(name));
+    byKey_.erase(name);
   }
   earlier = std::move(definition);
   indexNames(position);
@@ -116,7 +120,7 @@ void Builder::addAttributeType(AttributeDefinition definition) {
   if (claimsForeignKey(definition)) {
     return;
   }
-  const auto found = byKey_.find(upperCase(definition.oid));
+  const auto found = byKey_.find(definition.oid);
   if (found != byKey_.end()) {
     replace(found->second, std::move(definition));
     return;
@@ -127,12 +131,12 @@ void Builder::addAttributeType(AttributeDefinition definition) {
 
 void Builder::addOtherNames(const std::vector<std::string_view>& names, const std::string& oid) {
   for (const std::string_view name : names) {
-    otherNames_.emplace(upperCase(name), oid);
+    otherNames_.emplace(name, oid);
   }
 }
 
 void Builder::addMacro(std::string_view name, const std::string& oid, const Place& place) {
-  const auto [found, added] = macros_.emplace(upperCase(name), oid);
+  const auto [found, added] = macros_.emplace(name, oid);
   if (!added && found->second != oid) {
     report({Problem::Kind::redefinition, place.file, place.line,
             "the macro " + shown(name) + " stood for " + shown(found->second) +
@@ -143,7 +147,7 @@ void Builder::addMacro(std::string_view name, const std::string& oid, const Plac
 
 std::optional<std::string> Builder::expandMacro(std::string_view text) const {
   const std::size_t colon = text.find(':');
-  const auto found = macros_.find(upperCase(text.substr(0, colon)));
+  const auto found = macros_.find(text.substr(0, colon));
   if (found == macros_.end()) {
     return std::nullopt;
   }
@@ -157,7 +161,7 @@ std::size_t Builder::findSupertype(const std::string& supertype) const {
   if (supertype.empty()) {
     return SupertypeChains::none;
   }
-  auto found = byKey_.find(upperCase(supertype));
+  auto found = byKey_.find(supertype);
   if (found == byKey_.end()) {
     if (const std::optional<std::string> oid = expandMacro(supertype)) {
       found = byKey_.find(*oid);
@@ -191,7 +195,7 @@ void Builder::reportBrokenChain(const AttributeDefinition& definition,
           definition.place.file, definition.place.line, reason});
 }
 
-std::unique_ptr<Schema> Builder::complete() {
+Definitions Builder::complete() {
   const SupertypeChains chains = supertypeChains();
   std::vector<EqualityRule> equality(definitions_.size(), EqualityRule::none);
   for (const std::size_t i : chains.topDown()) {
@@ -212,7 +216,7 @@ std::unique_ptr<Schema> Builder::complete() {
   definitions_.clear();
   byKey_.clear();
   macros_.clear();
-  return std::make_unique<AttributeTable>(std::move(types), std::exchange(otherNames_, {}));
+  return {std::move(types), std::exchange(otherNames_, {})};
 }
 
 }  // namespace schema

@@ -2,18 +2,15 @@
 #ifndef PLATFORM_SCHEMA_BUILDER_H
 #define PLATFORM_SCHEMA_BUILDER_H
 
-#include <array>
 #include <cstddef>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
-#include "platform/schema/DefinitionKind.h"
+#include "platform/schema/NameMap.h"
 #include "platform/schema/Schema.h"
 #include "platform/schema/SupertypeChains.h"
 
@@ -39,7 +36,7 @@ struct Problem {
 /// Receives each problem as it is found.
 using ProblemSink = std::function<void(const Problem&)>;
 
-/// A definition's place.
+/// Where a definition stands.
 struct Place {
   std::string file;
   std::size_t line;
@@ -54,7 +51,8 @@ struct AttributeDefinition {
   Place place;
 };
 
-/// Collects definitions and makes a Schema of them. Every fault goes to the sink and is counted.
+/// Collects the definitions of all schema files and makes a schema of them. Every fault is given to
+/// the sink and counted.
 class Builder {
  public:
   explicit Builder(ProblemSink sink) : sink_(std::move(sink)) {}
@@ -62,13 +60,14 @@ class Builder {
   void report(const Problem& problem);
   std::size_t problemCount() const { return problemCount_; }
 
-  /// Adds an attribute type. One with the OID of an earlier one takes its place, so that a user's
-  /// schema file can override the system's; unless the two agree in all that normal forms depend on
-  /// (names, SUP, EQUALITY), that is reported. One that claims a name of another OID is reported
-  /// and left out.
+  /// Adds an attribute type. If an earlier one has the same OID, the new one takes its place, so
+  /// that a user's schema file can override the system's. That is reported if the two differ in
+  /// anything that normal forms depend on: the names, SUP or EQUALITY. If an attribute type of
+  /// another OID has one of its names, that is reported and the new one is left out.
   void addAttributeType(AttributeDefinition definition);
 
-  /// Adds the names of a definition that is no attribute type; the first to claim a name has it.
+  /// Adds the names of a definition that is no attribute type. A name that an earlier one has
+  /// stays with that one.
   void addOtherNames(const std::vector<std::string_view>& names, const std::string& oid);
 
   /// Adds slapd's macro: `name` stands for `oid`. A later definition of the same name takes the
@@ -78,17 +77,12 @@ class Builder {
   /// The OID that `macro` or `macro:1.2` stands for; nothing where there is no such macro.
   std::optional<std::string> expandMacro(std::string_view text) const;
 
-  /// Counts a definition that was read, of any kind.
-  void count(DefinitionType type) { ++counts_[static_cast<std::size_t>(type)]; }
-  std::size_t countOf(DefinitionType type) const { return counts_[static_cast<std::size_t>(type)]; }
-
-  /// Resolves the chains of supertypes, reports those that cannot be resolved, and makes the schema
-  /// of the others. Leaves the builder empty.
-  std::unique_ptr<Schema> complete();
+  /// Gives each attribute type what it inherits from its supertypes, reports and leaves out those
+  /// whose supertypes are missing or lead back to themselves, and returns all the others. Leaves
+  /// the builder empty.
+  Definitions complete();
 
  private:
-  using Index = std::unordered_map<std::string, std::size_t>;
-
   bool claimsForeignKey(const AttributeDefinition& definition);
   bool belongsToAnother(std::string_view key, const AttributeDefinition& definition);
   void indexNames(std::size_t position);
@@ -99,11 +93,10 @@ class Builder {
 
   ProblemSink sink_;
   std::size_t problemCount_ = 0;
-  std::array<std::size_t, definitionTypeCount> counts_{};
   std::vector<AttributeDefinition> definitions_;
-  Index byKey_;                                              ///< names and OIDs in upper case
-  std::unordered_map<std::string, std::string> otherNames_;  ///< OIDs by name in upper case
-  std::unordered_map<std::string, std::string> macros_;      ///< by name in upper case
+  NameMap<std::string, std::size_t> byKey_;       ///< places in definitions_ by name and OID
+  NameMap<std::string, std::string> otherNames_;  ///< OIDs by name
+  NameMap<std::string, std::string> macros_;      ///< OIDs by name
 };
 
 }  // namespace schema

@@ -1,6 +1,6 @@
 #include "platform/schema/DefinitionKind.h"
 
-#include "platform/schema/asciiText.h"
+#include "platform/text/equalIgnoringCase.h"
 
 namespace schema {
 
@@ -63,7 +63,6 @@ constexpr Field nameFormFields[] = {
     {"OC", ValueForm::oid},       {"MUST", ValueForm::oids},     {"MAY", ValueForm::oids},
 };
 
-/// In the order of DefinitionType.
 constexpr DefinitionKind kinds[] = {
     {DefinitionType::attributeType, "attributetype", "attributeTypes", "olcAttributeTypes",
      attributeTypeFields},
@@ -81,14 +80,13 @@ constexpr DefinitionKind kinds[] = {
     {DefinitionType::nameForm, "nameform", "nameForms", "olcNameForms", nameFormFields},
     {DefinitionType::objectIdentifier, "objectidentifier", "", "olcObjectIdentifier", {}},
 };
-static_assert(std::size(kinds) == definitionTypeCount);
 
 bool standsFor(FileForm form, std::string_view keyword, const DefinitionKind& kind) {
   if (form == FileForm::directives) {
-    return equalIgnoringCase(keyword, kind.directive);
+    return text::equalIgnoringCase(keyword, kind.directive);
   }
-  return equalIgnoringCase(keyword, kind.attribute) ||
-         equalIgnoringCase(keyword, kind.configuration);
+  return text::equalIgnoringCase(keyword, kind.attribute) ||
+         text::equalIgnoringCase(keyword, kind.configuration);
 }
 
 }  // namespace
@@ -100,10 +98,6 @@ const DefinitionKind* findDefinitionKind(FileForm form, std::string_view keyword
     }
   }
   return nullptr;
-}
-
-const DefinitionKind& definitionKind(DefinitionType type) {
-  return kinds[static_cast<std::size_t>(type)];
 }
 
 }  // namespace schema

@@ -30,7 +30,6 @@ enum class DefinitionType {
   nameForm,
   objectIdentifier
 };
-constexpr std::size_t definitionTypeCount = 9;
 
 struct DefinitionKind {
   DefinitionType type;
@@ -43,8 +42,6 @@ struct DefinitionKind {
 /// The kind that a keyword stands for, in any case, in a file of that form; a null pointer where it
 /// stands for none.
 const DefinitionKind* findDefinitionKind(FileForm form, std::string_view keyword);
-
-const DefinitionKind& definitionKind(DefinitionType type);
 
 }  // namespace schema
 

@@ -2,7 +2,11 @@
 
 #include <algorithm>
 
-#include "platform/schema/asciiText.h"
+#include "platform/schema/isNumericOid.h"
+#include "platform/text/ascii.h"
+#include "platform/text/equalIgnoringCase.h"
+#include "platform/text/escape.h"
+#include "platform/text/withoutOuter.h"
 
 namespace schema {
 
@@ -15,7 +19,7 @@ struct Token {
   std::size_t offset;
 };
 
-/// The tokens of a description. One of them is looked at ahead.
+/// Splits a description into tokens. current() is the next token, which take() takes.
 class Tokenizer {
  public:
   explicit Tokenizer(std::string_view text) : text_(text) { current_ = read(); }
@@ -32,7 +36,7 @@ class Tokenizer {
 
  private:
   Token read() {
-    while (at_ < text_.size() && isBlank(text_[at_])) {
+    while (at_ < text_.size() && text::isAsciiWhiteSpace(text_[at_])) {
       ++at_;
     }
     const std::size_t start = at_;
@@ -72,7 +76,7 @@ class Tokenizer {
   Token word() {
     const std::size_t start = at_;
     constexpr std::string_view ends = "()$'";
-    while (at_ < text_.size() && !isBlank(text_[at_]) &&
+    while (at_ < text_.size() && !text::isAsciiWhiteSpace(text_[at_]) &&
            ends.find(text_[at_]) == std::string_view::npos) {
       ++at_;
     }
@@ -145,7 +149,7 @@ void qdstrings(Tokenizer& tokens) {
   tokens.take();
 }
 
-/// `macro:1.2`, or `macro` alone, which reads as a name.
+/// A number that begins with a macro, `macro:1.2`. A macro alone has the form of a name (isDescr).
 bool isMacroOid(std::string_view text) {
   const std::size_t colon = text.find(':');
   if (colon == std::string_view::npos || !isDescr(text.substr(0, colon))) {
@@ -153,7 +157,7 @@ bool isMacroOid(std::string_view text) {
   }
   const std::string_view suffix = text.substr(colon + 1);
   return isNumericOid(suffix) ||
-         (!suffix.empty() && std::all_of(suffix.begin(), suffix.end(), isDigit));
+         (!suffix.empty() && std::all_of(suffix.begin(), suffix.end(), text::isAsciiDigit));
 }
 
 /// oid = descr / numericoid; the numericoid may begin with a macro. Quotes may stand around it.
@@ -200,7 +204,7 @@ std::string_view noidlen(Tokenizer& tokens) {
   const std::string_view length = token.text.substr(brace);
   const bool goodLength =
       length.empty() || (length.size() > 2 && length.back() == '}' &&
-                         std::all_of(length.begin() + 1, length.end() - 1, isDigit));
+                         std::all_of(length.begin() + 1, length.end() - 1, text::isAsciiDigit));
   if (!goodLength || (!isNumericOid(syntax) && !isDescr(syntax) && !isMacroOid(syntax))) {
     throw DefinitionError(token.offset, shown(token.text) +
                                             " is no syntax: a dotted number, "
@@ -214,7 +218,7 @@ std::string_view usage(Tokenizer& tokens) {
                                          "distributedOperation", "dSAOperation"};
   const Token token = tokens.take();
   const bool known = std::any_of(std::begin(usages), std::end(usages), [&](std::string_view one) {
-    return token.type == Token::Type::word && equalIgnoringCase(token.text, one);
+    return token.type == Token::Type::word && text::equalIgnoringCase(token.text, one);
   });
   if (!known) {
     throwUnexpected(token,
@@ -227,7 +231,7 @@ std::string_view usage(Tokenizer& tokens) {
 std::string_view ruleId(Tokenizer& tokens) {
   const Token& token = tokens.current();
   if (token.type != Token::Type::word ||
-      !std::all_of(token.text.begin(), token.text.end(), isDigit)) {
+      !std::all_of(token.text.begin(), token.text.end(), text::isAsciiDigit)) {
     throwUnexpected(token, "the number of a structure rule");
   }
   return tokens.take().text;
@@ -270,14 +274,15 @@ std::vector<std::string_view> fieldValues(Tokenizer& tokens, ValueForm form) {
   return {};
 }
 
-/// xstring = "X" HYPHEN 1*( ALPHA / HYPHEN / USCORE ); digits are seen, too.
+/// xstring = "X" HYPHEN 1*( ALPHA / HYPHEN / USCORE ). What follows the hyphen is not looked at:
+/// real files have digits in it.
 bool isExtension(std::string_view keyword) {
-  return keyword.size() > 2 && upperCase(keyword[0]) == 'X' && keyword[1] == '-';
+  return keyword.size() > 2 && text::toAsciiUpper(keyword[0]) == 'X' && keyword[1] == '-';
 }
 
 const Field* findField(const DefinitionKind& kind, std::string_view keyword) {
   const auto found = std::find_if(kind.fields.begin(), kind.fields.end(), [&](const Field& field) {
-    return equalIgnoringCase(field.keyword, keyword);
+    return text::equalIgnoringCase(field.keyword, keyword);
   });
   return found != kind.fields.end() ? &*found : nullptr;
 }
@@ -322,15 +327,15 @@ const std::vector<std::string_view>& Description::values(std::string_view keywor
 }
 
 std::string_view withoutOrderingPrefix(std::string_view text) {
-  text = withoutOuterBlanks(text);
+  text = text::withoutOuter(text::isAsciiWhiteSpace, text);
   if (!text.starts_with('{')) {
     return text;
   }
   const std::size_t end = text.find('}');
-  const bool prefix =
-      end != std::string_view::npos && end > 1 &&
-      std::all_of(text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(end), isDigit);
-  return prefix ? withoutOuterBlanks(text.substr(end + 1)) : text;
+  const bool prefix = end != std::string_view::npos && end > 1 &&
+                      std::all_of(text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(end),
+                                  text::isAsciiDigit);
+  return prefix ? text::withoutOuter(text::isAsciiWhiteSpace, text.substr(end + 1)) : text;
 }
 
 Description parseDescription(std::string_view text, const DefinitionKind& kind) {
@@ -353,19 +358,15 @@ Description parseDescription(std::string_view text, const DefinitionKind& kind) 
 
 std::string shown(std::string_view token) {
   constexpr std::size_t longest = 40;
-  constexpr std::string_view digits = "0123456789ABCDEF";
-  std::string text = "\"";
+  std::string result = "\"";
   for (const char c : token.substr(0, longest)) {
     if (c >= ' ' && c <= '~') {
-      text += c;
+      result += c;
     } else {
-      const auto byte = static_cast<unsigned char>(c);
-      text += '\\';
-      text += digits[byte >> 4U];
-      text += digits[byte & 0xFU];
+      text::appendHexEscape(c, result);
     }
   }
-  return text + (token.size() > longest ? "...\"" : "\"");
+  return result + (token.size() > longest ? "...\"" : "\"");
 }
 
 }  // namespace schema

@@ -25,8 +25,9 @@ class DefinitionError : public std::runtime_error {
   std::size_t offset_;
 };
 
-/// A field that a description has. `values` holds names, OIDs or quoted texts without their quotes
-/// and still with their escapes, nothing for a flag; a length in braces after a SYNTAX is left out.
+/// A field that a description has. `values` holds its names, its OIDs, or its texts without the
+/// quotes around them (escapes in them stay as they are). A flag such as OBSOLETE has no values. Of
+/// `SYNTAX 1.2{64}` the length in braces is left out.
 struct FieldValue {
   const Field* field;
   std::vector<std::string_view> values;
@@ -34,7 +35,7 @@ struct FieldValue {
 
 /// A description; its views point into the text that it was parsed from.
 struct Description {
-  std::string_view identifier;  ///< dotted number, name or macro; a rule number in structure rules
+  std::string_view identifier;  ///< dotted number, name or macro; of a structure rule its number
   std::size_t identifierOffset = 0;
   std::vector<FieldValue> fields;  ///< without the extensions
 
@@ -50,7 +51,8 @@ Description parseDescription(std::string_view text, const DefinitionKind& kind);
 /// The text without a leading {n}, by which configuration files number the values of a type.
 std::string_view withoutOrderingPrefix(std::string_view text);
 
-/// A token as a message shows it: in double quotes, printable, cut where it is long.
+/// A token as a message shows it: in double quotes, other bytes than printable ASCII as `\` and two
+/// hexadecimal digits, and cut after 40 bytes.
 std::string shown(std::string_view token);
 
 }  // namespace schema

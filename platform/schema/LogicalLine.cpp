@@ -3,7 +3,8 @@
 #include <algorithm>
 
 #include "platform/schema/DefinitionKind.h"
-#include "platform/schema/asciiText.h"
+#include "platform/schema/isNumericOid.h"
+#include "platform/text/ascii.h"
 
 namespace schema {
 
@@ -12,11 +13,11 @@ namespace {
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
 bool isBlankLine(std::string_view line) {
-  return std::all_of(line.begin(), line.end(), [](char c) { return isBlank(c); });
+  return std::all_of(line.begin(), line.end(), [](char c) { return text::isAsciiWhiteSpace(c); });
 }
 
-/// How many lines look like each form: LDIF has `type:` in the first column, directives have one of
-/// their keywords there.
+/// Counts the lines that look like each form: in LDIF a line begins with `type:`, in the other form
+/// with the keyword of a directive.
 struct Votes {
   std::size_t ldif = 0;
   std::size_t directives = 0;

@@ -17,8 +17,8 @@ enum class FileForm {
 
 /// One logical line. Its views last until the reader's next call.
 struct LogicalLine {
-  /// Without the line end. In LDIF the folds are out of it; among directives the inner line ends
-  /// stay, as the blanks that they are.
+  /// Without the last line end. An LDIF line that was continued is joined into one; in the text of
+  /// a directive the line ends in between stay, where they count as blanks.
   std::string_view text;
   std::size_t firstLine = 0;        ///< number of its first physical line, from 1
   std::vector<std::size_t> breaks;  ///< offsets in `text` at which a further physical line begins
@@ -27,12 +27,13 @@ struct LogicalLine {
   std::size_t lineOf(std::size_t offset) const;
 };
 
-/// Takes a text apart. Comments (`#` in the first column, with their continuations) and lines of
-/// nothing but blanks are left out, a byte order mark at the start too. A line end is LF or CR LF.
+/// Reads a text line by line. Comments (`#` in the first column, and the lines that continue them),
+/// lines of nothing but blanks, and a byte order mark at the start are left out. A line end is LF
+/// or CR LF.
 class LogicalLineReader {
  public:
-  /// What most lines look like tells the form, so that one spoilt line does not spoil the others.
-  /// `text` has to outlive the reader.
+  /// Takes the text for LDIF or for directives, whichever more of its lines look like; so one
+  /// damaged line changes nothing for the others. `text` has to outlive the reader.
   explicit LogicalLineReader(std::string_view text);
 
   FileForm form() const { return form_; }

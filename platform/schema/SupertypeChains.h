@@ -1,4 +1,4 @@
-// The chains of supertypes (SUP) of a set of attribute types.
+// Which attribute types have all the supertypes (SUP) that they inherit from.
 #ifndef PLATFORM_SCHEMA_SUPERTYPECHAINS_H
 #define PLATFORM_SCHEMA_SUPERTYPECHAINS_H
 
@@ -8,8 +8,10 @@
 
 namespace schema {
 
-/// Tells which chains lead to a type without a supertype. Takes time and memory in proportion to
-/// the number of types, however long a chain is, and does not recurse.
+/// Follows each attribute type to its supertype, on to the supertype of that one, and so on. A
+/// chain is whole if it ends at a type that has no supertype; a schema file may also have chains
+/// that end at a type which nobody defines, or that run in a circle. Takes time and memory in
+/// proportion to the number of types, however long a chain is, and does not recurse.
 class SupertypeChains {
  public:
   /// In place of a supertype's index: the type has none, or one that is not defined.

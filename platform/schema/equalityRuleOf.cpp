@@ -1,6 +1,6 @@
 #include "platform/schema/equalityRuleOf.h"
 
-#include "platform/schema/asciiText.h"
+#include "platform/text/equalIgnoringCase.h"
 
 namespace schema {
 
@@ -33,7 +33,7 @@ constexpr MatchingRule matchingRules[] = {
 
 EqualityRule equalityRuleOf(std::string_view matchingRule) {
   for (const MatchingRule& known : matchingRules) {
-    if (matchingRule == known.oid || equalIgnoringCase(matchingRule, known.name)) {
+    if (matchingRule == known.oid || text::equalIgnoringCase(matchingRule, known.name)) {
       return known.rule;
     }
   }

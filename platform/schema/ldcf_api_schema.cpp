@@ -21,14 +21,14 @@ constexpr int messageSet = 33;
 
 std::atomic<const Schema*> published{nullptr};
 
-/// The schema between init and complete; empty otherwise.
+/// The schema that is being read, between init and complete; a null pointer otherwise.
 std::unique_ptr<Builder>& begun() {
   static std::unique_ptr<Builder> builder;
   return builder;
 }
 
-/// Keeps a schema for ever: a reader may still hold one that another has replaced, and threads may
-/// read while the process ends.
+/// Keeps a schema to the end of the process and never destroys it. Somebody may still use a schema
+/// that another has replaced, and other threads may use one while the process ends.
 const Schema* kept(std::unique_ptr<Schema> schema) {
   static auto* all = new std::vector<std::unique_ptr<Schema>>;
   all->push_back(std::move(schema));
@@ -63,12 +63,12 @@ void parseFile(const std::string& file, Builder& builder) {
 }
 
 void publish(Builder& builder) {
-  const Schema* schema = kept(builder.complete());
+  const Schema* schema = kept(std::make_unique<Schema>(builder.complete()));
   published.store(schema, std::memory_order_release);
 }
 
-/// Runs one step of loading. Returns how many problems it reported. An exception can only be lack
-/// of memory here; it counts as a problem of the file.
+/// Runs one step of loading. Returns how many problems it reported. An exception (only lack of
+/// memory throws one here) is reported as a problem of the file.
 template <typename Step>
 int problemsOf(const std::string& file, Step step) {
   Builder& builder = builderInUse();

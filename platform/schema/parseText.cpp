@@ -6,9 +6,12 @@
 
 #include "platform/schema/Description.h"
 #include "platform/schema/LogicalLine.h"
-#include "platform/schema/asciiText.h"
-#include "platform/schema/base64Decoded.h"
 #include "platform/schema/equalityRuleOf.h"
+#include "platform/schema/isNumericOid.h"
+#include "platform/text/ascii.h"
+#include "platform/text/base64.h"
+#include "platform/text/equalIgnoringCase.h"
+#include "platform/text/withoutOuter.h"
 
 namespace schema {
 
@@ -19,7 +22,7 @@ constexpr std::size_t longestOid = 4096;
 
 /// Whether a value looks like a description, whatever its keyword.
 bool isParenthesised(std::string_view value) {
-  return withoutOuterBlanks(value).starts_with('(');
+  return text::withoutOuter(text::isAsciiWhiteSpace, value).starts_with('(');
 }
 
 class FileParser {
@@ -71,14 +74,15 @@ void FileParser::report(Problem::Kind kind, std::size_t line, const std::string&
   builder_.report({kind, fileName_, line, reason});
 }
 
-/// Only the first is reported by its line: a file of another kind may have millions.
+/// Only the first is reported by its line: a file that is no schema file may have millions.
 void FileParser::strayLine(const std::string& reason) {
   if (++strayLines_ == 1) {
     report(Problem::Kind::strayLine, line_.firstLine, reason);
   }
 }
 
-/// `type: value`, where options of the type are passed over. A lone `-` ends a modification.
+/// `type: value`; options behind the type (`type;option: value`) do not matter. A line `-` is no
+/// fault: change records in LDIF have it between two changes.
 void FileParser::ldifLine() {
   const std::size_t colon = line_.text.find(':');
   if (colon == std::string_view::npos) {
@@ -87,10 +91,11 @@ void FileParser::ldifLine() {
     }
     return;
   }
-  const std::string_view description = withoutOuterBlanks(line_.text.substr(0, colon));
+  const std::string_view description =
+      text::withoutOuter(text::isAsciiWhiteSpace, line_.text.substr(0, colon));
   const std::string_view type = description.substr(0, description.find(';'));
   if (const DefinitionKind* kind = findDefinitionKind(FileForm::ldif, type)) {
-    namesAreOids_ = equalIgnoringCase(type, kind->attribute);
+    namesAreOids_ = text::equalIgnoringCase(type, kind->attribute);
     ldifValue(*kind, line_.text.substr(colon + 1));
   } else if (!isDescr(type) && !isNumericOid(type)) {
     strayLine(shown(type) + " before the colon is no type");
@@ -103,7 +108,7 @@ void FileParser::ldifLine() {
   }
 }
 
-/// What follows the first colon: ` text`, `: base64` or `< URL`.
+/// `value` is what follows the first colon: ` text`, `: base64` or `< URL`.
 void FileParser::ldifValue(const DefinitionKind& kind, std::string_view value) {
   if (value.starts_with('<')) {
     report(Problem::Kind::badDefinition, line_.firstLine, "a URL stands in place of it");
@@ -113,7 +118,8 @@ void FileParser::ldifValue(const DefinitionKind& kind, std::string_view value) {
     definition(kind, value);
     return;
   }
-  std::optional<std::string> decoded = base64Decoded(withoutOuterBlanks(value.substr(1)));
+  std::optional<std::string> decoded =
+      text::base64Decoded(text::withoutOuter(text::isAsciiWhiteSpace, value.substr(1)));
   if (!decoded) {
     report(Problem::Kind::badDefinition, line_.firstLine, "its base64 is not valid");
     return;
@@ -150,7 +156,6 @@ void FileParser::definition(const DefinitionKind& kind, std::string_view value) 
     } else {
       description(kind, text);
     }
-    builder_.count(kind.type);
   } catch (const DefinitionError& error) {
     const auto before = static_cast<std::size_t>(text.data() - line_.text.data());
     report(Problem::Kind::badDefinition, line_.lineOf(before + error.offset()), error.what());
@@ -193,11 +198,11 @@ void FileParser::attributeType(const Description& description, std::string oid) 
 /// `name oid`, where the OID may begin with an earlier macro.
 void FileParser::macro(std::string_view text) {
   std::size_t nameEnd = 0;
-  while (nameEnd < text.size() && !isBlank(text[nameEnd])) {
+  while (nameEnd < text.size() && !text::isAsciiWhiteSpace(text[nameEnd])) {
     ++nameEnd;
   }
   const std::string_view name = text.substr(0, nameEnd);
-  const std::string_view oid = withoutOuterBlanks(text.substr(nameEnd));
+  const std::string_view oid = text::withoutOuter(text::isAsciiWhiteSpace, text.substr(nameEnd));
   if (!isDescr(name)) {
     throw DefinitionError(0, shown(name) + " is no name for a macro");
   }

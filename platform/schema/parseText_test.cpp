@@ -5,8 +5,10 @@
 
 #include <random>
 #include <string>
+#include <string_view>
+#include <vector>
 
-#include "platform/schema/SchemaProbe.h"
+#include "testsupport/SchemaProbe.h"
 
 namespace schema {
 
@@ -85,11 +87,10 @@ class Form : public ::testing::TestWithParam<FormRow> {};
 TEST_P(Form, IsRead) {
   SchemaProbe probe;
   probe.parse(GetParam().text);
-  EXPECT_EQ(probe.count(), 3U);
-  EXPECT_EQ(probe.count(DefinitionType::objectClass), 1U);
   const auto schema = probe.complete();
   EXPECT_THAT(probe.problems(), IsEmpty());
-  EXPECT_EQ(schema->attributeTypeCount(), 3U);
+  EXPECT_EQ(probe.attributeTypeCount(), 3U);
+  EXPECT_EQ(schema->findObjectIdentifier("class"), "1.6.1");
   const AttributeType* one = schema->findAttributeType("FIRST");
   ASSERT_NE(one, nullptr);
   EXPECT_EQ(one->oid, "1.5.1");
@@ -109,10 +110,10 @@ TEST_P(Form, CutAnywhereKeepsTheDefinitionsBeforeTheCut) {
   for (std::size_t length = 0; length <= text.size(); ++length) {
     SchemaProbe probe;
     probe.parse(text.substr(0, length));
-    EXPECT_GE(probe.count(), before) << "length " << length;
     EXPECT_LE(probe.problems().size(), 1U) << "length " << length;
-    before = probe.count();
     probe.complete();
+    EXPECT_GE(probe.readCount(), before) << "length " << length;
+    before = probe.readCount();
   }
   EXPECT_EQ(before, 3U);
 }
@@ -127,10 +128,9 @@ TEST_P(Form, AnyByteChangedLeavesAnotherDefinition) {
       text[at] = byte;
       SchemaProbe probe;
       probe.parse(text);
-      EXPECT_GE(probe.count(), 1U) << "byte " << at << ": " << text;
-      EXPECT_LE(probe.count(), 4U);
-      const auto schema = probe.complete();
-      EXPECT_LE(schema->attributeTypeCount(), probe.count());
+      probe.complete();
+      EXPECT_GE(probe.readCount(), 1U) << "byte " << at << ": " << text;
+      EXPECT_LE(probe.readCount(), 4U);
     }
   }
 }
@@ -138,46 +138,72 @@ TEST_P(Form, AnyByteChangedLeavesAnotherDefinition) {
 INSTANTIATE_TEST_SUITE_P(Rows, Form, ::testing::ValuesIn(formRows),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST(ParseText, CountsEveryKindInEveryForm) {
-  const struct {
-    DefinitionType type;
-    const char* body;
-  } kinds[] = {
-      {DefinitionType::attributeType, "( 1.5.1 SYNTAX 1.9 )"},
-      {DefinitionType::objectClass, "( 1.5.2 ABSTRACT )"},
-      {DefinitionType::ldapSyntax, "( 1.5.3 )"},
-      {DefinitionType::matchingRule, "( 1.5.4 SYNTAX 1.9 )"},
-      {DefinitionType::matchingRuleUse, "( 1.5.5 APPLIES a )"},
-      {DefinitionType::ditContentRule, "( 1.5.6 AUX a )"},
-      {DefinitionType::ditStructureRule, "( 7 FORM a )"},
-      {DefinitionType::nameForm, "( 1.5.8 OC a MUST b )"},
-      {DefinitionType::objectIdentifier, "name 1.5.9"},
-  };
-  for (const auto& row : kinds) {
-    const DefinitionKind& kind = definitionKind(row.type);
-    std::vector<std::string> texts = {std::string(kind.directive) + " " + row.body + "\n",
-                                      std::string(kind.configuration) + ": {3}" + row.body + "\n"};
-    if (!kind.attribute.empty()) {
-      texts.push_back(std::string(kind.attribute) + ": " + row.body + "\n");
-    }
-    for (const std::string& text : texts) {
-      SchemaProbe probe;
-      probe.parse(text);
-      EXPECT_EQ(probe.count(row.type), 1U) << text;
-      EXPECT_THAT(probe.problems(), IsEmpty()) << text;
-    }
+struct KindRow {
+  const char* directive;  ///< its keyword in .schema files
+  const char* attribute;  ///< its type in subschema files, RFC 4512's; empty where there is none
+  const char* configuration;  ///< its type in configuration files
+  const char* body;           ///< a definition of the name `it` and the number 1.5.1
+  const char* found;          ///< what `it` stands for in the schema
+};
+
+/// The fields in the bodies are such that only the kind of the row has all of them.
+const KindRow kindRows[] = {
+    {"attributetype", "attributeTypes", "olcAttributeTypes",
+     "( 1.5.1 NAME 'it' SYNTAX 1.9 USAGE dSAOperation )", "1.5.1"},
+    {"objectclass", "objectClasses", "olcObjectClasses", "( 1.5.1 NAME 'it' ABSTRACT )", "1.5.1"},
+    {"ldapsyntax", "ldapSyntaxes", "olcLdapSyntaxes", "( 1.5.1 NAME 'it' DESC 'd' )", "1.5.1"},
+    {"matchingrule", "matchingRules", "olcMatchingRules", "( 1.5.1 NAME 'it' OBSOLETE SYNTAX 1.9 )",
+     "1.5.1"},
+    {"matchingruleuse", "matchingRuleUse", "olcMatchingRuleUse", "( 1.5.1 NAME 'it' APPLIES a )",
+     "1.5.1"},
+    {"ditcontentrule", "dITContentRules", "olcDitContentRules", "( 1.5.1 NAME 'it' AUX a )",
+     "1.5.1"},
+    {"ditstructurerule", "dITStructureRules", "olcDitStructureRules",
+     "( 7 NAME 'it' FORM a SUP ( 1 2 ) )", ""},
+    {"nameform", "nameForms", "olcNameForms", "( 1.5.1 NAME 'it' OC a MUST b )", "1.5.1"},
+};
+
+class Kind : public ::testing::TestWithParam<KindRow> {
+ protected:
+  /// The body under each of the keywords.
+  static std::vector<std::string> texts(const std::string& body) {
+    return {std::string(GetParam().directive) + " " + body + "\n",
+            std::string(GetParam().attribute) + ": " + body + "\n",
+            std::string(GetParam().configuration) + ": {3}" + body + "\n"};
+  }
+};
+
+TEST_P(Kind, IsReadInEveryForm) {
+  for (const std::string& text : texts(GetParam().body)) {
+    SchemaProbe probe;
+    probe.parse(text);
+    const auto schema = probe.complete();
+    EXPECT_THAT(probe.problems(), IsEmpty()) << text;
+    EXPECT_EQ(schema->findObjectIdentifier("IT"), GetParam().found) << text;
   }
 }
 
-TEST(ParseText, RfcNamesOfTheSubschemaTypes) {
-  SchemaProbe probe;
-  probe.parse(
-      "dn: cn=x\nattributeTypes: ( 1.1 SYNTAX 1.9 )\nobjectClasses: ( 1.2 )\nldapSyntaxes: ( 1.3 "
-      ")\n"
-      "matchingRules: ( 1.4 )\nmatchingRuleUse: ( 1.5 )\ndITContentRules: ( 1.6 )\n"
-      "dITStructureRules: ( 7 )\nnameForms: ( 1.8 )\n");
-  for (std::size_t type = 0; type < definitionTypeCount - 1; ++type) {
-    EXPECT_EQ(probe.count(static_cast<DefinitionType>(type)), 1U) << type;
+/// LDIF lines of unknown types are skipped: what reports a fault was not.
+TEST_P(Kind, IsReportedInEveryFormWhereItCannotBeRead) {
+  for (const std::string& text : texts("( 1.5.1 NIX )")) {
+    SchemaProbe probe;
+    probe.parse(text);
+    ASSERT_EQ(probe.problems().size(), 1U) << text;
+    EXPECT_EQ(probe.problems()[0].kind, Problem::Kind::badDefinition) << text;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, Kind, ::testing::ValuesIn(kindRows),
+                         [](const auto& row) { return std::string(row.param.directive); });
+
+TEST(ParseText, MacrosAreReadInBothFormsThatHaveThem) {
+  for (const char* text :
+       {"objectidentifier it 1.5\nattributetype ( it:1 SYNTAX 1.9 )\n",
+        "olcObjectIdentifier: {3}it 1.5\nolcAttributeTypes: ( it:1 SYNTAX 1.9 )\n"}) {
+    SchemaProbe probe;
+    probe.parse(text);
+    EXPECT_NE(probe.complete()->findAttributeType("1.5.1"), nullptr) << text;
+    EXPECT_THAT(probe.problems(), IsEmpty()) << text;
   }
 }
 
@@ -187,71 +213,70 @@ struct ProblemRow {
   Problem::Kind kind;
   std::size_t line;
   const char* reason;
-  std::size_t goodOnes;  ///< attribute types that count all the same
 };
 
 const std::string good = "attributeTypes: ( 1.5.9 NAME 'good' SYNTAX 1.9 )\n";
 const std::string goodDirective = "attributetype ( 1.5.9 NAME 'good' SYNTAX 1.9 )\n";
 
+/// Each text has one fault, and the attribute type `good` beside it.
 const ProblemRow problemRows[] = {
     {"UnbalancedInLdif", "attributeTypes: ( 1.5.1 NAME 'a'\n  SYNTAX 1.9\n" + good,
-     Problem::Kind::badDefinition, 2, "it ends where", 1},
+     Problem::Kind::badDefinition, 2, "it ends where"},
     {"UnbalancedInDirectives", "attributetype ( 1.5.1 NAME ( 'a'\n\tSYNTAX 1.9 )\n" + goodDirective,
-     Problem::Kind::badDefinition, 2, "\"1.9\" is no name", 1},
+     Problem::Kind::badDefinition, 2, "\"1.9\" is no name"},
     {"TooManyParentheses", "attributeTypes: ( 1.5.1 NAME 'a'\n  SYNTAX 1.9 ) )\n" + good,
-     Problem::Kind::badDefinition, 2, "\")\" stands where its end", 1},
+     Problem::Kind::badDefinition, 2, "\")\" stands where its end"},
     {"LineOfTheFaultInADefinition",
      goodDirective + "attributetype ( 1.5.1\n\tNAME 'a'\n\tSYNTAKS 1.9\n\t)\n",
-     Problem::Kind::badDefinition, 4, "\"SYNTAKS\"", 1},
+     Problem::Kind::badDefinition, 4, "\"SYNTAKS\""},
     {"LineOfTheFaultBehindAFold",
      good + "attributeTypes: ( 1.5.1\n  NAME 'a'\n  SYN\n TAKS 1.9 )\n",
-     Problem::Kind::badDefinition, 4, "\"SYNTAKS\"", 1},
+     Problem::Kind::badDefinition, 4, "\"SYNTAKS\""},
     {"NeitherSupNorSyntax", good + "attributeTypes: ( 1.5.1 NAME 'a' )\n",
-     Problem::Kind::badDefinition, 2, "neither SUP nor SYNTAX", 1},
+     Problem::Kind::badDefinition, 2, "neither SUP nor SYNTAX"},
     {"UnknownMacro", goodDirective + "attributetype ( Nix:1 NAME 'a' SYNTAX 1.9 )\n",
-     Problem::Kind::badDefinition, 2, "\"Nix:1\"", 1},
+     Problem::Kind::badDefinition, 2, "\"Nix:1\""},
     {"UnknownMacroWithoutSuffix", goodDirective + "attributetype ( Nix NAME 'a' SYNTAX 1.9 )\n",
-     Problem::Kind::badDefinition, 2, "\"Nix\"", 1},
+     Problem::Kind::badDefinition, 2, "\"Nix\""},
     {"UnknownMacroInConfiguration", good + "olcAttributeTypes: {0}( Nix NAME 'a' SYNTAX 1.9 )\n",
-     Problem::Kind::badDefinition, 2, "\"Nix\"", 1},
+     Problem::Kind::badDefinition, 2, "\"Nix\""},
     {"UnknownMacroInAClass", goodDirective + "objectclass ( Nix:2 NAME 'a' )\n",
-     Problem::Kind::badDefinition, 2, "\"Nix:2\"", 1},
+     Problem::Kind::badDefinition, 2, "\"Nix:2\""},
     {"MacroDefinedAfterwards",
      goodDirective + "attributetype ( M:1 NAME 'a' SYNTAX 1.9 )\nobjectidentifier M 1.2\n",
-     Problem::Kind::badDefinition, 2, "\"M:1\"", 1},
+     Problem::Kind::badDefinition, 2, "\"M:1\""},
     {"MacroOfAnUnknownOne", goodDirective + "objectidentifier M N:2\n",
-     Problem::Kind::badDefinition, 2, "\"N:2\"", 1},
+     Problem::Kind::badDefinition, 2, "\"N:2\""},
     {"MacroOfItself", goodDirective + "objectidentifier M M:2\n", Problem::Kind::badDefinition, 2,
-     "\"M:2\"", 1},
+     "\"M:2\""},
     {"MacroWithoutOid", goodDirective + "objectidentifier M\n", Problem::Kind::badDefinition, 2,
-     "\"\" is neither", 1},
+     "\"\" is neither"},
     {"MacroWithoutName", goodDirective + "objectidentifier 1.2 1.3\n", Problem::Kind::badDefinition,
-     2, "\"1.2\" is no name", 1},
+     2, "\"1.2\" is no name"},
     {"EmptyDirective", goodDirective + "attributetype\n", Problem::Kind::badDefinition, 2,
-     "it ends where \"(\"", 1},
+     "it ends where \"(\""},
     {"EmptyValue", good + "attributeTypes:\n", Problem::Kind::badDefinition, 2,
-     "it ends where \"(\"", 1},
-    {"BadBase64", good + "attributeTypes:: !!!!\n", Problem::Kind::badDefinition, 2, "base64", 1},
+     "it ends where \"(\""},
+    {"BadBase64", good + "attributeTypes:: !!!!\n", Problem::Kind::badDefinition, 2, "base64"},
     {"BadDefinitionInBase64", good + "attributeTypes:: KCAxLj\n UuMSA=\n",
-     Problem::Kind::badDefinition, 2, "it ends where", 1},
+     Problem::Kind::badDefinition, 2, "it ends where"},
     {"FaultBehindTheFoldInBase64",
      good + "attributeTypes:: KCAxLjUu\n "
             "MSBOQU1FICdhJyBERVNDICdsb25nIGVub3VnaCB0byByZWFjaCBiZWhpbmQgdGhlIGZvbGQnIFNZTlRBS1MgMS"
             "45ICk=\n",
-     Problem::Kind::badDefinition, 2, "\"SYNTAKS\"", 1},
-    {"Url", good + "attributeTypes:< file:///etc/passwd\n", Problem::Kind::badDefinition, 2, "URL",
-     1},
+     Problem::Kind::badDefinition, 2, "\"SYNTAKS\""},
+    {"Url", good + "attributeTypes:< file:///etc/passwd\n", Problem::Kind::badDefinition, 2, "URL"},
     {"MisspeltKeyword", goodDirective + "attributeype ( 1.5.1 NAME 'a' SYNTAX 1.9 )\n",
-     Problem::Kind::badDefinition, 2, "\"attributeype\" is no keyword", 1},
+     Problem::Kind::badDefinition, 2, "\"attributeype\" is no keyword"},
     {"DirectiveInLdif", good + "attributetype: ( 1.5.1 NAME 'a' SYNTAX 1.9 )\n",
-     Problem::Kind::badDefinition, 2, "\"attributetype\" is the keyword of another kind", 1},
+     Problem::Kind::badDefinition, 2, "\"attributetype\" is the keyword of another kind"},
     {"StrayDirective", goodDirective + "include /etc/passwd\n", Problem::Kind::strayLine, 2,
-     "\"include\"", 1},
-    {"StrayContinuation", "\n  foo\n" + goodDirective, Problem::Kind::strayLine, 2, "\"\"", 1},
-    {"NoColon", good + "hello\n", Problem::Kind::strayLine, 2, "no colon", 1},
-    {"NoType", good + "two words: x\n", Problem::Kind::strayLine, 2, "\"two words\"", 1},
+     "\"include\""},
+    {"StrayContinuation", "\n  foo\n" + goodDirective, Problem::Kind::strayLine, 2, "\"\""},
+    {"NoColon", good + "hello\n", Problem::Kind::strayLine, 2, "no colon"},
+    {"NoType", good + "two words: x\n", Problem::Kind::strayLine, 2, "\"two words\""},
     {"NulByte", good + std::string("attributeTypes: ( 1.5.1 NAME '\0' SYNTAX 1.9 )\n", 46),
-     Problem::Kind::badDefinition, 2, "\"\\00\" is no name", 1},
+     Problem::Kind::badDefinition, 2, "\"\\00\" is no name"},
 };
 
 class ProblemOf : public ::testing::TestWithParam<ProblemRow> {};
@@ -266,8 +291,8 @@ TEST_P(ProblemOf, TheTextIsReportedOnceWithItsLineAndTheRestCounts) {
   EXPECT_EQ(problem.line, GetParam().line);
   EXPECT_THAT(problem.reason, HasSubstr(GetParam().reason));
   EXPECT_EQ(probe.builder().problemCount(), 1U);
-  EXPECT_EQ(probe.count(), GetParam().goodOnes);
   EXPECT_NE(probe.complete()->findAttributeType("good"), nullptr);
+  EXPECT_EQ(probe.readCount(), 1U);
 }
 
 INSTANTIATE_TEST_SUITE_P(Rows, ProblemOf, ::testing::ValuesIn(problemRows),
@@ -306,8 +331,8 @@ TEST(ParseText, NameMayStandForAnOidInSubschemaFiles) {
 TEST(ParseText, ModificationsOfASubschemaEntryAreRead) {
   SchemaProbe probe;
   probe.parse("dn: cn=schema\nchangetype: modify\nadd: attributeTypes\n" + good + "-\n");
+  EXPECT_NE(probe.complete()->findAttributeType("good"), nullptr);
   EXPECT_THAT(probe.problems(), IsEmpty());
-  EXPECT_EQ(probe.count(), 1U);
 }
 
 TEST(ParseText, MacrosThatGrowAreStopped) {
@@ -318,7 +343,6 @@ TEST(ParseText, MacrosThatGrowAreStopped) {
   SchemaProbe probe;
   probe.parse(text);
   // 1.1 has three characters and each step adds two, up to 4096.
-  EXPECT_EQ(probe.count(DefinitionType::objectIdentifier), 2047U);
   EXPECT_EQ(probe.problems().size(), 20000U - 2047U);
 }
 
@@ -335,7 +359,8 @@ TEST(ParseText, BinaryDataIsReportedInTwoMessages) {
   ASSERT_EQ(probe.problems(Problem::Kind::moreStrayLines).size(), 1U);
   EXPECT_EQ(probe.problems(Problem::Kind::moreStrayLines)[0].line, 0U);
   EXPECT_GT(std::stoul(probe.problems(Problem::Kind::moreStrayLines)[0].reason), 1000U);
-  EXPECT_EQ(probe.complete()->attributeTypeCount(), 0U);
+  probe.complete();
+  EXPECT_EQ(probe.attributeTypeCount(), 0U);
 }
 
 TEST(ParseText, RandomBytesOfTheGrammarAreSurvived) {
@@ -365,17 +390,21 @@ TEST(ParseText, RandomBytesOfTheGrammarAreSurvived) {
   std::mt19937 random(4711);
   std::uniform_int_distribution<std::size_t> piece(0, pieces.size() - 1);
   std::size_t read = 0;
+  std::size_t unread = 0;
   for (int round = 0; round < 20000; ++round) {
-    std::string text;
+    std::string text = "attributetype ( 1.2 SYNTAX 1.3 ";
     for (int i = 0; i < 30; ++i) {
       text += pieces[piece(random)];
     }
     SchemaProbe probe;
     probe.parse(text);
-    read += probe.count();
-    EXPECT_LE(probe.complete()->attributeTypeCount(), probe.count());
+    unread += probe.problems().size();
+    probe.complete();
+    read += probe.readCount();
   }
-  EXPECT_LT(read, 20000U);
+  // So that it is known that both roads were taken.
+  EXPECT_GT(read, 0U);
+  EXPECT_GT(unread, 0U);
 }
 
 TEST(ParseText, AMillionDefinitionsAreRead) {
@@ -392,10 +421,9 @@ TEST(ParseText, AMillionDefinitionsAreRead) {
   }
   SchemaProbe probe;
   probe.parse(text);
-  EXPECT_EQ(probe.count(), count);
   const auto schema = probe.complete();
   EXPECT_THAT(probe.problems(), IsEmpty());
-  EXPECT_EQ(schema->attributeTypeCount(), count);
+  EXPECT_EQ(probe.attributeTypeCount(), count);
   EXPECT_EQ(schema->findAttributeType("A999999")->equality, EqualityRule::caseExact);
 }
 
@@ -406,9 +434,9 @@ TEST(ParseText, AMillionDefinitionsOfOneOidAreOne) {
   }
   SchemaProbe probe;
   probe.parse(text);
-  EXPECT_EQ(probe.count(), 1000000U);
   EXPECT_THAT(probe.problems(), IsEmpty());
-  EXPECT_EQ(probe.complete()->attributeTypeCount(), 1U);
+  EXPECT_NE(probe.complete()->findAttributeType("a"), nullptr);
+  EXPECT_EQ(probe.attributeTypeCount(), 1U);
 }
 
 /// Depth and length cost no stack and no more than linear time.

@@ -3,34 +3,26 @@
 #include <sys/stat.h>
 
 #include <array>
-#include <cerrno>
 #include <cstdio>
 #include <memory>
-#include <system_error>
+
+#include "platform/text/lastError.h"
 
 namespace schema {
-
-namespace {
-
-std::string lastError() {
-  return std::generic_category().message(errno);
-}
-
-}  // namespace
 
 std::string readSchemaFile(const std::string& file, std::string& text) {
   struct stat status {};
   if (stat(file.c_str(), &status) != 0) {
-    return lastError();
+    return text::lastError();
   }
-  // Opening a pipe would wait for its other end, and a device need not have an end.
+  // To open a pipe would be to wait until somebody writes to it, and a device may have no end.
   if (!S_ISREG(status.st_mode)) {
     return S_ISDIR(status.st_mode) ? "it is a directory" : "it is not a regular file";
   }
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(std::fopen(file.c_str(), "r"),
                                                                std::fclose);
   if (stream == nullptr) {
-    return lastError();
+    return text::lastError();
   }
   std::array<char, 65536> buffer{};
   text.clear();
@@ -38,7 +30,7 @@ std::string readSchemaFile(const std::string& file, std::string& text) {
     got = std::fread(buffer.data(), 1, buffer.size(), stream.get());
     text.append(buffer.data(), got);
   }
-  return std::ferror(stream.get()) != 0 ? lastError() : "";
+  return std::ferror(stream.get()) != 0 ? text::lastError() : "";
 }
 
 }  // namespace schema

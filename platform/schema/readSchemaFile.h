@@ -6,8 +6,8 @@
 
 namespace schema {
 
-/// Reads the whole of a regular file into `text`, any bytes. Returns an empty text, or why it
-/// cannot be read; `text` is of no use then.
+/// Reads the whole of a regular file, which may hold any bytes, into `text`. Returns an empty text
+/// if that went well, or why the file cannot be read; `text` is then undefined.
 std::string readSchemaFile(const std::string& file, std::string& text);
 
 }  // namespace schema

@@ -20,6 +20,7 @@ constexpr std::size_t bytesAtOnce = 16;
 
 /// A set of the sixteen places: bit i stands for byte i.
 using PlaceMask = std::uint32_t;
+constexpr PlaceMask everyPlace = 0xFFFF;
 
 /// The lowest place of a set that is not empty; of up to 64 places.
 inline std::size_t firstPlace(std::uint64_t places) {

@@ -15,7 +15,8 @@ constexpr bool equalIgnoringCase(std::string_view a, std::string_view b) {
     return false;
   }
   for (std::size_t i = 0; i < a.size(); ++i) {
-    if (toAsciiUpper(a[i]) != toAsciiUpper(b[i])) {
+    // Most bytes are equal as they are.
+    if (a[i] != b[i] && toAsciiUpper(a[i]) != toAsciiUpper(b[i])) {
       return false;
     }
   }

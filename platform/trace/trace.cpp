@@ -27,7 +27,7 @@ void debug(unsigned int level, const char* format, ...) {
   if (length > 0) {
     const std::string::size_type start = text.size();
     text.resize(start + static_cast<std::string::size_type>(length));
-    // The string has room for the terminator that vsnprintf writes behind the text.
+    // vsnprintf ends the text with a NUL, which has its place behind every std::string.
     std::vsnprintf(text.data() + start, static_cast<std::size_t>(length) + 1, format, again);
   }
   va_end(again);

@@ -13,8 +13,8 @@ constexpr unsigned int traceDebugEvent = 0x4000000U;
 constexpr unsigned int traceProgress = 0xc8010000U;
 constexpr unsigned int traceError = 0xc8110000U;
 
-/// Prepares the trace facility; called once, before the first trace that matters. Makes standard
-/// error line-buffered, so that a trace reaches it in one piece. Leaves `trcEvents` as it is.
+/// Prepares the traces; called once, before the first of them. Makes standard error line-buffered,
+/// so that each trace is written in one piece. Leaves `trcEvents` as it is.
 void ldtr_init();
 
 namespace ldtr_formater_global {
@@ -26,7 +26,7 @@ void debug(unsigned int level, const char* format, ...) __attribute__((format(pr
 
 }  // namespace ldtr_formater_global
 
-/// Traces when the tool's own traces are on; otherwise the arguments are not even evaluated.
+/// Traces if the tool's own traces are on; if they are not, the arguments are not evaluated.
 #define TRACE(level, ...)                                \
   do {                                                   \
     if ((trcEvents & traceDebugEvent) != 0) {            \
