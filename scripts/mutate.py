@@ -436,6 +436,8 @@ def clean_up(temporary):
     kill_children()
     shutil.rmtree(WORK, ignore_errors=True)
     shutil.rmtree(temporary, ignore_errors=True)
+    with contextlib.suppress(OSError):
+        WORK.parent.rmdir()  # where it holds nothing else
 
 
 def guarded(action, temporary):
@@ -477,7 +479,7 @@ def main():
     parser.add_argument("places", nargs="*")
     options = parser.parse_args()
     WORK.parent.mkdir(exist_ok=True)
-    with open(WORK.parent / "mutate.lock", "wb") as lock:
+    with open(__file__, "rb") as lock:
         try:
             fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
         except BlockingIOError:
