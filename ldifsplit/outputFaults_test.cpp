@@ -50,12 +50,8 @@ ssize_t __real_read(int file, void* buffer, std::size_t size);
 
 std::size_t __wrap_fwrite(const void* data, std::size_t size, std::size_t count,
                           std::FILE* stream) {
-<<<<<<< HEAD
-  if (goodWrites == 0) {
-    errno = EDQUOT;
-=======
   if (isToFail()) {
->>>>>>> w-mutate
+    errno = EDQUOT;
     return 0;
   }
   goodWrites -= goodWrites > 0 ? 1 : 0;
