@@ -18,7 +18,6 @@ class Result:
     outputs: dict  # file -> content, for the files that were opened
     stop: typing.Optional[int] = None  # the line that ended the run
     reported: bool = False  # whether that line is reported as no LDIF
-    warnings: list = dataclasses.field(default_factory=list)  # lines that message 60 names
 
 
 # --- Distinguished names -------------------------------------------------------------------------
@@ -30,7 +29,7 @@ SEPARATORS = b",;+"
 
 
 def prepare(value):
-    assert all(byte < 0x80 for byte in value), "beyond this model"
+    """Bytes beyond ASCII are kept as they are, which says no more than that they are there."""
     kept = bytearray()
     for byte in value:
         if 0x09 <= byte <= 0x0D:
@@ -180,6 +179,7 @@ def route(dn, bases, default):
     sections = {normal_form(base): files for base, files in bases.items()}
     every_file = sorted({name for files in sections.values() for name in files})
     name = normal_form(dn)
+    assert name.isascii(), "beyond this model"
     nearest = next((x for x in way_up(name) if x in sections or x == CRYPTO), None)
     if nearest is None:
         return [default]
@@ -209,17 +209,26 @@ def physical_lines(data):
 
 def logical_lines(data):
     """(number of its last physical line, whether it starts with a later piece, the line)"""
-    current, count, starts_later = b"", 0, False
+    pieces, count, starts_later = [], 0, False
     for later, piece in physical_lines(data):
         if count and not piece.startswith(b" "):
-            yield count, starts_later, current
-            current = b""
-        if not current:
+            yield count, starts_later, b"".join(pieces)
+            pieces = []
+        if not pieces:
             starts_later = later
-        current += piece
+        pieces.append(piece)
         count += 1
     if count:
-        yield count, starts_later, current
+        yield count, starts_later, b"".join(pieces)
+
+
+def is_dropped(line):
+    return line[:1] in (b"#", b"\n", b"\0", b"\r")
+
+
+def is_left_alone(data):
+    """A single line without a line end, which nobody looks at."""
+    return b"\n" not in data and len(data) < PIECE
 
 
 def unfold(line):
@@ -274,12 +283,11 @@ def split(data, bases, default):
     if not data:
         result.stop = 1
         return result
-    if b"\n" not in data and len(data) < PIECE:
+    if is_left_alone(data):
         return result
     current = []
-    for number, later, line in logical_lines(data):
-        if line[:1] in (b"#", b"\n", b"\0", b"\r"):
-            result.warnings += [number] if later else []
+    for number, _, line in logical_lines(data):
+        if is_dropped(line):
             continue
         parsed = parse_line(line)
         name, value = parsed or (b"", b"")
@@ -287,7 +295,6 @@ def split(data, bases, default):
             result.stop, result.reported = number, not parsed
             return result
         if name == b"dn":
-            result.warnings += [number] if later else []
             current = route(value, bases, default)
             for file in current:
                 result.outputs.setdefault(file, b"version: 1\n\n")
@@ -296,3 +303,96 @@ def split(data, bases, default):
             for file in current:
                 result.outputs[file] += line
     return result
+
+
+# --- Warnings of the input -----------------------------------------------------------------------
+
+# Beside its number, each has a line.
+DN_IN_OTHER_CASE, CHANGE_RECORD, CHANGED_BY_PIECES, BEFORE_THE_FIRST_DN, NO_LINE_END = (
+    66, 70, 60, 67, 69
+)  # fmt: skip
+NO_ENTRY, NO_BASE_ENTRY = 63, 64
+
+
+def by_line(warnings):
+    """In the order in which they come."""
+    in_one_line = (DN_IN_OTHER_CASE, CHANGE_RECORD, CHANGED_BY_PIECES, BEFORE_THE_FIRST_DN, NO_LINE_END)
+    return sorted(warnings, key=lambda x: (x[1], in_one_line.index(x[0])))
+
+
+def meanings(name, dn_was_seen):
+    """The warnings of an attribute line, by its type."""
+    lowered = name.lower()
+    if lowered == b"dn":
+        yield DN_IN_OTHER_CASE
+    if lowered == b"changetype":
+        yield CHANGE_RECORD
+    if lowered != b"version" and not dn_was_seen:
+        yield BEFORE_THE_FIRST_DN
+
+
+def warnings_of_lines(data, stop=None):
+    """[(number of the message, line)] of an input, in order, up to the line `stop` that ends the run."""
+    if not data:
+        return []
+    if is_left_alone(data):
+        return [(NO_LINE_END, 1)]
+    found, once, dn_was_seen = [], set(), False
+    start_was_dropped = last_was_dropped = False  # of the pieces of an overlong line
+    number = 0
+    for number, later, line in logical_lines(data):
+        if stop is not None and number > stop:
+            return found
+        if not later:
+            start_was_dropped = is_dropped(line)
+        if is_dropped(line):
+            only_line_end = last_was_dropped and line.startswith((b"\n", b"\r\n"))
+            found += [(CHANGED_BY_PIECES, number)] if later and not only_line_end else []
+            last_was_dropped = True
+            continue
+        last_was_dropped = False
+        parsed = parse_line(line)
+        if not parsed or (parsed[0] == b"dn" and not parse_dn(parsed[1])):
+            return found
+        of_line = []
+        if parsed[0] == b"dn":
+            dn_was_seen = True
+        else:
+            of_line = [x for x in meanings(parsed[0], dn_was_seen) if x not in once]
+            once.update(of_line)
+        if later and (parsed[0] == b"dn" or start_was_dropped):
+            of_line.append(CHANGED_BY_PIECES)
+        found += by_line((x, number) for x in of_line)
+    if stop is None and not data.endswith(b"\n"):
+        found.append((NO_LINE_END, number))
+    return found
+
+
+def names_of(data):
+    """Of the entries, as lists of RDNs."""
+    if is_left_alone(data):
+        return
+    for _, _, line in logical_lines(data):
+        parsed = None if is_dropped(line) else parse_line(line)
+        if parsed and parsed[0] == b"dn":
+            yield parse_dn(parsed[1])
+
+
+def joined(rdns):
+    """The normal form of a name on the way up from one below it; see parent()."""
+    return normal_form(b",".join(b"".join(map(b"=".join, rdn)) for rdn in rdns))
+
+
+def warnings_of_bases(data, bases):
+    """[(number of the message, base DN)] of a good run, by the order of the base DNs."""
+    names = {normal_form(base) for base in bases}
+    depths = {len(parse_dn(base)) for base in bases}
+    present, above = set(), set()
+    for rdns in names_of(data):
+        present.add(text_of(rdns))
+        above.update(joined(rdns[-depth:]) for depth in depths if depth < len(rdns))
+    return [
+        (NO_BASE_ENTRY if name in above else NO_ENTRY, name)
+        for name in sorted(names)
+        if name not in present
+    ]

@@ -124,13 +124,16 @@ def in_configuration(place, error):
     if call.name == "getcwd":
         return bad_configuration(7)  # the input is looked for in no directory
     if name == "varnelConfig":
+        if call.name in STATUS_CALLS:
+            return GOOD  # which file it is, so that no output is; here none is
         if call.name == "close" or (call.name == "read" and retried):
             return GOOD
         return bad_configuration(2)
     if name == "site":
         return bad_configuration(13)
     if name == "in.ldif" and call.name in STATUS_CALLS:
-        return bad_configuration(7)
+        # Whether it exists; then which file it is, so that no output is.
+        return bad_configuration(7) if place.occurrence == 0 else GOOD
     if name in (*OUTPUTS, LOG) and call.name in STATUS_CALLS:
         return GOOD  # none of them exists
     if name in OUTPUTS and place.occurrence == 0:

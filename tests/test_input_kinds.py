@@ -15,8 +15,8 @@ from subprocess import PIPE
 import pytest
 
 from varnel_run import (
-    HANG_GUARD_SECONDS, HEADER, INPUT, ONE_SERVER, SUCCESS, Run, at_line, failed_configuration,
-    failed_split, m,
+    HANG_GUARD_SECONDS, HEADER, INPUT, ONE_SERVER, SUCCESS, UP_TO_SPLIT, Run, at_line,
+    failed_configuration, failed_split, m,
 )  # fmt: skip
 
 NOT_FOUND = "No such file or directory"
@@ -71,7 +71,7 @@ def test_a_fifo_that_brings_the_input_in_pieces(site, size):
     os.mkfifo(site.path / "in.ldif")
     site.configure(*ONE_SERVER)
     feeder = feed(site.path / "in.ldif", [data[i : i + size] for i in range(0, len(data), size)])
-    site.run().expect(0, *SUCCESS)
+    site.run().expect(0, *UP_TO_SPLIT, m(64, "O=EXAMPLE"), m(39))
     feeder.join()
     assert site.read("one.ldif") == HEADER + b"".join(
         b"\ndn: cn=%d,o=example\ndescription: %s\n x\n" % (i, b"d" * (i % 90)) for i in range(30)

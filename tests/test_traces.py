@@ -113,7 +113,7 @@ def test_a_whole_run(site):
 
 def test_nothing_is_traced_without_the_option(site):
     site.configure(*TWO_SERVERS)
-    site.write("in.ldif", "dn: o=x\n")
+    site.write("in.ldif", "dn: o=example\n")
     assert site.run().expect(0, *SUCCESS).stderr == b""
 
 
@@ -121,7 +121,7 @@ def test_bit_2_shows_dns_that_cannot_be_parsed_and_bit_4_hash_decisions(site):
     """The run sets the level to 0 while it parses a DN, so that bit 2 shows nothing; its hash decisions
     are shown."""
     site.configure(*TWO_SERVERS)
-    site.write("in.ldif", "dn: cn=x,o=example\n")
+    site.write("in.ldif", "dn: o=example\n\ndn: cn=x,o=example\n")
     assert site.run("-d", "2").stderr == b""
     for name in ("rest.ldif", "one.ldif", "two.ldif"):
         (site.path / name).unlink()
