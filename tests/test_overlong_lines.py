@@ -90,6 +90,28 @@ def test_a_piece_before_the_first_record_is_warned_of_too(ready):
     expect_split(ready, filled(b"a: ") + b"\n" + DN, WRITTEN, warning(ready, 2))
 
 
+@pytest.mark.parametrize("end", [b"\n", b"\r\n"])
+@pytest.mark.parametrize("start", [b"#", b"\0"])
+def test_the_line_end_of_a_line_that_is_dropped_is_no_loss(ready, start, end):
+    expect_split(ready, DN + filled(start) + end + b"b: 1\n", WRITTEN + b"b: 1\n")
+
+
+def test_the_rest_of_a_comment_that_is_copied_as_data(ready):
+    expect_split(ready, DN + filled(b"#") + b"b: c\n" + b"d: 1\n", WRITTEN + b"b: c\nd: 1\n",
+                 warning(ready, 3))
+
+
+def test_every_rest_of_a_comment_that_is_copied_as_data(ready):
+    pieces = filled(b"b: ") + filled(b" c") + b"d: e\n"
+    expect_split(ready, DN + filled(b"#") + pieces + b"f: 1\n", WRITTEN + pieces + b"f: 1\n",
+                 warning(ready, 4), warning(ready, 5))
+
+
+def test_an_overlong_line_behind_a_comment_has_nothing_of_it(ready):
+    line = filled(b"a: ") + b"b: c\n"
+    expect_split(ready, DN + filled(b"#") + b"\n" + line, WRITTEN + line)
+
+
 def test_a_piece_that_begins_with_a_blank_is_appended_and_nothing_is_lost(ready):
     line = filled(b"a: ") + b" rest\n"
     expect_split(ready, DN + line + b"b: 1\n", WRITTEN + line + b"b: 1\n")
