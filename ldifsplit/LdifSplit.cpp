@@ -171,6 +171,7 @@ class Splitter {
 
 std::vector<std::string> Splitter::keysOf(const std::map<std::string, LdifActor*>& actors) {
   std::vector<std::string> keys;
+  keys.reserve(actors.size());
   for (const auto& actor : actors) {
     keys.push_back(actor.first);
   }
