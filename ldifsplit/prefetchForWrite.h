@@ -7,9 +7,9 @@
 
 namespace ldifsplit {
 
-/// Has the memory fetched to which the next bytes of `stream` will go, so that it is there once they
-/// are written. Among hundreds of streams whose turns come at random that saves a wait of a hundred
-/// nanoseconds an entry. Does nothing where the C library does not tell the place.
+/// Has the memory fetched to which the next bytes of `stream` will go, so that it is there once
+/// they are written. Among hundreds of streams whose turns come at random that saves a wait of a
+/// hundred nanoseconds an entry. Does nothing where the C library does not tell the place.
 inline void prefetchForWrite(std::FILE* stream) {
 #if defined(__GLIBC__)
   constexpr std::size_t cacheLine = 64;

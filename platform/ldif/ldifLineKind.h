@@ -21,9 +21,9 @@ enum class LdifLineKind {
 /// looked at in blocks.
 constexpr std::size_t ldifLinePadding = text::bytesAtOnce;
 
-/// Whether the line, which ends with a line feed, is one of nearly all of those of a plain attribute:
-/// a type of 1 to 16 letters, a colon and a blank. Not where it might be more than that: "dn" in any
-/// case, and what might be "changetype".
+/// Whether the line, which ends with a line feed, is one of nearly all of those of a plain
+/// attribute: a type of 1 to 16 letters, a colon and a blank. Not where it might be more than that:
+/// "dn" in any case, and what might be "changetype".
 inline bool isOrdinaryAttributeLine(const char* line) {
   const text::Bytes16 bytes(line);
   const text::PlaceMask letters = bytes.withSmallLetters().between('a', 'z').mask();
