@@ -33,8 +33,8 @@ FileNames HashActor::outputFilesOf(const dirclient::NormalDn& dn) {
   return FileNames(&fileOfServer_[static_cast<std::size_t>(serverNumber(dn, normalBaseDn()))], 1);
 }
 
-/// A child of the base DN in any spelling of the base DN; deeper down, the base DN has to be met on
-/// the way up exactly as it is stored.
+/// Whether `dn` is below the base DN. Its parent may be the base DN in any spelling of that; an
+/// ancestor higher up has to be the text that the actor was made with, byte for byte.
 bool HashActor::isInside(const dirclient::NormalDn& dn, const dirclient::NormalDn& base) const {
   AncestorWalk walk(dn);
   if (!walk.up()) {

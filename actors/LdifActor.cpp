@@ -110,7 +110,7 @@ void LdifActor::doLdifIterate(const std::string& inputFile) throw(LdifIterateExc
       throw LdifIterateException(lineNumber, "Invalid LDIF line detected");
     }
     if (std::strcmp(type, "dn") == 0) {
-      // An entry that the blank line before its next "dn" line did not end is dropped.
+      // The entry before it is dropped unless an empty line ended it.
       entry.reset(new LdifEntry);
       entry->setName(value);
     } else {

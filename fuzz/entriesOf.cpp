@@ -34,10 +34,10 @@ std::string unfolded(std::string line) {
   removeEach(line, "\n ");
   if (!line.empty() && line.back() == '\n') {
     line.pop_back();
-    if (!line.empty() && line.back() == '\r') {
-      line.pop_back();
-    }
   }
+  // Of several carriage returns the split takes one for a part of the line end. That it then writes
+  // the others makes one of them a part of the line end for the next reader.
+  line.erase(line.find_last_not_of('\r') + 1);
   return line;
 }
 
@@ -62,6 +62,18 @@ std::string decoded(const std::string& base64) {
   return bytes;
 }
 
+/// The DN with its NULs as escapes, as a C text needs it.
+std::string withoutNul(const std::string& dn) {
+  std::string text;
+  for (std::size_t i = 0; i < dn.size(); ++i) {
+    const bool escapes = dn[i] == '\\' && i + 1 < dn.size();
+    const char c = escapes ? dn[i + 1] : dn[i];
+    text += c == '\0' ? "\\00" : dn.substr(i, escapes ? 2 : 1);
+    i += escapes ? 1 : 0;
+  }
+  return text;
+}
+
 /// Whether the unfolded line is of type "dn".
 bool isDnLine(const std::string& line) {
   const std::size_t behind = line.compare(0, 2, "dn") == 0 ? line.find_first_not_of(' ', 2) : 0;
@@ -73,7 +85,7 @@ std::string normalDnOf(const std::string& line) {
   const bool isBase64 = !value.empty() && value.front() == ':';
   value.erase(0, value.find_first_not_of(' ', isBase64 ? 1 : 0));
   if (isBase64) {
-    value = decoded(value);
+    value = withoutNul(decoded(value));
   }
   return nLdifActor::normalizeDn(value);
 }

@@ -1,6 +1,7 @@
 // How the split reads its input: the logical lines, one behind the other, are the bytes of the
 // file, and each of them is a line with its folds and nothing more.
 
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,8 +15,9 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string input(reinterpret_cast<const char*>(data), size);
-  std::FILE* file = std::tmpfile();
-  require(file != nullptr, "there is a temporary file");
+  const int memory = ::memfd_create("input", 0);
+  std::FILE* file = ::fdopen(memory, "r+");
+  require(file != nullptr, "there is a file in memory");
   require(::write(::fileno(file), data, size) == static_cast<ssize_t>(size), "it takes the input");
   std::rewind(file);
 

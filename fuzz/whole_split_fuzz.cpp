@@ -37,10 +37,19 @@ struct OutputStream {
   char* buffer;  // the stream's, the split's own memory; null where it has none
 };
 std::vector<OutputStream> openStreams;
+std::size_t openedStreams = 0;  // how many there were
 
 std::vector<OutputStream>::iterator placeOf(std::FILE* stream) {
   return std::find_if(openStreams.begin(), openStreams.end(),
                       [&](const OutputStream& open) { return open.stream == stream; });
+}
+
+std::FILE* noted(std::FILE* stream, const char* mode) {
+  if (stream != nullptr && *mode == 'w') {
+    openStreams.push_back({stream, nullptr});
+    ++openedStreams;
+  }
+  return stream;
 }
 
 /// Where it is set, how many bytes the next read returns at the most.
@@ -66,11 +75,7 @@ int __real_fclose(std::FILE* stream);
 ssize_t __real_read(int file, void* buffer, std::size_t size);
 
 std::FILE* __wrap_fopen64(const char* path, const char* mode) {
-  std::FILE* const stream = __real_fopen64(path, mode);
-  if (stream != nullptr && *mode == 'w') {
-    openStreams.push_back({stream, nullptr});
-  }
-  return stream;
+  return noted(__real_fopen64(path, mode), mode);
 }
 
 int __wrap_setvbuf(std::FILE* stream, char* buffer, int mode, std::size_t size) {
@@ -123,6 +128,7 @@ class Setting {
   /// Splits the file or pipe of this name.
   SplitOutcome split(const std::string& input, int firstLine) const {
     removeFiles();
+    openedStreams = 0;
     SplitOutcome outcome;
     CapturedMessages messages;
     try {
@@ -141,6 +147,7 @@ class Setting {
             "a finished split leaves no file open");
     closeStreams();
     readFiles(outcome);
+    require(outcome.files.size() == openedStreams, "each output file is opened once");
     outcome.isReported = printed.find("VNL032033E: ") != std::string::npos;
     require(
         !outcome.isReported || (printed.find(std::to_string(outcome.line)) != std::string::npos &&
@@ -288,7 +295,11 @@ void readBack(const std::string& output, const std::vector<PlainEntry>& entries,
 
 /// For inputs whose lines are read in one piece. In others a piece may be a line of its own.
 void checkEntries(const std::string& input, const SplitOutcome& outcome, int firstLine) {
-  const std::vector<PlainEntry> entries = entriesOf(input);
+  std::vector<PlainEntry> entries = entriesOf(input);
+  entries.erase(
+      std::remove_if(entries.begin(), entries.end(),
+                     [firstLine](const PlainEntry& entry) { return entry.line < firstLine; }),
+      entries.end());
   std::vector<bool> isFound(entries.size());
   const bool isFinished = outcome.kind == SplitOutcome::finished;
   for (const auto& file : outcome.files) {
@@ -296,9 +307,8 @@ void checkEntries(const std::string& input, const SplitOutcome& outcome, int fir
   }
   // A single line without a line feed is not looked at.
   if (isFinished && input.find('\n') != std::string::npos) {
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-      require(isFound[i] || entries[i].line < firstLine, "no entry is missing");
-    }
+    require(std::find(isFound.begin(), isFound.end(), false) == isFound.end(),
+            "no entry is missing");
   }
 }
 
@@ -329,9 +339,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   // The same input always does the same.
   std::mt19937 random(seed);
   const auto oneOf = [&](unsigned int count) { return random() % count == 0; };
-  const int firstLine = oneOf(4) ? static_cast<int>(random() % 12) : 0;
-  check(input, firstLine, false, random);
-  check(input, firstLine, true, random);
+  check(input, 0, false, random);
+  check(input, oneOf(2) ? static_cast<int>(random() % 12) : 0, true, random);
   if (oneOf(32)) {
     check(filler(input.size(), random) + input, 0, oneOf(2), random);
   }

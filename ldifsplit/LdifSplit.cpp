@@ -20,6 +20,7 @@
 #include "ldifsplit/OutputFileSet.h"
 #include "ldifsplit/findNearestAncestor.h"
 #include "ldifsplit/openNewLdif.h"
+#include "ldifsplit/prefetchForWrite.h"
 #include "platform/dirclient/NormalDn.h"
 #include "platform/ldif/hasAttributeType.h"
 #include "platform/ldif/ldifLineKind.h"
@@ -132,8 +133,8 @@ class Splitter {
   [[noreturn]] void throwInvalidLine() const;
   [[noreturn]] void throwWriteFailure(const Target& target, int line) const;
   void warnOfPiece() const;
-  void warnOfMeaning();
-  void warnOfLineBeforeTheFirstDn();
+  void warnOfMeaning(const char* line, std::size_t size);
+  void warnOfLineBeforeTheFirstDn(const char* line, std::size_t size);
   void warnOfMissingLineEnd() const;
 
   const std::string& inputFile_;
@@ -170,6 +171,7 @@ class Splitter {
 
 std::vector<std::string> Splitter::keysOf(const std::map<std::string, LdifActor*>& actors) {
   std::vector<std::string> keys;
+  keys.reserve(actors.size());
   for (const auto& actor : actors) {
     keys.push_back(actor.first);
   }
@@ -252,7 +254,7 @@ void Splitter::splitLine() {
   }
   switch (ldifLineKind(reader_.data(), reader_.size())) {
     case LdifLineKind::attribute:
-      warnOfMeaning();
+      warnOfMeaning(reader_.data(), reader_.size());
       copyAttributeLine();
       break;
     case LdifLineKind::dn:
@@ -292,7 +294,7 @@ void Splitter::copyAttributeLine() {
     return;
   }
   if (!sawDn_) {
-    warnOfLineBeforeTheFirstDn();
+    warnOfLineBeforeTheFirstDn(reader_.data(), reader_.size());
   }
   // Line by line, so that a failure leaves the files alike.
   writeLine(reader_.data(), reader_.size());
@@ -335,12 +337,13 @@ void Splitter::splitOtherLine() {
     errno = 0;
     throwWriteFailure(targets_.front(), lineNumber_.number());
   }
-  warnOfMeaning();
+  const std::size_t typeSize = line.type != nullptr ? std::strlen(line.type) : 0;
+  warnOfMeaning(line.type, typeSize);
   if (reader_.startsWithLaterPiece() && overlong_.startWasDropped) {
     warnOfPiece();
   }
   if (!sawDn_) {
-    warnOfLineBeforeTheFirstDn();
+    warnOfLineBeforeTheFirstDn(line.type, typeSize);
   }
   writeLine(reader_.data(), reader_.size());
 }
@@ -384,6 +387,7 @@ void Splitter::route() {
   targets_.clear();
   for (const std::string* name : files) {
     targets_.push_back({name, streamOf(*name)});
+    prefetchForWrite(targets_.back().stream);
   }
 }
 
@@ -540,21 +544,27 @@ void Splitter::warnOfPiece() const {
   PrintMessage(32, 1, 60, LineText(lineNumber_.number()).c_str(), inputFile_.c_str());
 }
 
-/// Lines that are copied as attributes, and may be meant as more than that.
-void Splitter::warnOfMeaning() {
-  if (!warnings_.dnInOtherCase && hasAttributeType(reader_.data(), reader_.size(), "dn")) {
+/// Lines that are copied as attributes, and may be meant as more than that. `line` is the line or
+/// its type alone.
+void Splitter::warnOfMeaning(const char* line, std::size_t size) {
+  if (size < 2) {
+    return;
+  }
+  const bool mayBeDn = (line[0] | 0x20) == 'd' && (line[1] | 0x20) == 'n';
+  const bool mayBeChangeType = (line[0] | 0x20) == 'c' && (line[1] | 0x20) == 'h';
+  if (mayBeDn && !warnings_.dnInOtherCase && hasAttributeType(line, size, "dn")) {
     warnings_.dnInOtherCase = true;
     PrintMessage(32, 1, 66, LineText(lineNumber_.number()).c_str(), inputFile_.c_str());
   }
-  if (!warnings_.changeRecord && hasAttributeType(reader_.data(), reader_.size(), "changetype")) {
+  if (mayBeChangeType && !warnings_.changeRecord && hasAttributeType(line, size, "changetype")) {
     warnings_.changeRecord = true;
     PrintMessage(32, 1, 70, LineText(lineNumber_.number()).c_str(), inputFile_.c_str());
   }
 }
 
-void Splitter::warnOfLineBeforeTheFirstDn() {
-  if (!warnings_.lineBeforeTheFirstDn &&
-      !hasAttributeType(reader_.data(), reader_.size(), "version")) {
+/// `line` is the line or its type alone.
+void Splitter::warnOfLineBeforeTheFirstDn(const char* line, std::size_t size) {
+  if (!warnings_.lineBeforeTheFirstDn && !hasAttributeType(line, size, "version")) {
     warnings_.lineBeforeTheFirstDn = true;
     PrintMessage(32, 1, 67, LineText(lineNumber_.number()).c_str(), inputFile_.c_str());
   }

@@ -27,8 +27,11 @@ namespace ldifsplit {
 /// not read.
 ///
 /// Throws LdifSplitException where the input cannot be read or parsed or an output file cannot be
-/// created, SplitOutputException where one cannot be written; each with the number of the input's
-/// last physical line read, 0 where no line is at fault.
+/// created, SplitOutputException where one cannot be written. The line that either names is
+///   0 where the input or an output file cannot be opened or given its header,
+///   1 where the first read gives nothing, as that of an empty input does,
+///   else the last physical line of the logical line at fault; where a later read fails, the number
+///     of lines read before, less one if it was to continue a line.
 void ldifSplit(const std::string& inputFile, std::map<std::string, LdifActor*> actors,
                const std::string& defaultOutputFile, const std::string& further,
                int firstLine) throw(LdifSplitException, SplitOutputException);

@@ -18,7 +18,7 @@ namespace {
 constexpr std::size_t smallestBuffer =
     std::size_t{4} * 1024;  // a page, so that whole ones are written
 constexpr std::size_t largestBuffer = std::size_t{64} * 1024;
-constexpr std::size_t allBuffers = std::size_t{1024} * 1024;
+constexpr std::size_t allBuffers = std::size_t{4} * 1024 * 1024;
 
 std::size_t bufferSizeFor(std::size_t files) {
   std::size_t size = largestBuffer;
@@ -60,7 +60,7 @@ void OutputFileSet::open(const std::string& nextFilename) {
 std::FILE* OutputFileSet::stream(const std::string& nextFilename) {
   assert(nametofp.find(nextFilename) != nametofp.end());
   std::FILE* const outfile = nametofp[nextFilename];
-  assert(outfile != __null);
+  assert(outfile != __null);  // NOLINT(modernize-use-nullptr): the text is known from reports
   return outfile;
 }
 

@@ -166,13 +166,13 @@ TEST(OutputFileSetBuffers, AreSmallerTheMoreFilesThereAre) {
   const std::size_t kB = 1024;
   for (const auto& row : std::vector<std::pair<std::size_t, std::size_t>>{{0, 64 * kB},
                                                                           {1, 64 * kB},
-                                                                          {16, 64 * kB},
-                                                                          {17, 32 * kB},
-                                                                          {32, 32 * kB},
-                                                                          {33, 16 * kB},
-                                                                          {64, 16 * kB},
-                                                                          {65, 8 * kB},
-                                                                          {129, 4 * kB},
+                                                                          {64, 64 * kB},
+                                                                          {65, 32 * kB},
+                                                                          {128, 32 * kB},
+                                                                          {129, 16 * kB},
+                                                                          {256, 16 * kB},
+                                                                          {257, 8 * kB},
+                                                                          {513, 4 * kB},
                                                                           {100000, 4 * kB}}) {
     EXPECT_EQ(OutputFileSet(row.first).bufferSize(), row.second) << row.first;
   }

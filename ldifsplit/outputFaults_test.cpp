@@ -24,10 +24,19 @@
 namespace {
 
 int goodWrites = -1;           // so many succeed before one fails; -1 for all
+int failingWrites = -1;        // so many fail then; -1 for all
 long readableBytes = -1;       // so many can be read before an error; -1 for all
 bool interruptsReads = false;  // every read is interrupted by a signal once before it succeeds
 int interruptions = 0;
 std::vector<std::FILE*> closed;
+
+bool isToFail() {
+  if (goodWrites != 0 || failingWrites == 0) {
+    return false;
+  }
+  failingWrites -= failingWrites > 0 ? 1 : 0;
+  return true;
+}
 
 }  // namespace
 
@@ -41,7 +50,7 @@ ssize_t __real_read(int file, void* buffer, std::size_t size);
 
 std::size_t __wrap_fwrite(const void* data, std::size_t size, std::size_t count,
                           std::FILE* stream) {
-  if (goodWrites == 0) {
+  if (isToFail()) {
     errno = EDQUOT;
     return 0;
   }
@@ -88,6 +97,7 @@ class Faults : public ::testing::Test {
   Faults() { closed.clear(); }
   ~Faults() override {
     goodWrites = -1;
+    failingWrites = -1;
     readableBytes = -1;
     interruptsReads = false;
   }
@@ -161,6 +171,17 @@ TEST_F(Faults, LineEndOfADnThatIsNotWrittenStopsTheRun) {
     EXPECT_EQ(failure.line(), 4);
     EXPECT_EQ(failure.message(), output);
   }
+}
+
+/// The lines of a record are written at once. Where that fails, what is behind the piece that was
+/// refused is written line by line, up to the last one.
+TEST_F(Faults, LinesBehindAPieceThatIsRefusedOnceAreWritten) {
+  const std::string input = directory_.write("in.ldif", "dn: o=x\no: x\no: y\n z\n\n");
+  const std::string output = directory_.path("a.ldif");
+  goodWrites = 2;  // the header
+  failingWrites = 1;
+  ldifsplit::ldifSplit(input, {}, output, "", 0);
+  EXPECT_EQ(directory_.read("a.ldif"), "version: 1\n\no=x\no: x\no: y\n z\n");
 }
 
 // A signal is no reason to stop: the read is made again. The input is longer than what one read

@@ -125,7 +125,7 @@ fuzz() {
     if [[ -d fuzz/corpus/$name ]]; then
       inputs+=("fuzz/corpus/$name")
     fi
-    "$target" -max_total_time="$fuzz_seconds" -verbosity=0 -artifact_prefix=build/fuzz/ "${inputs[@]}" || status=1
+    "$target" -max_total_time="$fuzz_seconds" -verbosity=0 -artifact_prefix="$PWD/build/fuzz/" "${inputs[@]}" || status=1
     rm -rf "$corpus"
   done
   return "$status"

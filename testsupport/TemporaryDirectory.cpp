@@ -32,7 +32,8 @@ void makeDirectoriesOnTheWay(const std::string& path) {
 }  // namespace
 
 TemporaryDirectory::TemporaryDirectory() {
-  std::string pattern = "/tmp/varnel-test-XXXXXX";
+  const char* const base = std::getenv("TMPDIR");
+  std::string pattern = std::string(base != nullptr ? base : "/tmp") + "/varnel-test-XXXXXX";
   if (::mkdtemp(&pattern[0]) == nullptr) {
     throw std::runtime_error("no temporary directory");
   }

@@ -8,7 +8,7 @@
 /// process must not destroy its copy of the object: the directory is the parent's.
 class TemporaryDirectory {
  public:
-  /// Below /tmp, under a name that nothing else has.
+  /// Below the directory that TMPDIR names, else /tmp, under a name that nothing else has.
   TemporaryDirectory();
   /// At this place, which nothing else may use; directories on the way are made. What a run that
   /// was broken off left there goes first.

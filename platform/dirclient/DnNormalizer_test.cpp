@@ -158,6 +158,19 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"TextBehindTheQuote", "cn=\"a\"b", ""}, Row{"LineFeedBeforeTheType", "\ncn=a", ""}),
     nameOf);
 
+// G is no hexadecimal digit, so that no pair of digits comes about.
+TEST(Light, BackslashStaysBeforeTheSpecialCharactersAlone) {
+  const std::string special = "\"+,;<>\\";
+  for (char c = '!'; c <= '~'; ++c) {
+    const bool isSmall = c >= 'a' && c <= 'z';
+    const std::string written = std::string("CN=A\\") + c + "G";
+    std::string normal = "CN=A";
+    normal += special.find(c) != std::string::npos ? "\\" : "";
+    normal += isSmall ? static_cast<char>(c - 'a' + 'A') : c;
+    EXPECT_EQ(normalForm(written), normal + "G") << written;
+  }
+}
+
 TEST(Light, WorksOnTheSystemsOwnNames) {
   for (const char* spelling :
        {"cn=localhost", "CN = LocalHost", "oid.cn=localhost", "cn=\"localhost\"", "cn=local\\68ost",

@@ -30,6 +30,7 @@ const std::vector<const char*> urls = {
     "ldap://[::1]",
     "ldap://[1:2:3:4:5:6:7:8]/",
     "ldap://[::ffff:10.0.0.1]",
+    "ldap://[::ffff:192.168.100.255]",
     "ldap://[::]",
     // Seven groups: the two colons stand for one.
     "ldap://[::2:3:4:5:6:7:8]",
@@ -43,6 +44,7 @@ const std::vector<const char*> urls = {
     "ldap://ldap2.example.com/o=Question%3f,c=US?mail",
     "ldap://ldap3.example.com/o=Babsco,c=US??\?(four-octet=%5c00%5c00%5c00%5c04)",
     "ldap://ldap.example.com/o=An%20Example%5C2C%20Inc.,c=US",
+    "ldap://host/o%3Dx%2cc%3d",  // o=x,c=
     "ldap:///??sub??e-bindname=cn=Manager%2cdc=example%2cdc=com",
     "ldap:///??sub?\?!e-bindname=cn=Manager%2cdc=example%2cdc=com",
     "ldap://host/?cn,sn;lang-de,*?base",
@@ -65,12 +67,13 @@ TEST(LdapUrl, Refused) {
         "ldap://[1:2:3:4:5:6:7:8:9]", "ldap://[1::2::3]", "ldap://[12345::]",
         // Eight groups: the two colons would stand for none.
         "ldap://[::1:2:3:4:5:6:7:8]", "ldap://[1:2:3:4::5:6:7:8]", "ldap://[1:2:3:4:5:6:7:8::]",
-        "ldap://[1:2::3:4:5:6:10.0.0.1]", "ldap://[::1]x", "ldap://[::256.0.0.1]", "ldap://ho%2",
-        "ldap://ho%zz", "ldap://host?cn", "ldap://host/no-dn", "ldap://host/o=x%",
-        "ldap://host/o=x%1g", "ldap://host/o=<x>", "ldap://host/o=m\xc3\xbcller",
-        "ldap://host/o=x??subtree", "ldap://host/o=x?cn,,sn", "ldap://host/o=x?,",
-        "ldap://host/???cn=a", "ldap://host/???\?!", "ldap://host/???\?=a", "ldap://host/????a,",
-        "ldap://host/????a?b", "ldap://host/\x01", "ldap://host/o=\"x\""}) {
+        "ldap://[1:2::3:4:5:6:10.0.0.1]", "ldap://[::1]x", "ldap://[::256.0.0.1]",
+        "ldap://[::10.0.0.0001]", "ldap://ho%2", "ldap://ho%zz", "ldap://host?cn",
+        "ldap://host/no-dn", "ldap://host/o=x%", "ldap://host/o=x%2C", "ldap://host/o=x%1g",
+        "ldap://host/o=<x>", "ldap://host/o=m\xc3\xbcller", "ldap://host/o=x??subtree",
+        "ldap://host/o=x?cn,,sn", "ldap://host/o=x?,", "ldap://host/???cn=a", "ldap://host/???\?!",
+        "ldap://host/???\?=a", "ldap://host/????a,", "ldap://host/????a?b", "ldap://host/\x01",
+        "ldap://host/o=\"x\""}) {
     EXPECT_FALSE(isUrl(url)) << url;
   }
 }

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -12,6 +14,7 @@
 #include <ostream>
 #include <random>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -298,6 +301,43 @@ TEST(Utf8, EveryPrefixIsTakenExactlyAtCodePointBounds) {
     const std::vector<char> nothingBehind(text.begin(), text.begin() + static_cast<long>(size));
     const std::string_view view(nothingBehind.data(), size);
     EXPECT_EQ(prepared(view, upper, spaces).has_value(), isTaken) << size;
+  }
+}
+
+/// A copy of a text of at most a page, behind which no byte can be read.
+class TextAtTheEndOfMemory {
+ public:
+  explicit TextAtTheEndOfMemory(std::string_view text) : size_(text.size()) {
+    const int protection = PROT_READ | PROT_WRITE;
+    pages_ = ::mmap(nullptr, 2 * page_, protection, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (pages_ == MAP_FAILED || ::mprotect(end(), page_, PROT_NONE) != 0) {
+      throw std::runtime_error("no memory without a neighbour");
+    }
+    text.copy(end() - size_, size_);
+  }
+  ~TextAtTheEndOfMemory() { ::munmap(pages_, 2 * page_); }
+  TextAtTheEndOfMemory(const TextAtTheEndOfMemory&) = delete;
+  TextAtTheEndOfMemory& operator=(const TextAtTheEndOfMemory&) = delete;
+
+  std::string_view text() const { return {end() - size_, size_}; }
+
+ private:
+  char* end() const { return static_cast<char*>(pages_) + page_; }
+
+  const std::size_t page_ = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+  const std::size_t size_;
+  void* pages_ = nullptr;
+};
+
+TEST(Utf8, BytesBehindTheTextAreNotRead) {
+  for (const std::string before : {"", "a", "abcdefghijklmnop"}) {
+    for (const std::string codePoint : {"a", "\u00FC", "\u20AC", "\uD55C", "\U0010FFFF"}) {
+      for (std::size_t size = 0; size <= codePoint.size(); ++size) {
+        const TextAtTheEndOfMemory memory(before + codePoint.substr(0, size));
+        const bool isWhole = size == 0 || size == codePoint.size();
+        EXPECT_EQ(prepared(memory.text(), upper, spaces).has_value(), isWhole) << memory.text();
+      }
+    }
   }
 }
 

@@ -11,5 +11,5 @@ bool hasAttributeType(const char* line, std::size_t size, const char* type) {
     return false;
   }
   const auto behind = text.find_first_not_of(' ', wanted.size());
-  return behind != std::string_view::npos && text[behind] == ':';
+  return behind == std::string_view::npos || text[behind] == ':';
 }

@@ -21,15 +21,15 @@ enum class LdifLineKind {
 /// looked at in blocks.
 constexpr std::size_t ldifLinePadding = text::bytesAtOnce;
 
-/// Whether the line, which ends with a line feed, is one of nearly all of those of a plain attribute:
-/// a type of 1 to 15 letters, a colon and a blank. Not where it might be more than that: "dn" in any
-/// case, and what might be "changetype".
+/// Whether the line, which ends with a line feed, is one of nearly all of those of a plain
+/// attribute: a type of 1 to 16 letters, a colon and a blank. Not where it might be more than that:
+/// "dn" in any case, and what might be "changetype".
 inline bool isOrdinaryAttributeLine(const char* line) {
   const text::Bytes16 bytes(line);
   const text::PlaceMask letters = bytes.withSmallLetters().between('a', 'z').mask();
   const std::size_t size = text::firstPlace(~std::uint64_t{letters});
   const auto small = [line](std::size_t at) { return line[at] | 0x20; };
-  return line[size] == ':' && line[size + 1] == ' ' && size > 0 && size < text::bytesAtOnce &&
+  return line[size] == ':' && line[size + 1] == ' ' && size > 0 &&
          !(size == 2 && small(0) == 'd' && small(1) == 'n') &&
          !(size == 10 && small(0) == 'c' && small(1) == 'h');
 }

@@ -250,6 +250,7 @@ TEST(Description, SurvivesRandomTokens) {
 
 TEST(Description, ShowsATokenOnOneLineOfPrintableAscii) {
   EXPECT_EQ(shown("abc"), "\"abc\"");
+  EXPECT_EQ(shown(" ~"), "\" ~\"");
   EXPECT_EQ(shown(std::string("\0\n\x7F\xC3", 4)), "\"\\00\\0A\\7F\\C3\"");
   EXPECT_EQ(shown(std::string(40, 'a')), '"' + std::string(40, 'a') + '"');
   EXPECT_EQ(shown(std::string(41, 'a')), '"' + std::string(40, 'a') + "...\"");
