@@ -242,7 +242,7 @@ std::string filler(std::size_t behind, std::mt19937& random) {
   const std::size_t boundary = boundaries[random() % 4];
   std::string text = "dn: cn=filler,dc=y\n";
   const std::size_t lineSize = 20 + random() % 2000;
-  const std::size_t wanted = boundary - random() % (behind + 40);
+  const std::size_t wanted = boundary - random() % std::min(behind + 40, boundary);
   while (text.size() < wanted) {
     const std::size_t size = std::min(lineSize, std::max(wanted - text.size(), std::size_t{8}));
     text += "sn: " + std::string(size - 5, 'f') + "\n";
