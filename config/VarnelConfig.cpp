@@ -4,10 +4,11 @@
 #include <cstdlib>
 #include <memory>
 #include <set>
+#include <utility>
 
+#include "config/PreparedFiles.h"
 #include "config/configErrors.h"
 #include "config/configKeys.h"
-#include "config/prepareOutputFile.h"
 #include "platform/files/files.h"
 #include "platform/messages/PrintMessage.h"
 #include "platform/trace/trace.h"
@@ -21,10 +22,18 @@ struct Free {
 }  // namespace
 
 VarnelConfig::VarnelConfig(std::string configFile, bool recovery)
-    : recovery_(recovery),
+    : VarnelConfig(std::move(configFile), std::make_shared<PreparedFiles>(recovery), nullptr) {
+  recovery_ = recovery;
+}
+
+VarnelConfig::VarnelConfig(std::string configFile, std::shared_ptr<ConfiguredFiles> files,
+                           FaultReceiver receiver)
+    : recovery_(false),
       logFile_(logFileDefault),
       defaultOutputFile_(parentFileDefault),
-      configFile_(std::move(configFile)) {
+      configFile_(std::move(configFile)),
+      files_(std::move(files)),
+      receiveFault_(std::move(receiver)) {
   const std::unique_ptr<char, Free> directory(getCurrentWorkingDirectory());
   if (directory != nullptr) {
     cwd_ = directory.get();
@@ -42,6 +51,19 @@ void VarnelConfig::init() {
   }
   checkFinalInvariants();
   warnOfRepeatedUrls();
+}
+
+/// One step of the reading, at whose first fault it ends.
+void VarnelConfig::attempt(const std::function<void()>& step) const {
+  if (receiveFault_ == nullptr) {
+    step();
+    return;
+  }
+  try {
+    step();
+  } catch (const VarnelConfigException& fault) {
+    receiveFault_(fault);
+  }
 }
 
 std::vector<std::string> VarnelConfig::baseDNlist() const {
@@ -81,30 +103,41 @@ void VarnelConfig::checkInvariants(std::string /*key*/, std::string /*value*/, i
 }
 
 void VarnelConfig::checkFinalInvariants() const {
-  requireDirectory(baseDir_, 0);
+  attempt([this] { files_->requireDirectory(baseDir_, 0); });
   const std::vector<std::string> baseDNs = baseDNlist();
-  if (baseDNs.empty()) {
-    throwMissingKeyError(baseDNKey, 0);
-  }
-  if (actionType_ == noActionType) {
-    throwMissingKeyError(actionKey, 0);
-  }
-  if (inputFile_.empty()) {
-    throwMissingKeyError(inputFileKey, 0);
-  }
-  FileIdentities files = files_;
-  if (defaultOutputFile_ == parentFileDefault) {
-    prepareDefaultOutputFile(defaultOutputFile_, recovery_, files);
-  }
-  const AutoClose log = openLogFile(logFile_, files);
+  attempt([&] {
+    if (baseDNs.empty()) {
+      throwMissingKeyError(baseDNKey, 0);
+    }
+  });
+  attempt([this] {
+    if (actionType_ == noActionType) {
+      throwMissingKeyError(actionKey, 0);
+    }
+  });
+  attempt([this] {
+    if (inputFile_.empty()) {
+      throwMissingKeyError(inputFileKey, 0);
+    }
+  });
+  attempt([this] {
+    if (defaultOutputFile_ == parentFileDefault) {
+      files_->prepareDefaultOutputFile(defaultOutputFile_);
+    }
+  });
+  attempt([this] { files_->tryLogFile(logFile_); });
   // A base DN without "url" and "file" lines has no split type. A following "basedn" line would
   // have found the fault, so that it is the last base DN of the file, and numTokens_ still has the
   // counts of the one before. It has no counts of its own, which is reported as a missing "url".
   const bool lastIsEmpty = std::any_of(baseDNs.begin(), baseDNs.end(), [&](const std::string& dn) {
     return getSplitType(dn) == splitByNone;
   });
-  validateNumTokensList(lastIsEmpty ? std::vector<int>() : numTokens_, currentTokenKeys_,
-                        lineCount_);
+  attempt([&] {
+    if (!baseDNs.empty()) {
+      validateNumTokensList(lastIsEmpty ? std::vector<int>() : numTokens_, currentTokenKeys_,
+                            lineCount_);
+    }
+  });
 }
 
 /// Two servers of one base DN that have the same URL are one server: most likely a line that was

@@ -2,15 +2,18 @@
 #ifndef CONFIG_VARNELCONFIG_H
 #define CONFIG_VARNELCONFIG_H
 
+#include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "config/FileIdentities.h"
+#include "config/ConfiguredFiles.h"
+#include "config/VarnelConfigException.h"
 
 /// Everything that the tool learns from its configuration file. What goes from line to line stands
-/// in processLine.cpp, what becomes of the files that are named in prepareOutputFile.h. The parser
+/// in processLine.cpp, what becomes of the files that are named in ConfiguredFiles.h. The parser
 /// keeps its progress in function-static variables, so a process reads one configuration.
 class VarnelConfig {
  public:
@@ -26,13 +29,27 @@ class VarnelConfig {
   static constexpr int splitOnly = 0;     ///< actionType_: "splitonly"
   static constexpr int noActionType = 3;  ///< actionType_: no "actiontype" seen
 
+  /// Takes a fault of the configuration.
+  using FaultReceiver = std::function<void(const VarnelConfigException&)>;
+
   /// Sets the defaults. `recovery`: the configured log and output files must already exist.
   VarnelConfig(std::string configFile, bool recovery);
+
+  /// For those who want to know of a configuration without a split: `files` say what becomes of the
+  /// files that it names, and each fault goes to `receiver` and not through init(), which reads on
+  /// behind it as if the line were not there. A faulty "basedn" opens a section all the same, under
+  /// a name that isOfFaultyLine() knows. Only a file that cannot be read ends init() then, with the
+  /// exception.
+  VarnelConfig(std::string configFile, std::shared_ptr<ConfiguredFiles> files,
+               FaultReceiver receiver);
 
   /// Reads and validates the file; creates, empties and tests the files that it names on the way.
   /// Throws VarnelConfigException, its catalog message printed; the object must not be used then,
   /// and files already created or emptied stay so. Warns of what is allowed and seldom meant.
   void init();
+
+  /// Whether a base DN of baseDNlist() stands for a "basedn" line that could not be used.
+  static bool isOfFaultyLine(const std::string& baseDN);
 
   /// The base DNs, normalised, in ascending byte order.
   std::vector<std::string> baseDNlist() const;
@@ -86,6 +103,9 @@ class VarnelConfig {
 
  private:
   void readLines();
+  void readLine(const std::string& text, int number);
+  void openSectionOfFaultyLine(int number);
+  void attempt(const std::function<void()>& step) const;
   void addFilesOfDefaultNames();
   void warnOfRepeatedUrls() const;
   void setActionType(const std::string& key, std::string value, int line);
@@ -94,7 +114,8 @@ class VarnelConfig {
   void setDefaultOutputFile(std::string value, int line);
   void setBaseDirectory(const std::string& value, int line);
 
-  FileIdentities files_;
+  std::shared_ptr<ConfiguredFiles> files_;
+  FaultReceiver receiveFault_;  // without one, a fault ends init()
 };
 
 #endif

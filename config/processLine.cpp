@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <fstream>
 #include <memory>
+#include <utility>
 
 #include "actors/normalizeDn.h"
 #include "common/LineText.h"
@@ -14,7 +15,6 @@
 #include "config/addBaseDirToFilename.h"
 #include "config/configErrors.h"
 #include "config/configKeys.h"
-#include "config/prepareOutputFile.h"
 #include "config/toLower.h"
 #include "platform/dirclient/dirclient.h"
 #include "platform/messages/PrintMessage.h"
@@ -54,6 +54,8 @@ void warnOfMarks(const ConfigLine& line, int number) {
   }
 }
 
+const std::string nameOfFaultyLine = "CN=FAULTY BASE DN OF LINE ";  // a normal form
+
 bool namesAFile(const std::string& key) {
   return key == inputFileKey || key == logFileKey || key == fileKey || key == outputFileKey;
 }
@@ -83,28 +85,49 @@ void VarnelConfig::readLines() {
     }
   };
   requireReadable(file.is_open());
-  requireReadable(files_.add(configFile_, FileRole::configuration));
+  requireReadable(files_->add(configFile_, FileRole::configuration));
   int lineNumber = 1;
   for (std::string text; std::getline(file, text); ++lineNumber) {
-    lastLine_ = lineNumber;
-    lastLineText_ = text;
-    ConfigLine line(text);
-    warnOfMarks(line, lineNumber);
-    if (line.key == dnKey || line.key == subtreeDNKey || line.key == baseDNKey) {
-      const std::string asRead = line.value;
-      if (nLdifActor::normalizeDn(line.value).empty()) {
-        throwIllegalValueError(line.key, asRead, lineNumber);
-      }
-    }
-    if (!line.isSkipped()) {
-      TRACE(traceProgress, "reading conf file: %s | %s\n", line.key.c_str(), line.value.c_str());
-      processLine(line.key, line.value, lineNumber);
-    }
-    checkInvariants(line.key, line.value, lineNumber);
+    attempt([&] { readLine(text, lineNumber); });
   }
   // A directory opens, and fails at the first read.
   requireReadable(!file.bad());
   lineCount_ = lineNumber;
+}
+
+void VarnelConfig::readLine(const std::string& text, int number) {
+  lastLine_ = number;
+  lastLineText_ = text;
+  ConfigLine line(text);
+  warnOfMarks(line, number);
+  try {
+    if (line.key == dnKey || line.key == subtreeDNKey || line.key == baseDNKey) {
+      const std::string asRead = line.value;
+      if (nLdifActor::normalizeDn(line.value).empty()) {
+        throwIllegalValueError(line.key, asRead, number);
+      }
+    }
+    if (!line.isSkipped()) {
+      TRACE(traceProgress, "reading conf file: %s | %s\n", line.key.c_str(), line.value.c_str());
+      processLine(line.key, line.value, number);
+    }
+  } catch (const VarnelConfigException& fault) {
+    if (receiveFault_ == nullptr || line.key != baseDNKey) {
+      throw;
+    }
+    receiveFault_(fault);
+    openSectionOfFaultyLine(number);
+  }
+  checkInvariants(line.key, line.value, number);
+}
+
+/// The lines behind a faulty "basedn" are those of a section, and not of the one before it.
+void VarnelConfig::openSectionOfFaultyLine(int number) {
+  processLine(baseDNKey, nameOfFaultyLine + std::to_string(number), number);
+}
+
+bool VarnelConfig::isOfFaultyLine(const std::string& baseDN) {
+  return baseDN.compare(0, nameOfFaultyLine.size(), nameOfFaultyLine) == 0;
 }
 
 void VarnelConfig::processLine(std::string key, std::string value, int line) {
@@ -175,7 +198,7 @@ void VarnelConfig::setInputFile(std::string value, int line) {
     throwMultipleKeyError(inputFileKey, line);
   }
   addBaseDirToFilename(value, baseDir_);
-  requireInputFile(value, files_, line);
+  files_->requireInputFile(value, line);
   inputFile_ = value;
 }
 
@@ -184,7 +207,7 @@ void VarnelConfig::setLogFile(std::string value, int line) {
     throwMultipleKeyError(logFileKey, line);
   }
   addBaseDirToFilename(value, baseDir_);
-  prepareLogFile(value, recovery_, files_, line);
+  files_->prepareLogFile(value, line);
   logFile_ = value;
 }
 
@@ -193,13 +216,13 @@ void VarnelConfig::setDefaultOutputFile(std::string value, int line) {
     throwMultipleKeyError(outputFileKey, line);
   }
   addBaseDirToFilename(value, baseDir_);
-  prepareOutputFile(value, recovery_, files_, line);
+  files_->prepareOutputFile(value, line);
   defaultOutputFile_ = value;
 }
 
 void VarnelConfig::setBaseDirectory(const std::string& value, int line) {
   TRACE(traceProgress, "default baseDir_ is %s\n", baseDir_.c_str());
-  requireDirectory(value, line);
+  files_->requireDirectory(value, line);
   baseDir_ = value;
 }
 
@@ -207,10 +230,10 @@ void VarnelConfig::setBaseDirectory(const std::string& value, int line) {
 /// one of them would be empty before they are looked at, behind the last line.
 void VarnelConfig::addFilesOfDefaultNames() {
   if (defaultOutputFile_ == parentFileDefault) {
-    files_.add(defaultOutputFile_, FileRole::output);
+    files_->add(defaultOutputFile_, FileRole::output);
   }
   if (logFile_ == logFileDefault) {
-    files_.add(logFile_, FileRole::log);
+    files_->add(logFile_, FileRole::log);
   }
 }
 
@@ -233,13 +256,14 @@ void VarnelConfig::processBaseDNSection(std::string key, std::string value, int 
     if (startsWithSeveralValues(value)) {
       PrintMessage(32, 1, 65, value.c_str(), LineText(line).c_str());
     }
+    const std::vector<int> counts = std::move(currentNumTokens);
+    currentNumTokens.clear();
     if (firstDN) {
       firstDN = false;
       addFilesOfDefaultNames();
     } else {
-      validateNumTokensList(currentNumTokens, currentTokens, line);
+      attempt([&] { validateNumTokensList(counts, currentTokens, line); });
     }
-    currentNumTokens.clear();
     return;
   }
   if (method == splitByNone) {
@@ -258,7 +282,7 @@ void VarnelConfig::processBaseDNSection(std::string key, std::string value, int 
   makeRoom(section, currentNumTokens);
   if (key == fileKey) {
     addBaseDirToFilename(value, baseDir_);
-    prepareServerFile(value, recovery_, files_, line);
+    files_->prepareServerFile(value, line);
   } else if (key == URLKey && !isLdapUrl(value)) {
     throwIllegalValueError(key, value, line);
   }

@@ -1,4 +1,4 @@
-#include "config/prepareOutputFile.h"
+#include "config/PreparedFiles.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -15,7 +15,7 @@
 namespace {
 
 /// The step under test, on the file of that name, named in line 7.
-using Step = std::function<void(const std::string& name, bool recovery, FileIdentities& files)>;
+using Step = std::function<void(const std::string& name, PreparedFiles& files)>;
 
 /// What a step makes of a file. `content` is that of the file before, a null pointer for none;
 /// `after` is what is read afterwards. `message` is the number of the message that is printed, 0
@@ -47,7 +47,8 @@ class FileOfTheConfiguration : public ::testing::TestWithParam<Row> {
     std::string fault;
     output_ = captured([&] {
       try {
-        row.step(name, row.recovery, files_);
+        PreparedFiles files(row.recovery);
+        row.step(name, files);
       } catch (const VarnelConfigException& failure) {
         fault = failure.message();
         EXPECT_EQ(failure.line(), row.line);
@@ -58,7 +59,6 @@ class FileOfTheConfiguration : public ::testing::TestWithParam<Row> {
 
   TemporaryDirectory directory_;
   CapturedOutput output_;
-  FileIdentities files_;
 };
 
 TEST_P(FileOfTheConfiguration, IsPreparedOrRefused) {
@@ -84,27 +84,24 @@ std::string nameOfRow(const ::testing::TestParamInfo<Row>& row) {
   return row.param.name;
 }
 
-const Step output = [](const std::string& name, bool recovery, FileIdentities& files) {
-  prepareOutputFile(name, recovery, files, 7);
+const Step output = [](const std::string& name, PreparedFiles& files) {
+  files.prepareOutputFile(name, 7);
 };
-const Step server = [](const std::string& name, bool recovery, FileIdentities& files) {
-  prepareServerFile(name, recovery, files, 7);
+const Step server = [](const std::string& name, PreparedFiles& files) {
+  files.prepareServerFile(name, 7);
 };
-const Step byDefault = [](const std::string& name, bool recovery, FileIdentities& files) {
-  prepareDefaultOutputFile(name, recovery, files);
+const Step byDefault = [](const std::string& name, PreparedFiles& files) {
+  files.prepareDefaultOutputFile(name);
 };
-const Step log = [](const std::string& name, bool recovery, FileIdentities& files) {
-  prepareLogFile(name, recovery, files, 7);
+const Step log = [](const std::string& name, PreparedFiles& files) {
+  files.prepareLogFile(name, 7);
 };
-const Step openedLog = [](const std::string& name, bool /*recovery*/, FileIdentities& files) {
-  const AutoClose stream = openLogFile(name, files);
-  EXPECT_GE(std::fputs("more", stream.get()), 0);
+const Step triedLog = [](const std::string& name, PreparedFiles& files) { files.tryLogFile(name); };
+const Step input = [](const std::string& name, PreparedFiles& files) {
+  files.requireInputFile(name, 7);
 };
-const Step input = [](const std::string& name, bool /*recovery*/, FileIdentities& files) {
-  requireInputFile(name, files, 7);
-};
-const Step directory = [](const std::string& name, bool /*recovery*/, FileIdentities& /*files*/) {
-  requireDirectory(name, 7);
+const Step directory = [](const std::string& name, PreparedFiles& files) {
+  files.requireDirectory(name, 7);
 };
 
 INSTANTIATE_TEST_SUITE_P(
@@ -126,8 +123,8 @@ INSTANTIATE_TEST_SUITE_P(
                       Row{"LogThatExistsStays", log, false, "old", "old", 0, "", 0},
                       Row{"LogInRecovery", log, true, "old", "old", 0, "", 0},
                       Row{"LogMissingInRecovery", log, true, nullptr, none, 0, "@", 7},
-                      Row{"OpenedLog", openedLog, false, nullptr, "more", 0, "", 0},
-                      Row{"OpenedLogIsAppendedTo", openedLog, false, "old", "oldmore", 0, "", 0},
+                      Row{"TriedLog", triedLog, false, nullptr, "", 0, "", 0},
+                      Row{"TriedLogStays", triedLog, false, "old", "old", 0, "", 0},
                       Row{"Input", input, false, "old", "old", 0, "", 0},
                       Row{"InputMissing", input, false, nullptr, none, 7, missing, 7},
                       Row{"FileAsDirectory", directory, false, "old", "old", 13, "@", 7},
@@ -156,7 +153,7 @@ INSTANTIATE_TEST_SUITE_P(
                       Row{"Default", byDefault, false, nullptr, none, 0,
                           "error opening @: permission denied or does not exist", 0},
                       Row{"LogIsNoFaultYet", log, false, nullptr, none, 0, "", 0},
-                      Row{"OpenedLog", openedLog, false, nullptr, none, 0, "@", 0}),
+                      Row{"TriedLog", triedLog, false, nullptr, none, 0, "@", 0}),
     nameOfRow);
 
 /// A step on a file that is the input, an output or the log under another name.
@@ -184,11 +181,11 @@ TEST_P(FileWithARole, IsAnIllegalValueAndStaysAsItIs) {
     const TemporaryDirectory place;
     const std::string name = place.write("f", "old");
     ASSERT_EQ(::link(name.c_str(), place.path("link").c_str()), 0);
-    FileIdentities files;
+    PreparedFiles files(row.recovery);
     files.add(place.path("link"), role);
     const CapturedOutput printed = captured([&] {
       try {
-        row.step(name, row.recovery, files);
+        row.step(name, files);
         ADD_FAILURE() << "no exception";
       } catch (const VarnelConfigException& failure) {
         EXPECT_EQ(failure.line(), row.line);
@@ -206,29 +203,45 @@ INSTANTIATE_TEST_SUITE_P(
                       TakenRow{"Default", byDefault, true, FileRole::output, "defaultoutputfile",
                                0},
                       TakenRow{"Log", log, false, FileRole::log, "logfile", 7},
-                      TakenRow{"OpenedLog", openedLog, false, FileRole::log, "logfile", 0},
+                      TakenRow{"TriedLog", triedLog, false, FileRole::log, "logfile", 0},
                       TakenRow{"Input", input, false, FileRole::input, "inputfile", 7}),
     [](const ::testing::TestParamInfo<TakenRow>& row) { return std::string(row.param.name); });
 
 TEST(FilesOfTheRun, HaveARoleOnceTheyArePrepared) {
   const TemporaryDirectory some;
-  const std::string in = some.write("in", "");
-  FileIdentities files;
-  requireInputFile(in, files, 1);
-  prepareOutputFile(some.path("rest"), false, files, 2);
-  prepareServerFile(some.path("one"), false, files, 3);
-  prepareLogFile(some.path("log"), false, files, 4);
-  prepareDefaultOutputFile(some.path("parent"), false, files);
+  some.write("in", "");
+  PreparedFiles files(false);
+  files.requireInputFile(some.path("in"), 1);
+  files.prepareOutputFile(some.path("rest"), 2);
+  files.prepareServerFile(some.path("one"), 3);
+  files.prepareLogFile(some.path("log"), 4);
+  files.prepareDefaultOutputFile(some.path("parent"));
+  const auto isRefusedAsLog = [&](const std::string& name) {
+    bool refused = false;
+    captured([&] {
+      try {
+        files.tryLogFile(some.path(name));
+      } catch (const VarnelConfigException&) {
+        refused = true;
+      }
+    });
+    return refused;
+  };
   for (const char* const name : {"in", "rest", "one", "parent"}) {
-    EXPECT_TRUE(files.isTaken(some.path(name), FileRole::log)) << name;
+    EXPECT_TRUE(isRefusedAsLog(name)) << name;
   }
-  EXPECT_TRUE(files.isTaken(some.path("log"), FileRole::output));
+  EXPECT_FALSE(isRefusedAsLog("log"));
+  ASSERT_EQ(::link(some.path("log").c_str(), some.path("link").c_str()), 0);
+  const CapturedOutput printed = captured(
+      [&] { EXPECT_THROW(files.requireInputFile(some.path("link"), 5), VarnelConfigException); });
+  EXPECT_EQ(printed.err, messageLine(6, {some.path("link"), "inputfile"}));
 }
 
 TEST(RequireDirectory, AcceptsOne) {
   const TemporaryDirectory some;
+  PreparedFiles files(false);
   const CapturedOutput printed =
-      captured([&] { EXPECT_NO_THROW(requireDirectory(some.name(), 7)); });
+      captured([&] { EXPECT_NO_THROW(files.requireDirectory(some.name(), 7)); });
   EXPECT_EQ(printed.out + printed.err, "");
 }
 
