@@ -60,6 +60,7 @@ struct ParsedLine {
   char* url = nullptr;
   int valueLength = 0;
   int encoding = 0;
+  bool isLeftOut = false;
 
   bool opensRecord() const { return type != nullptr && std::strcmp(type, "dn") == 0; }
 };
@@ -83,15 +84,16 @@ struct Run {
 class Splitter {
  public:
   Splitter(const std::string& inputFile, const std::map<std::string, LdifActor*>& actors,
-           const std::string& defaultOutputFile, int firstLine)
-      : inputFile_(inputFile),
+           const std::string& defaultOutputFile, int firstLine, SplitObserver* observer)
+      : observer_(observer),
+        inputFile_(inputFile),
         baseDNs_(keysOf(actors)),
         baseDnIndex_(baseDNs_),
         defaultOutputFile_(&defaultOutputFile),
         firstLine_(firstLine),
         input_(openInput()),
         reader_(input_.get()),
-        outputs_(countOutputFiles(actors)) {
+        outputs_(countOutputFiles(actors), files()) {
     for (const auto& actor : actors) {
       actors_.push_back(actor.second);
     }
@@ -102,6 +104,7 @@ class Splitter {
  private:
   static std::vector<std::string> keysOf(const std::map<std::string, LdifActor*>& actors);
   static std::size_t countOutputFiles(const std::map<std::string, LdifActor*>& actors);
+  SplitObserver& files() const;
   AutoClose openInput() const;
   void readFirstLine();
   void readPhysicalLine();
@@ -115,8 +118,10 @@ class Splitter {
   void splitOtherLine();
   ParsedLine parseLine();
   bool startRecord(const char* dn, std::size_t size);
-  void route();
-  FileNames outputFiles();
+  void startRecordOfNoFile();
+  bool leaveOut(bool isDn, const char* text, std::size_t size);
+  void route(const char* dn, std::size_t size);
+  FileNames outputFiles(std::size_t baseDn);
   std::FILE* streamOf(const std::string& name);
 
   void extendRun();
@@ -137,6 +142,7 @@ class Splitter {
   void warnOfLineBeforeTheFirstDn(const char* line, std::size_t size);
   void warnOfMissingLineEnd() const;
 
+  SplitObserver* const observer_;  // a null pointer: nobody
   const std::string& inputFile_;
   const std::vector<std::string> baseDNs_;
   const BaseDnIndex baseDnIndex_;
@@ -188,8 +194,14 @@ std::size_t Splitter::countOutputFiles(const std::map<std::string, LdifActor*>& 
   return names.size() + 1;
 }
 
+/// Who opens the input and the output files.
+SplitObserver& Splitter::files() const {
+  static SplitObserver plain;
+  return observer_ != nullptr ? *observer_ : plain;
+}
+
 AutoClose Splitter::openInput() const {
-  AutoClose input(std::fopen(inputFile_.c_str(), "r"));
+  AutoClose input = files().openInput(inputFile_);
   if (input == nullptr) {
     noteSystemFailure(inputFile_);
     TRACE(traceError, "error opening ldif input file: %s. errno: %d\n", inputFile_.c_str(), errno);
@@ -320,6 +332,12 @@ void Splitter::startRecordAsWritten() {
 
 void Splitter::splitOtherLine() {
   const ParsedLine line = parseLine();
+  if (line.isLeftOut) {
+    if (line.opensRecord()) {
+      startRecordOfNoFile();
+    }
+    return;
+  }
   if (!reader_.startsWithLaterPiece()) {
     overlong_.startWasDropped = false;
   }
@@ -357,6 +375,10 @@ ParsedLine Splitter::parseLine() {
   const bool dnIsCut =
       line.opensRecord() && std::memchr(reader_.data(), '\0', reader_.size()) != nullptr;
   if (result == ldifLineInvalid || dnIsCut) {
+    if (leaveOut(dnIsCut, reader_.data(), reader_.size())) {
+      line.isLeftOut = true;
+      return line;
+    }
     PrintMessage(32, 1, 33, LineText(lineNumber_.number()).c_str(), inputFile_.c_str());
     throwInvalidLine();
   }
@@ -368,6 +390,10 @@ ParsedLine Splitter::parseLine() {
 bool Splitter::startRecord(const char* dn, std::size_t size) {
   currentDn_.normalize(dn, size, schemaInitialized);
   if (currentDn_.empty()) {
+    if (leaveOut(true, dn, size)) {
+      startRecordOfNoFile();
+      return false;
+    }
     throwInvalidLine();
   }
   sawDn_ = true;
@@ -375,24 +401,38 @@ bool Splitter::startRecord(const char* dn, std::size_t size) {
     return false;
   }
   try {
-    route();
+    route(dn, size);
   } catch (const LdifIterateException&) {
     throw LdifSplitException(lineNumber_.number(), "Caught LdifIterateException");
   }
   return true;
 }
 
-void Splitter::route() {
-  const FileNames files = outputFiles();
+/// The lines of a record without a usable DN go nowhere.
+void Splitter::startRecordOfNoFile() {
+  sawDn_ = true;
+  targets_.clear();
+}
+
+/// Whether the observer has the split go on behind an unusable line.
+bool Splitter::leaveOut(bool isDn, const char* text, std::size_t size) {
+  return observer_ != nullptr && observer_->goesOnBehind({lineNumber_.number(), isDn, text, size});
+}
+
+void Splitter::route(const char* dn, std::size_t size) {
+  const std::size_t baseDn = findNearestAncestor(currentDn_, baseDnIndex_);
+  const FileNames files = outputFiles(baseDn);
   targets_.clear();
   for (const std::string* name : files) {
     targets_.push_back({name, streamOf(*name)});
     prefetchForWrite(targets_.back().stream);
   }
+  if (observer_ != nullptr) {
+    observer_->startsRecord({lineNumber_.number(), dn, size, currentDn_, baseDn, files});
+  }
 }
 
-FileNames Splitter::outputFiles() {
-  const std::size_t baseDn = findNearestAncestor(currentDn_, baseDnIndex_);
+FileNames Splitter::outputFiles(std::size_t baseDn) {
   return baseDn == BaseDnIndex::none ? FileNames(&defaultOutputFile_, 1)
                                      : actors_[baseDn]->getOutputFilename(currentDn_);
 }
@@ -433,6 +473,9 @@ void Splitter::takeOrdinaryLines() {
 void Splitter::writeRun() {
   if (run_.size == 0) {
     return;
+  }
+  if (observer_ != nullptr) {
+    observer_->wrote(reader_.held(), run_.size);
   }
   const std::size_t taken = std::fwrite(reader_.held(), 1, run_.size, targets_.front().stream);
   if (taken != run_.size) {
@@ -489,6 +532,11 @@ void Splitter::writeRunLineByLine(std::size_t taken) {
 
 /// Writes the start of a record to each of its files, and warns where it is that of a later piece.
 void Splitter::writeRecordStart(const char* dn, std::size_t size) {
+  if (observer_ != nullptr) {
+    observer_->wrote("\ndn: ", 5);
+    observer_->wrote(dn, size);
+    observer_->wrote("\n", 1);
+  }
   for (const Target& target : targets_) {
     traceStart(target);
     // A failure here stays in the stream and shows at the latest when it is closed.
@@ -504,6 +552,9 @@ void Splitter::writeRecordStart(const char* dn, std::size_t size) {
 }
 
 void Splitter::writeLine(const char* line, std::size_t size) const {
+  if (observer_ != nullptr && !targets_.empty()) {
+    observer_->wrote(line, size);
+  }
   for (const Target& target : targets_) {
     if (std::fwrite(line, size, 1, target.stream) != 1) {
       throwWriteFailure(target, lineNumber_.number());
@@ -588,7 +639,13 @@ void ldifSplit(const std::string& inputFile, std::map<std::string, LdifActor*> a
                const std::string& defaultOutputFile, const std::string& /*further*/,
                int firstLine) throw(LdifSplitException, SplitOutputException) {
   TRACE(traceProgress, "entering function ldifsplit::ldifSplit(%s)\n", inputFile.c_str());
-  Splitter(inputFile, actors, defaultOutputFile, firstLine).run();
+  Splitter(inputFile, actors, defaultOutputFile, firstLine, nullptr).run();
+}
+
+void ldifSplit(const std::string& inputFile, const std::map<std::string, LdifActor*>& actors,
+               const std::string& defaultOutputFile,
+               SplitObserver& observer) throw(LdifSplitException, SplitOutputException) {
+  Splitter(inputFile, actors, defaultOutputFile, 0, &observer).run();
 }
 
 #pragma GCC diagnostic pop

@@ -7,6 +7,7 @@
 
 #include "actors/LdifActor.h"
 #include "ldifsplit/LdifSplitException.h"
+#include "ldifsplit/SplitObserver.h"
 #include "ldifsplit/SplitOutputException.h"
 
 namespace ldifsplit {
@@ -35,6 +36,11 @@ namespace ldifsplit {
 void ldifSplit(const std::string& inputFile, std::map<std::string, LdifActor*> actors,
                const std::string& defaultOutputFile, const std::string& further,
                int firstLine) throw(LdifSplitException, SplitOutputException);
+
+/// The same for those who want more of it than its files.
+void ldifSplit(const std::string& inputFile, const std::map<std::string, LdifActor*>& actors,
+               const std::string& defaultOutputFile,
+               SplitObserver& observer) throw(LdifSplitException, SplitOutputException);
 
 #pragma GCC diagnostic pop
 

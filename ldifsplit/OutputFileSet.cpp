@@ -7,7 +7,6 @@
 #include <memory>
 
 #include "common/SystemFailure.h"
-#include "ldifsplit/LdifSplitException.h"
 #include "ldifsplit/SplitOutputException.h"
 #include "ldifsplit/openNewLdif.h"
 
@@ -42,8 +41,8 @@ bool isRemoved(const std::string& name, std::FILE* stream) {
 
 }  // namespace
 
-OutputFileSet::OutputFileSet(std::size_t expectedFiles)
-    : bufferSize_(bufferSizeFor(expectedFiles)) {}
+OutputFileSet::OutputFileSet(std::size_t expectedFiles, SplitObserver& observer)
+    : observer_(observer), bufferSize_(bufferSizeFor(expectedFiles)) {}
 
 void OutputFileSet::open(const std::string& nextFilename) {
   if (nametofp.find(nextFilename) != nametofp.end()) {
@@ -51,8 +50,7 @@ void OutputFileSet::open(const std::string& nextFilename) {
   }
   std::unique_ptr<char[]> buffer(new char[bufferSize_]);
   buffers_.reserve(buffers_.size() + 1);
-  std::FILE* const opened =
-      openNewLdif<LdifSplitException>(nextFilename.c_str(), buffer.get(), bufferSize_);
+  std::FILE* const opened = observer_.openOutput(nextFilename, buffer.get(), bufferSize_);
   buffers_.push_back(buffer.release());
   nametofp.emplace(nextFilename, opened);
 }

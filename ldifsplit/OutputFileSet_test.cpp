@@ -42,7 +42,8 @@ class OutputFiles : public ::testing::Test {
   }
 
   TemporaryDirectory directory_;
-  OutputFileSet files_{2};
+  ldifsplit::SplitObserver observer_;
+  OutputFileSet files_{2, observer_};
 };
 
 TEST_F(OutputFiles, FileIsOpenedWithItsHeader) {
@@ -164,6 +165,7 @@ TEST_F(OutputFiles, SetIsEmptyAfterAFailingClose) {
 
 TEST(OutputFileSetBuffers, AreSmallerTheMoreFilesThereAre) {
   const std::size_t kB = 1024;
+  ldifsplit::SplitObserver observer;
   for (const auto& row : std::vector<std::pair<std::size_t, std::size_t>>{{0, 64 * kB},
                                                                           {1, 64 * kB},
                                                                           {64, 64 * kB},
@@ -174,7 +176,7 @@ TEST(OutputFileSetBuffers, AreSmallerTheMoreFilesThereAre) {
                                                                           {257, 8 * kB},
                                                                           {513, 4 * kB},
                                                                           {100000, 4 * kB}}) {
-    EXPECT_EQ(OutputFileSet(row.first).bufferSize(), row.second) << row.first;
+    EXPECT_EQ(OutputFileSet(row.first, observer).bufferSize(), row.second) << row.first;
   }
 }
 

@@ -147,7 +147,8 @@ TEST_F(Faults, HeaderIsTwoPieces) {
 }
 
 TEST_F(Faults, FilesAreClosedInAscendingOrderOfTheirNames) {
-  OutputFileSet files(4);
+  ldifsplit::SplitObserver observer;
+  OutputFileSet files(4, observer);
   std::vector<std::FILE*> expected;
   for (const char* name : {"server2", "a", "Z", "server10"}) {
     files.open(directory_.path(name));

@@ -9,7 +9,7 @@ import message_texts
 import pytest
 
 ROOT = message_texts.sources()
-FOLDERS = ["actors", "bench", "common", "config", "driver", "fuzz", "ldifsplit", "platform",
+FOLDERS = ["actors", "admin", "bench", "common", "config", "driver", "fuzz", "ldifsplit", "platform",
            "referrals", "testsupport"]  # fmt: skip
 
 PROJECT_INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]*)"', re.MULTILINE)
@@ -35,7 +35,8 @@ TOOL = [
     ["config"],
     ["actor_factory", "ldifsplit", "referrals"],
     ["driver", "command_line_options"],
-    ["varnel"],
+    ["admin", "varnel"],
+    ["varnelctl"],
 ]
 # What serves tests, documentation and measurements; nothing above uses it.
 FOLDERS_BESIDE = {"bench", "docs", "fuzz", "testsupport"}

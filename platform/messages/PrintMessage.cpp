@@ -5,7 +5,9 @@
 #include <cstdio>
 #include <string>
 #include <string_view>
+#include <utility>
 
+#include "platform/messages/MessageReceiver.h"
 #include "platform/messages/catalog.h"
 #include "platform/text/escape.h"
 
@@ -17,6 +19,11 @@ constexpr char severityOfUnknown = 'E';
 std::string& errorFile() {
   static std::string name;
   return name;
+}
+
+MessageReceiver& receiverOfMessages() {
+  static MessageReceiver receiver;
+  return receiver;
 }
 
 /// The text with its places filled; a place reads %N$s.
@@ -40,23 +47,41 @@ void printMessageWithArguments(int set, int number, const char* const* arguments
   const CatalogMessage* message = findMessage(set, number);
   const char severity = message != nullptr ? message->severity : severityOfUnknown;
 
+  std::string text;
+  if (message != nullptr) {
+    appendText(text, message->text, arguments, count);
+  } else {
+    for (int i = 0; i < count; ++i) {
+      text += i == 0 ? "" : " ";
+      text::appendOnOneLine(arguments[i] != nullptr ? arguments[i] : "", text);
+    }
+  }
+
+  if (receiverOfMessages() != nullptr) {
+    Message received{set, number, severity, {}, text};
+    for (int i = 0; i < count; ++i) {
+      received.arguments.emplace_back(arguments[i] != nullptr ? arguments[i] : "");
+    }
+    receiverOfMessages()(received);
+    return;
+  }
+
   std::array<char, 40> identifier{};
   std::snprintf(identifier.data(), identifier.size(), "VNL%03d%03d%c:", set, number, severity);
   std::string line = identifier.data();
-  if (message != nullptr) {
+  if (message != nullptr || count > 0) {
     line += ' ';
-    appendText(line, message->text, arguments, count);
-  } else {
-    for (int i = 0; i < count; ++i) {
-      line += ' ';
-      text::appendOnOneLine(arguments[i] != nullptr ? arguments[i] : "", line);
-    }
   }
+  line += text;
   line += '\n';
 
   std::FILE* stream = severity == 'I' ? stdout : stderr;
   std::fwrite(line.data(), 1, line.size(), stream);
   std::fflush(stream);
+}
+
+void receiveMessages(MessageReceiver receiver) {
+  receiverOfMessages() = std::move(receiver);
 }
 
 void PrintMessage(int set, int /*one*/, int number, ...) {

@@ -7,7 +7,9 @@
 #include <ostream>
 #include <set>
 #include <string>
+#include <vector>
 
+#include "platform/messages/MessageReceiver.h"
 #include "platform/messages/catalog.h"
 #include "testsupport/CapturedOutput.h"
 
@@ -17,6 +19,7 @@ void PrintTo(const CatalogMessage& message, std::ostream* out) {
 
 namespace {
 
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
@@ -97,6 +100,29 @@ TEST(PrintMessage, PercentSignsInAnArgumentAreText) {
 TEST(PrintMessage, LineEndsInAnArgumentDoNotBreakTheLine) {
   const CapturedOutput output = captured([] { PrintMessage(32, 1, 1, "a\nVNL032039I: b\x7f"); });
   EXPECT_EQ(output.out, "VNL032001I: Configuration file: a\\0AVNL032039I: b\\7F\n");
+}
+
+TEST(MessageReceiver, TakesWhatTheStreamsWouldGetUntilItIsTakenBack) {
+  std::vector<Message> received;
+  const CapturedOutput output = captured([&] {
+    receiveMessages([&](const Message& message) { received.push_back(message); });
+    PrintMessage(32, 1, 8, "a\nb");
+    PrintMessage(32, 1, 39);
+    PrintMessage(99, 1, 1, "what", "ever");
+    receiveMessages(nullptr);
+    PrintMessage(32, 1, 1, "file");
+  });
+  EXPECT_EQ(output.out, "VNL032001I: Configuration file: file\n");
+  EXPECT_EQ(output.err, "");
+  ASSERT_EQ(received.size(), 3U);
+  EXPECT_EQ(received[0].number, 8);
+  EXPECT_EQ(received[0].severity, 'E');
+  EXPECT_THAT(received[0].arguments, ElementsAre("a\nb"));
+  EXPECT_THAT(received[0].text, HasSubstr("a\\0Ab"));
+  EXPECT_EQ(received[1].set, 32);
+  EXPECT_EQ(received[1].severity, 'I');
+  EXPECT_THAT(received[1].arguments, ElementsAre());
+  EXPECT_EQ(received[2].text, "what ever");
 }
 
 TEST(ErrorFile, IsRegisteredByNameAndNotWritten) {

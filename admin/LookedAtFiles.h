@@ -1,0 +1,42 @@
+// The files of a configuration, as they are.
+#ifndef ADMIN_LOOKEDATFILES_H
+#define ADMIN_LOOKEDATFILES_H
+
+#include <string>
+#include <vector>
+
+#include "config/ConfiguredFiles.h"
+#include "config/FileIdentities.h"
+
+/// Only looks: nothing is created, emptied, opened or locked. A fault is what would end every
+/// split: an input or a directory that is missing, an output file that could not be created, a file
+/// that cannot have its role beside the others. Output files that exist are none.
+class LookedAtFiles : public ConfiguredFiles {
+ public:
+  /// A file that the configuration names, in the order of the lines.
+  struct Use {
+    std::string name;
+    FileRole role;
+    int line;     ///< 0: it has its default name
+    bool exists;  ///< whatever it is
+  };
+
+  const std::vector<Use>& uses() const { return uses_; }
+
+  bool add(const std::string& name, FileRole role) override { return files_.add(name, role); }
+  void requireDirectory(const std::string& directory, int line) override;
+  void requireInputFile(const std::string& name, int line) override;
+  void prepareOutputFile(const std::string& name, int line) override;
+  void prepareServerFile(const std::string& name, int line) override;
+  void prepareDefaultOutputFile(const std::string& name) override;
+  void prepareLogFile(const std::string& name, int line) override;
+  void tryLogFile(const std::string& name) override;
+
+ private:
+  void look(const std::string& name, FileRole role, const std::string& key, int line);
+
+  std::vector<Use> uses_;
+  FileIdentities files_;
+};
+
+#endif

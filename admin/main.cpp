@@ -1,0 +1,52 @@
+// varnelctl: looks at a split before, during and after it.
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+#include <new>
+
+#include "admin/exitStatus.h"
+#include "admin/verbs.h"
+#include "driver/prepareProcess.h"
+
+namespace {
+
+ExitStatus run(int argc, char** argv) {
+  CLI::App program("Looks at a split by varnel before, during and after it.", "varnelctl");
+  program.set_version_flag("--version", "varnelctl " VARNEL_VERSION);
+  program.require_subcommand(1);
+  Task task;
+  addCheck(program, task);
+  addPlan(program, task);
+  addSplit(program, task);
+  addVerify(program, task);
+  addProbe(program, task);
+  addWhere(program, task);
+  addFold(program, task);
+  try {
+    program.parse(argc, argv);
+  } catch (const CLI::ParseError& end) {
+    // Help and the version end here too.
+    return program.exit(end) == 0 ? ExitStatus::good : ExitStatus::misuse;
+  }
+  return task();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  prepareProcess();
+  ExitStatus status = ExitStatus::systemFailed;
+  try {
+    status = run(argc, argv);
+  } catch (const std::bad_alloc&) {
+    std::fputs("varnelctl: out of memory\n", stderr);
+  } catch (const std::exception& failure) {
+    std::fprintf(stderr, "varnelctl: %s\n", failure.what());
+  }
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+    std::fputs("varnelctl: standard output cannot be written\n", stderr);
+    status = ExitStatus::systemFailed;
+  }
+  return static_cast<int>(status);
+}

@@ -1,0 +1,66 @@
+// For those who want more of a split than its files.
+#ifndef LDIFSPLIT_SPLITOBSERVER_H
+#define LDIFSPLIT_SPLITOBSERVER_H
+
+#include <cstddef>
+#include <cstdio>
+#include <string>
+
+#include "actors/LdifActor.h"
+#include "common/AutoClose.h"
+#include "ldifsplit/BaseDnIndex.h"
+#include "platform/dirclient/NormalDn.h"
+
+namespace ldifsplit {
+
+/// A record of the input that is about to be written to its files.
+struct SplitRecord {
+  int line;        ///< number of the last physical line of its "dn" line
+  const char* dn;  ///< as its files have it behind "dn: ", not NUL-terminated
+  std::size_t dnSize;
+  const dirclient::NormalDn& normalDn;
+  std::size_t baseDn;  ///< index of its base DN among the keys of the actors, or BaseDnIndex::none
+  const FileNames& files;  ///< where it is written to
+};
+
+/// A line of the input that would end a split.
+struct UnusableLine {
+  int number;        ///< of its last physical line
+  bool isDn;         ///< a "dn" line, whose value is no usable DN; else it cannot be parsed
+  const char* text;  ///< the logical line with its folds, or the value where it is a "dn" line
+  std::size_t size;
+};
+
+/// Sees a split as it goes, and says where it reads from and writes to. Each function does by
+/// default what a split without an observer does. What the arguments refer to is gone when the
+/// function returns, but for the names of files.
+class SplitObserver {
+ public:
+  SplitObserver() = default;
+  virtual ~SplitObserver() = default;
+  SplitObserver(const SplitObserver&) = delete;
+  SplitObserver& operator=(const SplitObserver&) = delete;
+
+  /// Opens the input; a null pointer, with errno set, where that fails. The split reads from its
+  /// descriptor.
+  virtual AutoClose openInput(const std::string& name);
+
+  /// Opens an output file at its first record and gives it the header of an LDIF file, as
+  /// openNewLdif<LdifSplitException> does. The split closes it.
+  virtual std::FILE* openOutput(const std::string& name, char* buffer, std::size_t size);
+
+  /// A record begins. The bytes that follow are its.
+  virtual void startsRecord(const SplitRecord& /*record*/) {}
+
+  /// So many bytes were written to each file of the record that began last, in the order of the
+  /// input: together the empty line before a record, its "dn" line, and its other lines.
+  virtual void wrote(const char* /*bytes*/, std::size_t /*size*/) {}
+
+  /// Whether the split goes on behind a line that would end it. Of a record without a usable DN no
+  /// line is written then; a line that cannot be parsed is left out.
+  virtual bool goesOnBehind(const UnusableLine& /*line*/) { return false; }
+};
+
+}  // namespace ldifsplit
+
+#endif
