@@ -67,9 +67,10 @@ TEST(VarnelConfig, WithoutAWorkingDirectoryTheBaseDirectoryIsEmpty) {
 std::vector<std::string> faultsOf(const std::string& text, std::vector<std::string>* baseDNs) {
   const TemporaryDirectory directory;
   directory.write("in.ldif", "");
+  EXPECT_EQ(::chdir(directory.name().c_str()), 0);
   std::vector<std::string> faults;
   captured([&] {
-    VarnelConfig config(directory.write("conf", "basedirectory: " + directory.name() + "\n" + text),
+    VarnelConfig config(directory.write("conf", "logfile: run.log\n" + text),
                         std::make_shared<PreparedFiles>(false),
                         [&](const VarnelConfigException& fault) {
                           faults.push_back(std::to_string(fault.line()) + " " + fault.message());
@@ -85,8 +86,8 @@ TEST(VarnelConfig, WithAReceiverEveryFaultIsTold) {
     std::vector<std::string> baseDNs;
     EXPECT_EQ(faultsOf("actiontype: nothing\n"                 // 2
                        "inputfile: in.ldif\n"                  // 3
-                       "logfile: run.log\n"                    // 4
-                       "defaultoutputfile: rest.ldif\n"        // 5
+                       "defaultoutputfile: rest.ldif\n"        // 4
+                       "\n"                                    // 5
                        "spiltby: numservers\n"                 // 6
                        "splitby: numservers\n"                 // 7
                        "basedn: o=a\n"                         // 8
