@@ -53,7 +53,7 @@ int jumpConsistentHash(std::uint64_t hash, int buckets) {
 // them guards its stack at each call.
 [[gnu::noinline]] void debugDecision(std::string_view part, int server, int serverCount) {
   char what[64];
-  std::snprintf(what, sizeof what, "server %d of %d by", server, serverCount);
+  static_cast<void>(std::snprintf(what, sizeof what, "server %d of %d by", server, serverCount));
   dirclient::debugLine(what, part);
 }
 
