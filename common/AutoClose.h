@@ -9,7 +9,7 @@
 /// one whose failure is already reported. An output whose data counts is closed with fclose, which
 /// tells whether the last bytes were written.
 struct StreamCloser {
-  void operator()(std::FILE* stream) const { std::fclose(stream); }
+  void operator()(std::FILE* stream) const { static_cast<void>(std::fclose(stream)); }
 };
 
 using AutoClose = std::unique_ptr<std::FILE, StreamCloser>;

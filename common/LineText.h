@@ -10,7 +10,7 @@
 class LineText {
  public:
   explicit LineText(int line) : text_(new char[capacity]) {
-    std::snprintf(text_.get(), capacity, "%d", line);
+    static_cast<void>(std::snprintf(text_.get(), capacity, "%d", line));
   }
 
   /// Valid as long as this object.

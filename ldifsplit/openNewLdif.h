@@ -39,7 +39,7 @@ std::FILE* openNewLdif(const char* path, char* buffer, std::size_t size) {
     throwFileOpenException<E>(path);
   }
   if (buffer != nullptr) {
-    std::setvbuf(stream.get(), buffer, _IOFBF, size);
+    static_cast<void>(std::setvbuf(stream.get(), buffer, _IOFBF, size));
   }
   for (const std::string piece : {"version: 1\n", "\n"}) {
     if (std::fwrite(piece.data(), piece.size(), 1, stream.get()) != 1) {

@@ -35,7 +35,7 @@ ENOUGH = 0.95
 # They look at the form of the sources, at scripts, at tables that are not mutated, at speed, or take long to
 # show once more what others show.
 NOT_RUN = re.compile(r"tests\.test_(sources|mutations|installation|real_directory)|unicode_tables\.|bench\.")
-LONG_TEST = "string_prep.AgreesWithIndependentComputation"
+LONG_TEST = "string_prep.AgreesWithIndependentComputationInASample"
 ITS_SOURCES = "platform/dirclient/string_prep."
 
 MEMORY = 8 << 30

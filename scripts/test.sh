@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Runs every check that the project has, on a bare Debian 12 or anything above it: installs what is
 # missing, checks the form of the sources, builds and tests by g++, by clang++ and under sanitizers,
-# analyses, fuzzes for a moment. Runs on after a failure; the last line counts, and any failure gives
+# watches its threads and memory, analyses, fuzzes for a moment. Runs on after a failure; the last line counts, and any failure gives
 # a nonzero status.
 #
 #   VARNEL_FUZZ_SECONDS   seconds for each fuzz target (default 10; 0: only replay the kept inputs)
@@ -75,6 +75,25 @@ check_with_clang_tidy() {
     xargs -0 -n 1 -P "$jobs" clang-tidy -p build/release --quiet
 }
 
+# The same sources. .cppcheck-suppressions says what is not followed, and why.
+check_with_cppcheck() {
+  sources '*.cpp' |
+    grep -zZvE '_test\.cpp$|^\./(bench|fuzz|tests|testsupport)/' |
+    xargs -0 cppcheck -j "$jobs" --quiet --enable=warning,performance,portability,style --std=c++20 -I . \
+      --suppressions-list=.cppcheck-suppressions --error-exitcode=1
+}
+
+# The client library in several threads, under the thread sanitizer.
+check_threads() {
+  cmake --preset tsan && cmake --build --preset tsan -j "$jobs" --target dirclient_threads_test &&
+    ctest --preset tsan -R '^dirclient_threads_test\.'
+}
+
+# Some tests of the whole program with its memory watched.
+check_memory() {
+  VARNEL_MEMCHECK=1 ctest --preset release -j "$jobs" -L memcheck
+}
+
 attribute() {
   sed -n "s/.*<testsuite[^>]* $2=\"\([0-9]*\)\".*/\1/p;s/^[[:space:]]*$2=\"\([0-9]*\)\".*/\1/p" "$1" | head -n 1
 }
@@ -125,7 +144,8 @@ fuzz() {
     if [[ -d fuzz/corpus/$name ]]; then
       inputs+=("fuzz/corpus/$name")
     fi
-    "$target" -max_total_time="$fuzz_seconds" -verbosity=0 -artifact_prefix="$PWD/build/fuzz/" "${inputs[@]}" || status=1
+    # The same inputs each time: a failure is about the change at hand. Searching on is for longer runs.
+    "$target" -seed=1 -max_total_time="$fuzz_seconds" -verbosity=0 -artifact_prefix="$PWD/build/fuzz/" "${inputs[@]}" || status=1
     rm -rf "$corpus"
   done
   return "$status"
@@ -135,7 +155,7 @@ heading "Packages"
 ./scripts/install-packages.sh \
   g++ cmake ninja-build clang clang-format clang-tidy libclang-rt-14-dev \
   libgtest-dev libgmock-dev libbenchmark-dev python3 python3-pytest slapd ldap-utils mandoc shellcheck \
-  valgrind zstd libcli11-dev nlohmann-json3-dev libarchive-dev libldap-dev
+  valgrind cppcheck zstd libcli11-dev nlohmann-json3-dev libarchive-dev libldap-dev
 
 if [[ -x scripts/fetch-389-schema.sh ]]; then
   heading "Schema files of another server, as test input"
@@ -155,7 +175,10 @@ check "Man pages" check_man_pages
 # show what a compiler makes of the sources.
 build_and_test clang -E '^(tests|bench)\.'
 build_and_test asan
-check "Static analysis" check_with_clang_tidy
+check "Threads" check_threads
+check "Memory" check_memory
+check "Static analysis: clang-tidy" check_with_clang_tidy
+check "Static analysis: cppcheck" check_with_cppcheck
 if [[ -d fuzz ]] && ((fuzz_seconds > 0)); then
   check "Fuzzing, a moment for each target" fuzz
 fi

@@ -2,6 +2,8 @@
 
 A Site is a fresh directory. Its run() returns a Run, whose expect() compares the exit status and,
 stream by stream, every message with its arguments; tree() is the directory's content by bytes.
+With VARNEL_MEMCHECK=1 in the environment the program runs under valgrind's memcheck, and any finding
+changes its exit status to MEMCHECK_STATUS; what was found stands in MEMCHECK_REPORTS.
 The warnings that the input gives by its content are worked out by expect() with a plain model, so that
 a test of something else need not list them.
 """
@@ -13,6 +15,7 @@ import re
 import shutil
 import stat
 import subprocess
+import tempfile
 import time
 
 import message_texts
@@ -22,6 +25,21 @@ import split_model
 HANG_GUARD_SECONDS = 240
 
 NOBODY = 65534
+
+MEMCHECK = os.environ.get("VARNEL_MEMCHECK") == "1"
+MEMCHECK_STATUS = 99
+MEMCHECK_REPORTS = pathlib.Path(tempfile.gettempdir()) / "varnel-memcheck"
+# What is still reachable at the end is no leak: exit() leaves the objects of all functions alone.
+MEMCHECK_COMMAND = [
+    "valgrind",
+    "--quiet",
+    f"--error-exitcode={MEMCHECK_STATUS}",
+    "--leak-check=full",
+    "--show-leak-kinds=definite",
+    "--errors-for-leak-kinds=definite",
+    f"--suppressions={pathlib.Path(__file__).with_name('memcheck.supp')}",
+    f"--log-file={MEMCHECK_REPORTS}/%p",
+]
 
 MESSAGE_LINE = re.compile(r"VNL\d{6}[A-Z]:.*")
 TRACE_LINE = re.compile(r"(c8010000|c8110000) ")
@@ -208,6 +226,16 @@ def wait_for(condition):
         time.sleep(0.005)
 
 
+def make_memcheck_reports():
+    MEMCHECK_REPORTS.mkdir(exist_ok=True)
+    # For the runs without privileges, too.
+    MEMCHECK_REPORTS.chmod(0o1777)
+
+
+def memcheck_report(pid):
+    return (MEMCHECK_REPORTS / str(pid)).read_text(encoding="utf-8", errors="replace")
+
+
 class Site:
     """A fresh directory in which the program runs."""
 
@@ -247,9 +275,14 @@ class Site:
         return found
 
     def start(self, *arguments, name=None, environment=None, **options):
+        if MEMCHECK and name is None:
+            make_memcheck_reports()
+            command = [*MEMCHECK_COMMAND, str(self.binary), *arguments]
+        else:
+            command = [name or str(self.binary), *arguments]
+            options["executable"] = str(self.binary)
         return subprocess.Popen(
-            [name or str(self.binary), *arguments],
-            executable=str(self.binary),
+            command,
             cwd=self.path,
             env={**os.environ, **(environment or {})},
             **options,
@@ -266,6 +299,8 @@ class Site:
             except subprocess.TimeoutExpired:
                 process.kill()
                 raise
+        if MEMCHECK:
+            assert process.returncode != MEMCHECK_STATUS, memcheck_report(process.pid)
         # With the schema of an instance names are equal that the model does not know to be.
         modelled = None if "-I" in arguments[:-1] else self
         return Run(process.returncode, stdout or b"", stderr or b"", modelled, input)

@@ -74,7 +74,7 @@ void inFreshProcess(const std::function<void()>& call) {
   int ends[2];
   ASSERT_EQ(::pipe(ends), 0);
   // What is buffered here would be written by both processes.
-  std::fflush(nullptr);
+  static_cast<void>(std::fflush(nullptr));
   const pid_t child = ::fork();
   ASSERT_GE(child, 0);
   if (child == 0) {

@@ -14,8 +14,14 @@ void NormalDn::normalize(const char* dn, std::size_t size, bool bySchema) {
   const schema::Schema* const schema = bySchema ? schema::loadedSchema() : nullptr;
   if (normalizeOrdinary(dn, size, schema)) {
     isLight_ = true;
-    return;
+  } else {
+    normalizeAny(dn, size, schema);
   }
+}
+
+// Never inlined: with these objects on its stack, the function above would guard it at each call.
+[[gnu::noinline]] void NormalDn::normalizeAny(const char* dn, std::size_t size,
+                                              const schema::Schema* schema) {
   isLight_ = schema == nullptr;
   DnNormalizer normalizer(schema);
   normalizer.normalize(std::string_view(dn, size));

@@ -44,6 +44,7 @@ class NormalDn {
 
  private:
   bool normalizeOrdinary(const char* dn, std::size_t size, const schema::Schema* schema);
+  void normalizeAny(const char* dn, std::size_t size, const schema::Schema* schema);
   void forgetRdns();
   void take(const NormalAva& ava);
 

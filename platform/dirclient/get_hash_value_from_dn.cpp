@@ -49,9 +49,11 @@ int jumpConsistentHash(std::uint64_t hash, int buckets) {
   return static_cast<int>(bucket);
 }
 
-void debugDecision(std::string_view part, int server, int serverCount) {
+// What keeps objects on the stack and is rarely needed is never inlined here: a function that has
+// them guards its stack at each call.
+[[gnu::noinline]] void debugDecision(std::string_view part, int server, int serverCount) {
   char what[64];
-  std::snprintf(what, sizeof what, "server %d of %d by", server, serverCount);
+  static_cast<void>(std::snprintf(what, sizeof what, "server %d of %d by", server, serverCount));
   dirclient::debugLine(what, part);
 }
 
@@ -120,7 +122,7 @@ class LightNormalForm {
   std::optional<DnNormalizer> normalizer_;
 };
 
-int serverOfTexts(std::string_view dn, std::string_view baseDn, int serverCount) {
+[[gnu::noinline]] int serverOfTexts(std::string_view dn, std::string_view baseDn, int serverCount) {
   const LightNormalForm entry(dn);
   // What follows an RDN of a normal form is one itself, so that it needs no look of its own.
   if (isBelow(entry.text(), baseDn)) {
@@ -137,6 +139,12 @@ bool isBelow(const NormalDn& dn, const NormalDn& baseDn) {
   }
   const std::size_t begin = dn.rdnBegin(dn.rdnCount() - baseDn.rdnCount());
   return std::string_view(dn.text()).substr(begin) == baseDn.text();
+}
+
+// Normalising lightly what a schema made of the names keeps their RDNs apart, so that of all RDNs
+// one is enough.
+[[gnu::noinline]] int serverOfRdnBySchema(std::string_view rdn, int serverCount) {
+  return serverOfPart(LightNormalForm(rdn).text(), serverCount);
 }
 
 std::string_view orEmpty(const char* text) {
@@ -160,7 +168,5 @@ int dirclient::serverOf(const NormalDn& dn, const NormalDn& baseDn, int serverCo
   const std::size_t begin = dn.rdnBegin(below - 1);
   const std::size_t end = dn.rdnBegin(below) - 1;
   const std::string_view rdn(dn.text().data() + begin, end - begin);
-  // Normalising lightly what a schema made of the names keeps their RDNs apart, so that of all RDNs
-  // one is enough.
-  return serverOfPart(dn.isLight() ? rdn : LightNormalForm(rdn).text(), serverCount);
+  return dn.isLight() ? serverOfPart(rdn, serverCount) : serverOfRdnBySchema(rdn, serverCount);
 }

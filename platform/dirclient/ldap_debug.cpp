@@ -38,7 +38,7 @@ void debugLine(const char* what, std::string_view text) {
   std::string line = std::string("dirclient: ") + what + ": ";
   text::appendOnOneLine(text, line);
   line += '\n';
-  std::fwrite(line.data(), 1, line.size(), stderr);
+  static_cast<void>(std::fwrite(line.data(), 1, line.size(), stderr));
 }
 
 }  // namespace dirclient

@@ -42,11 +42,11 @@ void SupertypeChains::markCycle(const std::vector<std::size_t>& path, std::size_
 }
 
 SupertypeChains::State SupertypeChains::stateFromSupertype(std::size_t type) const {
-  const std::size_t supertype = supertypes_[type];
-  if (supertype == undefined) {
+  const std::size_t parent = supertypes_[type];
+  if (parent == undefined) {
     return State::cut;
   }
-  return supertype == none || states_[supertype] == State::whole ? State::whole : State::belowFault;
+  return parent == none || states_[parent] == State::whole ? State::whole : State::belowFault;
 }
 
 }  // namespace schema

@@ -407,8 +407,15 @@ TEST(ParseText, RandomBytesOfTheGrammarAreSurvived) {
   EXPECT_GT(unread, 0U);
 }
 
-TEST(ParseText, AMillionDefinitionsAreRead) {
-  constexpr std::size_t count = 1000000;
+/// A million where the build is optimised; in the others, where that takes half a minute, a tenth.
+#ifdef __OPTIMIZE__
+constexpr std::size_t manyDefinitions = 1000000;
+#else
+constexpr std::size_t manyDefinitions = 100000;
+#endif
+
+TEST(ParseText, ManyDefinitionsAreRead) {
+  constexpr std::size_t count = manyDefinitions;
   std::string text = "dn: cn=schema\n";
   for (std::size_t i = 0; i < count; ++i) {
     const std::string number = std::to_string(i);
@@ -424,12 +431,13 @@ TEST(ParseText, AMillionDefinitionsAreRead) {
   const auto schema = probe.complete();
   EXPECT_THAT(probe.problems(), IsEmpty());
   EXPECT_EQ(probe.attributeTypeCount(), count);
-  EXPECT_EQ(schema->findAttributeType("A999999")->equality, EqualityRule::caseExact);
+  EXPECT_EQ(schema->findAttributeType("A" + std::to_string(count - 1))->equality,
+            EqualityRule::caseExact);
 }
 
-TEST(ParseText, AMillionDefinitionsOfOneOidAreOne) {
+TEST(ParseText, ManyDefinitionsOfOneOidAreOne) {
   std::string text;
-  for (int i = 0; i < 1000000; ++i) {
+  for (std::size_t i = 0; i < manyDefinitions; ++i) {
     text += "attributetype ( 1.5 NAME 'a' SYNTAX 1.9 )\n";
   }
   SchemaProbe probe;

@@ -8,7 +8,7 @@
 unsigned int trcEvents = 0;
 
 void ldtr_init() {
-  std::setvbuf(stderr, nullptr, _IOLBF, BUFSIZ);
+  static_cast<void>(std::setvbuf(stderr, nullptr, _IOLBF, BUFSIZ));
 }
 
 namespace ldtr_formater_global {
@@ -22,19 +22,20 @@ void debug(unsigned int level, const char* format, ...) {
   va_end(arguments);
 
   std::array<char, 12> prefix{};
-  std::snprintf(prefix.data(), prefix.size(), "%x ", level);
+  static_cast<void>(std::snprintf(prefix.data(), prefix.size(), "%x ", level));
   std::string text = prefix.data();
   if (length > 0) {
     const std::string::size_type start = text.size();
     text.resize(start + static_cast<std::string::size_type>(length));
     // vsnprintf ends the text with a NUL, which has its place behind every std::string.
-    std::vsnprintf(text.data() + start, static_cast<std::size_t>(length) + 1, format, again);
+    static_cast<void>(
+        std::vsnprintf(text.data() + start, static_cast<std::size_t>(length) + 1, format, again));
   }
   va_end(again);
   if (text.back() != '\n') {
     text += '\n';
   }
-  std::fwrite(text.data(), 1, text.size(), stderr);
+  static_cast<void>(std::fwrite(text.data(), 1, text.size(), stderr));
 }
 
 }  // namespace ldtr_formater_global
