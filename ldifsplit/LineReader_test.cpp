@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <ostream>
 #include <random>
 #include <string>
@@ -346,6 +347,59 @@ TEST(LineReader, LeavesTheStreamOpen) {
   const AutoClose stream(std::fopen("/dev/null", "r"));
   { const LineReader reader(stream.get()); }
   EXPECT_GE(::fcntl(::fileno(stream.get()), F_GETFD), 0);
+}
+
+class OrdinaryLines : public ::testing::Test {
+ protected:
+  /// The first `lines` lines of the text have been read; the last of them is the logical line.
+  LineReader& readerOf(const std::string& text, int lines = 1) {
+    stream_.reset(std::fopen(directory_.write("in", text).c_str(), "r"));
+    reader_ = std::make_unique<LineReader>(stream_.get());
+    for (int i = 0; i < lines; ++i) {
+      EXPECT_TRUE(reader_->readLine());
+    }
+    return *reader_;
+  }
+
+  std::string logicalLine() const { return std::string(reader_->data(), reader_->size()); }
+
+ private:
+  TemporaryDirectory directory_;
+  AutoClose stream_;
+  std::unique_ptr<LineReader> reader_;
+};
+
+TEST_F(OrdinaryLines, AreTakenUpToOneThatIsNone) {
+  for (const char* const other : {"dn: o=x\n", "a:: YQ==\n", "\n", "#c\n", "a: 1\n 2\n"}) {
+    LineReader& reader = readerOf("a: 1\nb: 22\nc: 333\n" + std::string(other) + "d: 4\n");
+    const LineReader::Taken taken = reader.takeOrdinaryLines(1000);
+    EXPECT_EQ(taken.lines, 2) << other;
+    EXPECT_EQ(taken.size, std::strlen("b: 22\nc: 333\n")) << other;
+    EXPECT_EQ(logicalLine(), "c: 333\n") << other;
+  }
+}
+
+TEST_F(OrdinaryLines, AreTakenAsFarAsTheyHaveTheWantedSize) {
+  const std::size_t two = std::strlen("b: 22\nc: 333\n");
+  EXPECT_EQ(readerOf("a: 1\nb: 22\nc: 333\nd: 4\n").takeOrdinaryLines(two).lines, 2);
+  EXPECT_EQ(readerOf("a: 1\nb: 22\nc: 333\nd: 4\n").takeOrdinaryLines(two - 1).lines, 1);
+}
+
+TEST_F(OrdinaryLines, NothingChangesWhereThereIsNone) {
+  LineReader& reader = readerOf("a: " + std::string(4092, 'x') + "b: 1\ndn: o=x\n", 2);
+  const LineReader::Taken taken = reader.takeOrdinaryLines(1000);
+  EXPECT_EQ(taken.lines, 0);
+  EXPECT_EQ(taken.size, 0U);
+  EXPECT_EQ(logicalLine(), "b: 1\n");
+  EXPECT_TRUE(reader.startsWithLaterPiece());
+}
+
+TEST_F(OrdinaryLines, StartWithNoLaterPiece) {
+  LineReader& reader = readerOf("a: " + std::string(4092, 'x') + "b: 1\nc: 2\nd: 3\n", 2);
+  ASSERT_TRUE(reader.startsWithLaterPiece());
+  ASSERT_EQ(reader.takeOrdinaryLines(1000).lines, 1);
+  EXPECT_EQ(logicalLine(), "c: 2\n");
+  EXPECT_FALSE(reader.startsWithLaterPiece());
 }
 
 }  // namespace

@@ -19,7 +19,7 @@ from fault_runs import (
     information_printed, outputs_of, run_with_fault, run_with_pause, sample_input,
     status_of, wait_until_stopped,
 )  # fmt: skip
-from varnel_run import SUCCESS, m
+from varnel_run import DEFAULT_NAME, SUCCESS, UP_TO_SPLIT, m, wait_for
 
 DATA = sample_input(4000)
 OTHER = b"dn: o=rest\n" + b"".join(entries(4800, width=60, first=10_000))
@@ -324,6 +324,33 @@ def test_the_terminal_of_the_session_goes_away(ready, ignored):
             assert written == WHOLE
         else:
             assert process.returncode == -signal.SIGHUP
+
+
+def test_a_run_that_is_killed(site):
+    """Its files are beginnings of what they should be, no message says that it is complete, and -r writes
+    them whole."""
+    os.mkfifo(site.path / "in.ldif")
+    site.configure(*CONFIGURATION)
+    process = site.start(stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    # It keeps the input open, so that the run cannot end by itself.
+    writer = subprocess.Popen(["sh", "-c", "exec cat >in.ldif"], cwd=site.path, stdin=subprocess.PIPE)
+    try:
+        writer.stdin.write(DATA[: len(DATA) * 2 // 3])
+        writer.stdin.flush()
+        wait_for(lambda: any((site.path / name).is_file() and site.read(name) for name in OUTPUTS))
+    finally:
+        process.kill()
+        writer.kill()
+    stdout, _ = process.communicate()
+    writer.communicate()
+    assert process.returncode == -signal.SIGKILL
+    assert stdout.decode().splitlines() == [x.line() for x in UP_TO_SPLIT]
+    written = contents(site)
+    assert all(WHOLE[name].startswith(written[name]) for name in OUTPUTS) and written != WHOLE
+    (site.path / "in.ldif").unlink()
+    site.write("in.ldif", DATA)
+    site.run("-r").expect(0, SUCCESS[0], m(30, DEFAULT_NAME), *SUCCESS[1:])
+    assert contents(site) == WHOLE
 
 
 def closing(*streams):

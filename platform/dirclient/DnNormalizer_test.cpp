@@ -192,6 +192,32 @@ TEST(Light, AssertionsStandInTheOrderWritten) {
   }
 }
 
+/// TYPE, VALUE and what stands between them of each assertion, by the places that the object tells.
+std::vector<std::string> assertionsOf(const std::string& dn) {
+  DnNormalizer normalizer;
+  EXPECT_TRUE(normalizer.normalize(dn)) << dn;
+  const std::string_view written = normalizer.written();
+  std::vector<std::string> found;
+  for (const auto& ava : normalizer.avas()) {
+    found.push_back(std::string(written.substr(ava.begin, ava.equals - ava.begin)) + " " +
+                    std::string(written.substr(ava.equals, ava.end - ava.equals)));
+  }
+  return found;
+}
+
+TEST(Light, AssertionsStandWhereTheySayBehindAValueOfAnotherSize) {
+  const std::vector<std::string> shorter = {"CN =FI", "OU =AB", "L =C", "O =D"};
+  EXPECT_EQ(assertionsOf("cn=\xEF\xAC\x81,ou=ab+l=c,o=d"), shorter);  // the ligature fi
+  EXPECT_EQ(assertionsOf("CN = \xEF\xAC\x81 , OU = AB + L = C , O = D"), shorter);
+  // The ligature ffi twice, in three bytes each, and one of three bytes that stands for four words.
+  EXPECT_EQ(
+      assertionsOf("ou=ab,cn=\xEF\xAC\x83\xEF\xAC\x83,o=\xEF\xB7\xBA,l=c"),
+      (std::vector<std::string>{"OU =AB", "CN =FFIFFI",
+                                "O =\xD8\xB5\xD9\x84\xD9\x89 \xD8\xA7\xD9\x84\xD9\x84\xD9\x87 "
+                                "\xD8\xB9\xD9\x84\xD9\x8A\xD9\x87 \xD9\x88\xD8\xB3\xD9\x84\xD9\x85",
+                                "L =C"}));
+}
+
 std::string deepDn(int rdns) {
   std::string dn = "o=x";
   for (int i = 1; i < rdns; ++i) {

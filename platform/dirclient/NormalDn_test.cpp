@@ -66,6 +66,7 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"LastRdnOfSeveralValues", "cn=x,ou=y,o=a+l=b", "CN=X,OU=Y,L=B+O=A", {0, 5, 10}, 2},
         Row{"TwoRdnsOfSeveralValues", "c=1+a=2,c=3+a=4,o=c", "A=2+C=1,A=4+C=3,O=C", {0, 8, 16}, 1},
         Row{"Utf8", "cn=\xc3\xa9,o=c", "CN=\xc3\x89,O=C", {0, 6}, 0},
+        Row{"Utf8ThatGetsShorter", "cn=\xEF\xAC\x81,ou=ab,o=c", "CN=FI,OU=AB,O=C", {0, 6, 12}, 0},
         Row{"Utf8AndSeveralValues",
             "ou=x,sn=\xc3\xa9+cn=b,o=c",
             "OU=X,CN=B+SN=\xc3\x89,O=C",

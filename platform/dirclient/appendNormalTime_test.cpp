@@ -75,6 +75,8 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"DayThatDoesNotExist", "20060229150405Z", ""}, Row{"Hour24", "20060102240000Z", ""},
         Row{"Minute60", "20060102156000Z", ""}, Row{"Second61", "20060102150461Z", ""},
         Row{"HalfAMinute", "2006010215040Z", ""}, Row{"MarkWithoutDigits", "20060102150405.Z", ""},
+        Row{"MarkAtTheEnd", "20060102150405.", ""}, Row{"TwoMarks", "20060102150405.,5Z", ""},
+        Row{"LetterBehindTheMark", "20060102150405.ZZ", ""},
         Row{"ZoneHour24", "20060102150405+24", ""}, Row{"ZoneMinute60", "20060102150405+0160", ""},
         Row{"ZoneOfThreeDigits", "20060102150405+010", ""},
         Row{"TextBehindTheZone", "20060102150405Zx", ""},
