@@ -206,9 +206,9 @@ def golden_values():
     """Of each group its lines, by their first words."""
     groups = []
     for group in rendered_page.paragraphs(rendered_page.section(PAGE, "Golden values")):
-        lines = re.findall(r"^(DN|base DN|key|h|servers) {1,8}(.*)$", group, re.MULTILINE)
-        if lines:
-            groups.append(dict(lines))
+        lines = dict(re.findall(r"^(DN|base DN|key|h|servers) {1,8}(.*)$", group, re.MULTILINE))
+        if "servers" in lines:
+            groups.append(lines)
     return groups
 
 
@@ -237,6 +237,101 @@ def test_golden_values_are_those_of_the_library(library):
         dn, base = group["DN"].encode(), group.get("base DN", "o = X").encode()
         servers = [library.get_hash_value_from_dn(dn, base, n) for n in COUNTS_OF_GOLDEN_VALUES]
         assert servers == [int(server) for server in group["servers"].split()], group
+
+
+# --- What the page shows as code ---------------------------------------------------------------------
+
+
+@pytest.fixture
+def include_directory(tmp_path):
+    """The public headers where an installation has them."""
+    directory = tmp_path / "include"
+    (directory / "varnel").mkdir(parents=True)
+    for header in ("dirclient/dirclient.h", "schema/ldcf_api_schema.h"):
+        shutil.copy(SOURCES / "platform" / header, directory / "varnel")
+    return directory
+
+
+def compiled(source, directory, include_directory, *more):
+    (directory / "example.c").write_text(source)
+    command = [os.environ["VARNEL_CC"], "-std=c99", "-Wall", "-Wextra", "-Werror", "-o", "example", "example.c",
+               f"-I{include_directory}", *more, f"-L{BUILD}", "-ldirclient", f"-Wl,-rpath,{BUILD}"]
+    done = subprocess.run(command, cwd=directory, capture_output=True, encoding="utf-8")
+    assert done.returncode == 0, done.stderr
+    return directory / "example"
+
+
+def displays(heading):
+    """What is shown as code below a heading: the runs of lines that are indented further."""
+    text = rendered_page.section(PAGE, heading)
+    runs = re.findall(r"(?:^ {11}.*\n|^\n(?= {11}))+", text, re.MULTILINE)
+    return [rendered_page.textwrap.dedent(run).strip("\n") + "\n" for run in runs]
+
+
+def test_page_s_code_of_the_hash_is_the_hash(tmp_path, include_directory):
+    code = next(display for display in displays("THE HASH") if "uint64_t h = " in display)
+    source = (
+        "#include <stdint.h>\n#include <stdio.h>\n#include <stdlib.h>\n#include <string.h>\n"
+        "static uint64_t server(const unsigned char *key, size_t length, uint64_t n) {\n" + code + "}\n"
+        "int main(int argc, char **argv) {\n"
+        "  for (int i = 2; i < argc; i++)\n"
+        "    printf(\"%d\\n\", (int)server((const unsigned char *)argv[1], strlen(argv[1]),\n"
+        "                              strtoull(argv[i], NULL, 10)));\n"
+        "  return 0;\n}\n"
+    )
+    program = compiled(source, tmp_path, include_directory)
+    for group in golden_values():
+        key = bytes_of(group["key"])
+        told = subprocess.run([program, key, *map(str, COUNTS_OF_GOLDEN_VALUES)], capture_output=True, check=True)
+        assert told.stdout.decode().split() == group["servers"].split(), group
+
+
+def test_record_of_the_page_is_that_of_the_header():
+    shown = displays("Normal forms")[0]
+    header = (SOURCES / "platform/dirclient/dirclient.h").read_text()
+    for name in ("ldap_escAVA", "ldap_escRDN", "ldap_escDN"):
+        pattern = rf"typedef struct {name} {{\n(.*?)}} {name};"
+        fields = [
+            re.findall(r"^ *([\w ]+?\**) *(\w+);", re.search(pattern, text.replace("* ", " *"), re.DOTALL)[1], re.MULTILINE)
+            for text in (shown, header)]
+        assert fields[0] and fields[0] == fields[1]
+
+
+def test_every_public_function_is_on_the_page():
+    exported = re.findall(r"^    (\w+);$", (SOURCES / "platform/dirclient/libdirclient.map").read_text(), re.MULTILINE)
+    named = re.findall(r"\w+", PAGE.split("\nNAME\n")[1].split(" – ")[0])
+    assert sorted(named) == sorted({"dirclient", *exported})
+    synopsis = re.sub(r"\s+", " ", rendered_page.section(PAGE, "SYNOPSIS"))
+    headers = "".join(
+        (SOURCES / "platform" / header).read_text() for header in ("dirclient/dirclient.h", "schema/ldcf_api_schema.h"))
+    for name in exported:
+        result, arguments = re.search(rf"^(\w[\w* ]*?) *\b{name}\(([^)]*)\);", headers, re.MULTILINE).groups()
+        declared = f"{result} {name}({arguments});"
+        blankless = re.sub(r"\s+", " ", declared).replace("* ", "*").replace(" *", "*")
+        assert blankless in synopsis.replace("* ", "*").replace(" *", "*"), declared
+
+
+def test_examples_of_the_page(tmp_path, include_directory):
+    filter_program, comparison, script = displays("EXAMPLES")
+    dns = ["uid=jo,ou=People,dc=example,dc=org", "cn=x, uid = JO ,ou=people,dc=example,dc=org", "cn=Mary,ou=People,dc=example,dc=org"]
+    base = b"ou=People,dc=example,dc=org"
+    servers = [page_algorithms.server_of(dn.encode(), base, 3) for dn in dns]
+    program = compiled(filter_program, tmp_path, include_directory)
+    done = subprocess.run([program], input="".join(f"{dn}\n" for dn in dns), capture_output=True, encoding="utf-8")
+    assert done.stdout == "".join(f"{server} {dn}\n" for server, dn in zip(servers, dns))
+
+    main = "int main(int argc, char **argv) {\n  return argc == 3 ? same_name(argv[1], argv[2]) : 2;\n}\n"
+    program = compiled(comparison + main, tmp_path, include_directory)
+    for first, second, same in [
+        ("cn=A , o=X", "CN=a,o=x", 1), ("cn=a,o=x", "cn=b,o=x", 0), ("no dn", "no dn either", 0)]:
+        assert subprocess.run([program, first, second]).returncode == same
+
+    # The page names the library as an installation has it.
+    os.symlink(BUILD / "libdirclient.so", tmp_path / re.search(r'CDLL\("(.*)"\)', script)[1])
+    done = subprocess.run(
+        [sys.executable, "-c", script], capture_output=True, encoding="utf-8",
+        env={**os.environ, "LD_LIBRARY_PATH": str(tmp_path)})
+    assert (done.stdout, done.stderr) == (f"{servers[0]}\n", "")
 
 
 # --- By a schema -----------------------------------------------------------------------------------
