@@ -189,6 +189,24 @@ def test_hash_written_from_the_page_agrees_with_the_library(library):
     assert differ == []
 
 
+def test_base_dn_written_from_the_page_agrees_with_the_library(library):
+    bases = [*BASES, None, b"ou=People,o=x", b"cn=a,ou=b+l=a,o=x"]
+    array = (ctypes.c_char_p * len(bases))(*bases)
+    normal_bases = [page_algorithms.normal_rdns(base) if base else [] for base in bases]
+    differ = []
+    for dn, _ in some_dns(6):
+        rdns = page_algorithms.normal_rdns(dn)
+        above = [(len(base), -index) for index, base in enumerate(normal_bases)
+                 if base and rdns[-len(base) :] == base]
+        wanted = -max(above)[1] if above else -1
+        if library.get_base_dn_index(dn, array, len(bases)) != wanted:
+            differ.append((dn, wanted))
+        same = [bool(base) and rdns == base for base in normal_bases]
+        if [library.is_same_dn(dn, base) for base in bases] != same:
+            differ.append((dn, same))
+    assert differ == []
+
+
 def test_normal_form_written_from_the_page_agrees_with_the_library(library):
     differ = []
     for dn, _ in some_dns(3):
@@ -305,33 +323,40 @@ def test_every_public_function_is_on_the_page():
     headers = "".join(
         (SOURCES / "platform" / header).read_text() for header in ("dirclient/dirclient.h", "schema/ldcf_api_schema.h"))
     for name in exported:
-        result, arguments = re.search(rf"^(\w[\w* ]*?) *\b{name}\(([^)]*)\);", headers, re.MULTILINE).groups()
+        result, arguments = re.search(rf"^(\w[\w* ]*?) *\b{name}\((.*?)\);", headers, re.MULTILINE | re.DOTALL).groups()
         declared = f"{result} {name}({arguments});"
         blankless = re.sub(r"\s+", " ", declared).replace("* ", "*").replace(" *", "*")
         assert blankless in synopsis.replace("* ", "*").replace(" *", "*"), declared
 
 
 def test_examples_of_the_page(tmp_path, include_directory):
-    filter_program, comparison, script = displays("EXAMPLES")
-    dns = ["uid=jo,ou=People,dc=example,dc=org", "cn=x, uid = JO ,ou=people,dc=example,dc=org", "cn=Mary,ou=People,dc=example,dc=org"]
-    base = b"ou=People,dc=example,dc=org"
-    servers = [page_algorithms.server_of(dn.encode(), base, 3) for dn in dns]
+    filter_program, normaliser, script = displays("EXAMPLES")
+    people, devices = "ou=People,dc=example,dc=org", "ou=Devices,dc=example,dc=org"
     program = compiled(filter_program, tmp_path, include_directory)
+    dns, wanted = [], []
+    for dn, base, count in [
+        ("uid=jo,ou=People,dc=example,dc=org", people, 3), ("cn=x, uid = JO ,ou=people,dc=example,dc=org", people, 3),
+        ("cn=Mary,ou=People,dc=example,dc=org", people, 3), ("cn=lamp,ou=devices,dc=example,dc=org", devices, 2)]:
+        dns.append(dn)
+        wanted.append(f"{page_algorithms.server_of(dn.encode(), base.encode(), count)} of {base}: {dn}")
+    for dn, text in [
+        ("OU=people , dc=example,dc=org", f"all of {people}: "), ("dc=example,dc=org", "parent: "), ("no dn", "parent: ")]:
+        dns.append(dn)
+        wanted.append(text + dn)
     done = subprocess.run([program], input="".join(f"{dn}\n" for dn in dns), capture_output=True, encoding="utf-8")
-    assert done.stdout == "".join(f"{server} {dn}\n" for server, dn in zip(servers, dns))
+    assert done.stdout.splitlines() == wanted
 
-    main = "int main(int argc, char **argv) {\n  return argc == 3 ? same_name(argv[1], argv[2]) : 2;\n}\n"
-    program = compiled(comparison + main, tmp_path, include_directory)
-    for first, second, same in [
-        ("cn=A , o=X", "CN=a,o=x", 1), ("cn=a,o=x", "cn=b,o=x", 0), ("no dn", "no dn either", 0)]:
-        assert subprocess.run([program, first, second]).returncode == same
+    program = compiled(normaliser, tmp_path, include_directory)
+    for dn, out, error in [("cn = a , o=\\78", "CN=A,O=X\n", ""), ("no dn", "", "no DN\n")]:
+        done = subprocess.run([program, dn], capture_output=True, encoding="utf-8")
+        assert (done.stdout, done.stderr) == (out, error)
 
     # The page names the library as an installation has it.
     os.symlink(BUILD / "libdirclient.so", tmp_path / re.search(r'CDLL\("(.*)"\)', script)[1])
     done = subprocess.run(
         [sys.executable, "-c", script], capture_output=True, encoding="utf-8",
         env={**os.environ, "LD_LIBRARY_PATH": str(tmp_path)})
-    assert (done.stdout, done.stderr) == (f"{servers[0]}\n", "")
+    assert (done.stdout, done.stderr) == (f"{wanted[0][0]}\n", "")
 
 
 # --- By a schema -----------------------------------------------------------------------------------
@@ -417,4 +442,19 @@ def test_normal_form_by_a_schema_written_from_the_page_agrees_with_the_library(l
         told, _ = normal_form(library.dn_normalize_esc, library, dn)
         if told != page_algorithms.normal_form(dn, schema):
             differ.append((dn, told, page_algorithms.normal_form(dn, schema)))
+    assert differ == []
+
+
+def test_hash_by_a_schema_written_from_the_page_agrees_with_the_library(library, schema):
+    source = random.Random(5)
+    differ = []
+    for _ in range(COMPARED_DNS):
+        base = a_part_of_the_schema(schema, source)
+        dn = b",".join([*(a_part_of_the_schema(schema, source) for _ in range(source.choice((0, 1, 2)))), base])
+        base = source.choice((base, page_algorithms.normal_form(base, schema), b"commonName=x"))
+        n = source.choice(COUNTS)
+        told = library.get_hash_value_from_dn_by_schema(dn, base, n)
+        names = (page_algorithms.normal_form(name, schema) for name in (dn, base))
+        if told != page_algorithms.server_of(*names, n):
+            differ.append((dn, base, n, told))
     assert differ == []
