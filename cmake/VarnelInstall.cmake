@@ -6,6 +6,7 @@ install(FILES platform/dirclient/dirclient.h platform/schema/ldcf_api_schema.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/varnel)
 set(made_docs ${PROJECT_BINARY_DIR}/docs)
 install(FILES ${made_docs}/varnel.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES ${made_docs}/dirclient.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3)
 install(FILES ${made_docs}/varnelConfig.5 ${made_docs}/varnel-instance.conf.5
   DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
 install(FILES ${made_docs}/messages.md DESTINATION ${CMAKE_INSTALL_DOCDIR})

@@ -244,6 +244,7 @@ def text_of_part(name, value, is_ber, schema, nesting):
     return name.upper() + b"=" + value
 
 
+@functools.lru_cache(maxsize=20_000)
 def normal_rdns(dn, schema=None, nesting=0):
     """The RDNs of the normal form; none where the text is no DN."""
     try:

@@ -55,6 +55,7 @@ def files_of_an_installation(library):
         "share/bash-completion/completions/varnel",
         "share/doc/varnel/messages.md",
         "share/man/man1/varnel.1",
+        "share/man/man3/dirclient.3",
         "share/man/man5/varnel-instance.conf.5",
         "share/man/man5/varnelConfig.5",
         "share/varnel/examples/instance/instance.conf",

@@ -16,7 +16,7 @@ import message_texts
 import pytest
 import rendered_page
 import varnel_run
-from varnel_run import BASE, FILE1, FILE2, HEADER, INPUT, LOG, REST, SPLIT, SUCCESS, TWO_SERVERS, URL1, URL2, m
+from varnel_run import BASE, FILE1, HEADER, INPUT, LOG, REST, SPLIT, TWO_SERVERS, URL1
 
 SOURCES = pathlib.Path(os.environ["VARNEL_SOURCES"])
 BUILD = pathlib.Path(os.environ["VARNEL_BUILD"]).resolve()
@@ -82,15 +82,15 @@ def test_page_names_the_sets_of_messages(varnel_page):
     assert sorted(map(int, told)) == sorted(sets)
 
 
-def test_page_of_the_instance_has_its_keys(directory, site):
+def test_page_of_the_instance_has_its_keys(directory):
     keys = re.findall(r"^ +(\w+): path$", rendered_page.rendered("varnel-instance.conf.5"), re.MULTILINE)
     text = message_texts.catalog()[33, 5][2]
     assert keys == re.findall(r"\b\w+schema\b", text.split("The keys are")[1])
     (directory / "instance").mkdir()
     (directory / "each.schema").write_text("attributetype ( 1.2 NAME 'x' SYNTAX 1.3 )\n")
     (directory / "instance/instance.conf").write_text("".join(f"{key}: ../each.schema\n" for key in keys))
-    site.write("varnelConfig", varnel_run_configuration(TWO_SERVERS))
-    site.write("in.ldif", "dn: o=example\no: example\n")
+    (directory / "varnelConfig").write_text(configuration_of(TWO_SERVERS))
+    (directory / "in.ldif").write_text(ENTRY)
     done = varnel(directory, "-I", "./instance")
     assert (done.returncode, done.stderr) == (0, "")
 
@@ -98,7 +98,7 @@ def test_page_of_the_instance_has_its_keys(directory, site):
 # --- Defaults ------------------------------------------------------------------------------------------
 
 
-def varnel_run_configuration(lines):
+def configuration_of(lines):
     return "".join(f"{line}\n" for line in lines)
 
 
@@ -117,7 +117,7 @@ def test_defaults_of_the_configuration(directory, configuration_page):
     (directory / "base").mkdir()
     (directory / "base/in.ldif").write_text("dn: o=other\no: other\n\ndn: o=example\no: example\n")
     lines = ("actiontype: splitonly", "basedirectory: base", INPUT, SPLIT, BASE, URL1, FILE1)
-    (directory / "varnelConfig").write_text(varnel_run_configuration(lines))
+    (directory / "varnelConfig").write_text(configuration_of(lines))
     assert varnel(directory).returncode == 0
     # In the working directory, whatever the base directory.
     assert {file.name for file in directory.iterdir()} == {"base", "varnelConfig", log, rest}
@@ -126,7 +126,7 @@ def test_defaults_of_the_configuration(directory, configuration_page):
         file.unlink()
     shutil.move(directory / "base/in.ldif", directory)
     (directory / "varnelConfig").write_text(
-        varnel_run_configuration(line for line in lines if "basedirectory" not in line))
+        configuration_of(line for line in lines if "basedirectory" not in line))
     assert varnel(directory).returncode == 0
     assert {file.name for file in directory.iterdir()} == {
         "base", "varnelConfig", log, rest, "in.ldif", "one.ldif"}
@@ -149,7 +149,7 @@ def split(directory):
     """Runs the program over a text; the result and the number of the line in the log, if any."""
 
     def run(text):
-        (directory / "varnelConfig").write_text(varnel_run_configuration(TWO_SERVERS))
+        (directory / "varnelConfig").write_text(configuration_of(TWO_SERVERS))
         (directory / "in.ldif").write_text(text)
         for name in ("one.ldif", "two.ldif", "rest.ldif", "run.log"):
             (directory / name).unlink(missing_ok=True)
@@ -238,7 +238,7 @@ def test_unnamed_default_output_file_is_as_the_page_says(directory, varnel_page)
         "“version: 1” and one empty line then.")
     assert says(varnel_page, "if none comes, it keeps what it holds.")
     lines = [line for line in TWO_SERVERS if line != REST]
-    (directory / "varnelConfig").write_text(varnel_run_configuration(lines))
+    (directory / "varnelConfig").write_text(configuration_of(lines))
     (directory / "in.ldif").write_text(ENTRY)
     assert varnel(directory).returncode == 0
     assert (directory / "parent.ldif").read_bytes() == HEADER
@@ -262,13 +262,39 @@ def test_dns_are_written_plainly(split, directory, varnel_page):
 
 
 def test_full_disk_leaves_no_line_in_the_log_on_it(directory, varnel_page):
-    """A limit on the size of a file of this process stands for the disk: /dev/full has no files."""
+    """The log is on a full device; full disks with all files are in test_full_disks.py."""
     assert says(varnel_page, "Where the log cannot be written either, as on a full disk that it shares with the output files, that line is missing")
     lines = ["logfile: /dev/full" if line == LOG else line for line in TWO_SERVERS]
-    (directory / "varnelConfig").write_text(varnel_run_configuration(lines))
+    (directory / "varnelConfig").write_text(configuration_of(lines))
     (directory / "in.ldif").write_text("dn: o=example\nno colon\n")
     done = varnel(directory)
     assert (done.returncode, re.findall(r"^(VNL\d+E)", done.stderr, re.MULTILINE)) == (2, ["VNL032033E", "VNL032034E"])
+
+
+@pytest.mark.parametrize("above", [False, True], ids=["no base DN above", "a base DN above"])
+def test_entries_below_a_multi_valued_base_dn(above, directory, varnel_page):
+    assert says(
+        varnel_page,
+        "they go to the file of the base DN above it, if there is one, else to the default output file. A "
+        "warning names such a base DN (VNL032065W), but only where that RDN is its first.")
+    sections = [("l=a+l=b,o=c", "first"), ("ou=x,ou=a+l=b,o=c", "second")] + [("o=c", "above")] * above
+    lines = ["actiontype: splitonly", INPUT, LOG, REST, SPLIT]
+    for number, (base, name) in enumerate(sections):
+        lines += [f"basedn: {base}", f"url: ldap://{number}", f"file: {name}.ldif"]
+    (directory / "varnelConfig").write_text(configuration_of(lines))
+    names = ["o=c", "l=a+l=b,o=c", "cn=1,l=a+l=b,o=c", "ou=x,ou=a+l=b,o=c", "cn=1,ou=x,ou=a+l=b,o=c", "cn=1,ou=a+l=b,o=c"]
+    (directory / "in.ldif").write_text("".join(f"dn: {name}\nsn: x\n\n" for name in names))
+    done = varnel(directory)
+    assert done.returncode == 0
+    assert re.findall(r"^VNL032065W: .*?the base DN (\S+)", done.stderr, re.MULTILINE) == ["L=A+L=B,O=C"]
+
+    def in_file(name):
+        file = directory / f"{name}.ldif"
+        return re.findall("^dn: (.*)$", file.read_text(), re.MULTILINE) if file.exists() else []
+
+    assert (in_file("first"), in_file("second")) == (["l=a+l=b,o=c"], ["ou=x,ou=a+l=b,o=c"])
+    elsewhere = [name for name in names if name not in ("l=a+l=b,o=c", "ou=x,ou=a+l=b,o=c")]
+    assert (in_file("above"), in_file("rest")) == ((elsewhere, []) if above else ([], elsewhere))
 
 
 @pytest.mark.parametrize("options", [("-h",), ("-?",), ("--version",), ("-r", "-h")], ids=" ".join)
@@ -282,7 +308,7 @@ def test_usage_ends_in_the_version(options, directory, varnel_page):
 @pytest.mark.parametrize("level, traces", [("4", 0), ("x", 0), ("", None), ("1x", 1)])
 def test_debug_levels(level, traces, directory, varnel_page):
     assert says(varnel_page, "The default is 0, and so is a text that does not begin with a number.")
-    (directory / "varnelConfig").write_text(varnel_run_configuration(TWO_SERVERS))
+    (directory / "varnelConfig").write_text(configuration_of(TWO_SERVERS))
     (directory / "in.ldif").write_text(ENTRY + "dn: cn=a,o=example\nsn: b\n")
     done = varnel(directory, "-d", level)
     if traces is None:
@@ -331,7 +357,6 @@ def test_commands_of_the_page(directory, varnel_page):
     plain, again, by_schema, compressed, version, load = commands_of_the_page(varnel_page)
     shutil.copytree(SOURCES / "examples/split", directory, dirs_exist_ok=True)
     shutil.copytree(SOURCES / "examples/instance", directory / "instance")
-    schema = BUILD / "../../schema/core.schema"
     configuration = directory / "instance/instance.conf"
     lines = [
         f"systemschema: {SOURCES / 'schema/core.schema'}" if line.endswith("core.schema") else line
@@ -409,8 +434,7 @@ def test_cron_job_splits_into_a_directory_of_the_day(cron_job):
     (day,) = cron_job.days.iterdir()
     assert day.name in (before.isoformat(), datetime.date.today().isoformat())
     files = {file.name: file.read_bytes() for file in day.iterdir()}
-    assert {"complete", "messages.txt", "directory.ldif", "people1.ldif", "parent.ldif", "varnel.log"} <= (
-        set(files) | {"varnel.log"})
+    assert {"complete", "messages.txt", "directory.ldif", "people1.ldif", "parent.ldif"} <= set(files)
     assert b"VNL032039I" in files["messages.txt"]
     assert {file.stat().st_mode & 0o77 for file in [day, *day.iterdir()]} == {0}
 
@@ -432,7 +456,7 @@ def test_cron_job_tells_a_failure(cron_job, directory):
     assert not (day / "complete").exists()
 
 
-def test_example_of_the_instance_page(directory, site):
+def test_example_of_the_instance_page(directory):
     text = rendered_page.section(rendered_page.rendered("varnel-instance.conf.5"), "EXAMPLES")
     paths = re.findall(r"^ +(\w+): (\S+)$", text, re.MULTILINE)
     assert [key for key, _ in paths] == ["systemschema", "systemschema", "userschema"]
@@ -448,7 +472,7 @@ def test_example_of_the_instance_page(directory, site):
             path = "misc.schema"
         lines.append(f"{key}: {path}\n")
     (instance / "instance.conf").write_text("".join(lines))
-    (directory / "varnelConfig").write_text(varnel_run_configuration(TWO_SERVERS))
+    (directory / "varnelConfig").write_text(configuration_of(TWO_SERVERS))
     (directory / "in.ldif").write_text(ENTRY)
     done = varnel(directory, "-I", "./instance")
     assert (done.returncode, re.findall(r"^VNL033\d+E", done.stderr, re.MULTILINE)) == (0, [])
