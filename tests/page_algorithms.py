@@ -307,7 +307,13 @@ def generalized_time(value):
     if not 400 <= instant.year <= 10399:
         return value
     text = b"%04d%02d%02d%02d%02d%02d" % (
-        instant.year - 400, instant.month, instant.day, instant.hour, instant.minute, second)
+        instant.year - 400,
+        instant.month,
+        instant.day,
+        instant.hour,
+        instant.minute,
+        second,
+    )
     fraction = fraction.rstrip(b"0")
     return text + (b"." + fraction if fraction else b"") + b"Z"
 
@@ -366,7 +372,9 @@ MIX = [
 ]
 LAST_SHIFT = int(re.search(r"h = h \^ \(h >> (\d+)\);", HASH)[1])
 FACTOR = int(re.search(r"h = h \* (\d+) \+ 1;", HASH)[1])
-SCALE, JUMP_SHIFT = map(int, re.search(r"\(bucket \+ 1\) << (\d+)\) / \(\(h >> (\d+)\) \+ 1\)", HASH).groups())
+SCALE, JUMP_SHIFT = map(
+    int, re.search(r"\(bucket \+ 1\) << (\d+)\) / \(\(h >> (\d+)\) \+ 1\)", HASH).groups()
+)
 
 
 def key_of(dn, base):

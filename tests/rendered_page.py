@@ -13,7 +13,9 @@ def rendered(page):
     """The text of a page of the build, without bold and underlined."""
     done = subprocess.run(
         ["mandoc", "-T", "utf8", "-O", "width=78", BUILD / "docs" / page],
-        check=True, capture_output=True, encoding="utf-8",
+        check=True,
+        capture_output=True,
+        encoding="utf-8",
     )
     return re.sub(".\x08", "", done.stdout)
 
@@ -23,7 +25,8 @@ def section(text, heading):
     indent = re.search(rf"^( *){re.escape(heading)}$", text, re.MULTILINE)[1]
     found = re.search(
         rf"^{indent}{re.escape(heading)}\n(?P<body>.*?)(?=^ {{0,{len(indent)}}}\S|\Z)",
-        text, re.MULTILINE | re.DOTALL,
+        text,
+        re.MULTILINE | re.DOTALL,
     )
     return found["body"]
 

@@ -61,23 +61,32 @@ def normal_form(normalize, library, dn):
 # --- DNs in every way of writing them --------------------------------------------------------------
 
 WORDS = [
-    "a", "Jo", "SMITH", "local host", "local   host", "People", "Sales, North", "a+b", 'say "x"', "C:\\temp",
-    "<tag>", "x=y", "#1", "#0401FF", "#0401F", "#", "", " ", "  lead", "trail  ", "semi;colon", "1.2.3", "0",
-    "Müller", "mu\u0308ller", "M\u00dcLLER", "Straße", "STRASSE", "ﬁle", "Ｆｕｌｌ　ｗｉｄｔｈ", "ΣΊΣΥΦΟΣ", "σίσυφος",
-    "İstanbul", "ıspanak", "ſs", "ǅ", "Ångström", "\u212bngstro\u0308m", "Поиск", "поиск", "東京", "ｱｲｳ", "한국", "\u1112\u1161\u11ab",
-    "\u1112 \u1161", "a\u0308\u0323", "a\u0323\u0308", " \u0308x", "x \u0301", "soft\u00adhyphen", "zero\u200bwidth",
-    "no\u00a0break", "em\u2003space", "line\u2028sep", "tab\there", "new\nline", "bell\x07", "del\x7f", "\u0085",
-    "\ufdfa", "\u1e9e", "\u0587", "\u0390", "\u1fb3", "ǰ", "\ufb03", "\u24b6\u24d0", "½", "x²", "\u2126", "\u212a", "µ",
-    "\U0001d400", "\U00010400", "\U00010428", "\U0001f600", "\u0221", "\u023a\u2c65", "\u1c90", "\u10d0", "\ua64a\ua64b", "\u13a0\uab70",
-    "\ue000", "\ufffd", "\ufff9", "\ufe0f", "\ufeff", "\U000e0041", "\u0340", "\u0f71\u0f73", "\U0002f868", "\u0958",
-    "\u09c7\u09be", "\u1100\u1161\u11a8", "\uac00\u11a8", "\u0b47\u0300\u0b3e", "e\u0301\u0301", "\u0345\u0301", "ά\u0345",
+    "a", "Jo", "SMITH", "local host", "local   host", "People", "Sales, North", "a+b", 'say "x"',
+    "C:\\temp", "<tag>", "x=y", "#1", "#0401FF", "#0401F", "#", "", " ", "  lead", "trail  ",
+    "semi;colon", "1.2.3", "0", "Müller", "mu\u0308ller", "M\u00dcLLER", "Straße", "STRASSE", "ﬁle",
+    "Ｆｕｌｌ　ｗｉｄｔｈ", "ΣΊΣΥΦΟΣ", "σίσυφος", "İstanbul", "ıspanak", "ſs", "ǅ", "Ångström",
+    "\u212bngstro\u0308m", "Поиск", "поиск", "東京", "ｱｲｳ", "한국", "\u1112\u1161\u11ab", "\u1112 \u1161",
+    "a\u0308\u0323", "a\u0323\u0308", " \u0308x", "x \u0301", "soft\u00adhyphen", "zero\u200bwidth",
+    "no\u00a0break", "em\u2003space", "line\u2028sep", "tab\there", "new\nline", "bell\x07", "del\x7f",
+    "\u0085", "\ufdfa", "\u1e9e", "\u0587", "\u0390", "\u1fb3", "ǰ", "\ufb03", "\u24b6\u24d0", "½", "x²",
+    "\u2126", "\u212a", "µ", "\U0001d400", "\U00010400", "\U00010428", "\U0001f600", "\u0221",
+    "\u023a\u2c65", "\u1c90", "\u10d0", "\ua64a\ua64b", "\u13a0\uab70", "\ue000", "\ufffd", "\ufff9",
+    "\ufe0f", "\ufeff", "\U000e0041", "\u0340", "\u0f71\u0f73", "\U0002f868", "\u0958", "\u09c7\u09be",
+    "\u1100\u1161\u11a8", "\uac00\u11a8", "\u0b47\u0300\u0b3e", "e\u0301\u0301", "\u0345\u0301",
+    "ά\u0345",
 ]
-TYPES = ["cn", "CN", "uid", "ou", "oid.cn", "OID.2.5.4.3", "oid.oid.x", "2.5.4.3", "x-y_z.9", "commonName", "sn", "dc", "oid.", ""]
-NOT_UTF_8 = [b"\xff", b"caf\xe9", b"\xc3", b"\xed\xa0\x80", b"\xc0\xafab", b"  \xf5 x ", b"a\x00\xffb", b"\xf4\x90\x80\x80", b" \xfe\x7f "]
+TYPES = [
+    "cn", "CN", "uid", "ou", "oid.cn", "OID.2.5.4.3", "oid.oid.x", "2.5.4.3", "x-y_z.9", "commonName",
+    "sn", "dc", "oid.", "",
+]
+NOT_UTF_8 = [
+    b"\xff", b"caf\xe9", b"\xc3", b"\xed\xa0\x80", b"\xc0\xafab", b"  \xf5 x ", b"a\x00\xffb",
+    b"\xf4\x90\x80\x80", b" \xfe\x7f ",
+]
 BASES = [
-    b"o=x", b"O = X", b"ou=People,dc=example,dc=org", b"OU=people ; DC = Example,dc=ORG", b"cn=a\\,b,o=x", b"b=c",
-    b"ou=b+l=a,o=x", b"l=A + ou=B,o=x", "ou=M\u00fcnchen,o=x".encode(), b"", b"no dn", b"dc=example, dc=org", b"o=\\20x",
-    b"o=\"x\"", b"o=#0401", b"oid.o=x", "o=x\u00ad".encode(),
+    b"o=x", b"O = X", b"ou=People,dc=example,dc=org", b"OU=people ; DC = Example,dc=ORG", b"cn=a\\,b,o=x",
+    b"b=c", b"ou=b+l=a,o=x", b"l=A + ou=B,o=x", "ou=M\u00fcnchen,o=x".encode(), b"", b"no dn",
+    b"dc=example, dc=org", b"o=\\20x", b"o=\"x\"", b"o=#0401", b"oid.o=x", "o=x\u00ad".encode(),
 ]
 COUNTS = [1, 2, 3, 4, 5, 7, 10, 16, 64, 100, 1000, 65_536, 2**31 - 1, 0, -3]
 
@@ -87,8 +96,17 @@ def a_word(source):
     if kind < 0.06:
         return source.choice(NOT_UTF_8)
     if kind < 0.16:
-        codes = (source.choice((source.randrange(0x80), source.randrange(0x2000), source.randrange(0x10000),
-                                source.randrange(0x110000))) for _ in range(source.randint(1, 6)))
+        codes = (
+            source.choice(
+                (
+                    source.randrange(0x80),
+                    source.randrange(0x2000),
+                    source.randrange(0x10000),
+                    source.randrange(0x110000),
+                )
+            )
+            for _ in range(source.randint(1, 6))
+        )
         return "".join(chr(code) for code in codes if not 0xD800 <= code < 0xE000).encode()
     word = source.choice(WORDS)
     if kind < 0.4:
@@ -111,9 +129,13 @@ def written_value(value, source):
         return b"#" + (digits.upper() if source.random() < 0.5 else digits).encode()
     if way < 0.3:
         inside = b"".join(
-            b"\\" + bytes([byte]) if byte in b'"\\' else
-            hexadecimal(byte, source) if byte == 0 or source.random() < 0.05 else bytes([byte])
-            for byte in value)
+            b"\\" + bytes([byte])
+            if byte in b'"\\'
+            else hexadecimal(byte, source)
+            if byte == 0 or source.random() < 0.05
+            else bytes([byte])
+            for byte in value
+        )
         return b'"' + inside + b'"'
     density = source.choice((0, 0, 0.1, 1))
     result = b""
@@ -134,9 +156,17 @@ def blanks(source):
 
 def a_part(source):
     name = source.choice(TYPES[:-2] if source.random() < 0.99 else TYPES[-2:]).encode()
-    return b"".join((
-        blanks(source), name, blanks(source), b"=", blanks(source),
-        written_value(a_word(source), source), blanks(source)))
+    return b"".join(
+        (
+            blanks(source),
+            name,
+            blanks(source),
+            b"=",
+            blanks(source),
+            written_value(a_word(source), source),
+            blanks(source),
+        )
+    )
 
 
 def an_rdn(source):
@@ -174,7 +204,8 @@ def test_the_dns_to_compare_are_varied():
         "no DNs": [not text for text in normal],
         "not as they are written": [bool(text) and text != dn for text, dn in zip(normal, dns)],
         "below their base": [
-            page_algorithms.key_of(dn, base) != page_algorithms.normal_form(dn) for dn, base in some_dns(1)],
+            page_algorithms.key_of(dn, base) != page_algorithms.normal_form(dn) for dn, base in some_dns(1)
+        ],
     }
     counted = {kind: sum(found) for kind, found in shares.items()}
     assert all(count >= COMPARED_DNS // 50 for count in counted.values()), counted
@@ -199,8 +230,11 @@ def test_base_dn_written_from_the_page_agrees_with_the_library(library):
     differ = []
     for dn, _ in some_dns(6):
         rdns = page_algorithms.normal_rdns(dn)
-        above = [(len(base), -index) for index, base in enumerate(normal_bases)
-                 if base and rdns[-len(base) :] == base]
+        above = [
+            (len(base), -index)
+            for index, base in enumerate(normal_bases)
+            if base and rdns[-len(base) :] == base
+        ]
         wanted = -max(above)[1] if above else -1
         if library.get_base_dn_index(dn, array, len(bases)) != wanted:
             differ.append((dn, wanted))
@@ -222,8 +256,12 @@ def test_normal_form_written_from_the_page_agrees_with_the_library(library):
 
 def test_each_code_point_that_may_go_agrees_with_the_library(library):
     """Controls, formats, blanks and marks, one by one: those that the page's lists are about."""
-    chars = [chr(code) for code in range(1, 0x110000) if ucd_3_2_0.category(chr(code)) in (
-        "Cc", "Cf", "Zs", "Zl", "Zp", "Mn", "Mc", "Me") or code in (0xFFFC, 0xFFFD)]
+    chars = [
+        chr(code)
+        for code in range(1, 0x110000)
+        if ucd_3_2_0.category(chr(code)) in ("Cc", "Cf", "Zs", "Zl", "Zp", "Mn", "Mc", "Me")
+        or code in (0xFFFC, 0xFFFD)
+    ]
     assert len(chars) > 800
     differ = []
     for char in chars:
@@ -251,7 +289,8 @@ def bytes_of(text):
 
 
 COUNTS_OF_GOLDEN_VALUES = [
-    int(count) for count in re.findall(r"\d+", re.search(r"\bn\s+is ([\d,\sand]+)\.", PAGE)[1])]
+    int(count) for count in re.findall(r"\d+", re.search(r"\bn\s+is ([\d,\sand]+)\.", PAGE)[1])
+]
 
 
 def test_golden_values_are_those_of_the_page_s_algorithms():
@@ -288,8 +327,21 @@ def include_directory(tmp_path):
 
 def compiled(source, directory, include_directory, *more):
     (directory / "example.c").write_text(source)
-    command = [os.environ["VARNEL_CC"], "-std=c99", "-Wall", "-Wextra", "-Werror", "-o", "example", "example.c",
-               f"-I{include_directory}", *more, f"-L{BUILD}", "-ldirclient", f"-Wl,-rpath,{BUILD}"]
+    command = [
+        os.environ["VARNEL_CC"],
+        "-std=c99",
+        "-Wall",
+        "-Wextra",
+        "-Werror",
+        "-o",
+        "example",
+        "example.c",
+        f"-I{include_directory}",
+        *more,
+        f"-L{BUILD}",
+        "-ldirclient",
+        f"-Wl,-rpath,{BUILD}",
+    ]
     done = subprocess.run(command, cwd=directory, capture_output=True, encoding="utf-8")
     assert done.returncode == 0, done.stderr
     return directory / "example"
@@ -309,14 +361,16 @@ def test_page_s_code_of_the_hash_is_the_hash(tmp_path, include_directory):
         "static uint64_t server(const unsigned char *key, size_t length, uint64_t n) {\n" + code + "}\n"
         "int main(int argc, char **argv) {\n"
         "  for (int i = 2; i < argc; i++)\n"
-        "    printf(\"%d\\n\", (int)server((const unsigned char *)argv[1], strlen(argv[1]),\n"
+        '    printf("%d\\n", (int)server((const unsigned char *)argv[1], strlen(argv[1]),\n'
         "                              strtoull(argv[i], NULL, 10)));\n"
         "  return 0;\n}\n"
     )
     program = compiled(source, tmp_path, include_directory)
     for group in golden_values():
         key = bytes_of(group["key"])
-        told = subprocess.run([program, key, *map(str, COUNTS_OF_GOLDEN_VALUES)], capture_output=True, check=True)
+        told = subprocess.run(
+            [program, key, *map(str, COUNTS_OF_GOLDEN_VALUES)], capture_output=True, check=True
+        )
         assert told.stdout.decode().split() == group["servers"].split(), group
 
 
@@ -326,8 +380,13 @@ def test_record_of_the_page_is_that_of_the_header():
     for name in ("ldap_escAVA", "ldap_escRDN", "ldap_escDN"):
         pattern = rf"typedef struct {name} {{\n(.*?)}} {name};"
         fields = [
-            re.findall(r"^ *([\w ]+?\**) *(\w+);", re.search(pattern, text.replace("* ", " *"), re.DOTALL)[1], re.MULTILINE)
-            for text in (shown, header)]
+            re.findall(
+                r"^ *([\w ]+?\**) *(\w+);",
+                re.search(pattern, text.replace("* ", " *"), re.DOTALL)[1],
+                re.MULTILINE,
+            )
+            for text in (shown, header)
+        ]
         assert fields[0] and fields[0] == fields[1]
 
 
@@ -336,16 +395,24 @@ def with_stars_apart(text):
 
 
 def test_every_public_function_is_on_the_page():
-    exported = re.findall(r"^    (\w+);$", (SOURCES / "platform/dirclient/libdirclient.map").read_text(), re.MULTILINE)
+    exported = re.findall(
+        r"^    (\w+);$", (SOURCES / "platform/dirclient/libdirclient.map").read_text(), re.MULTILINE
+    )
     named = re.findall(r"\w+", PAGE.split("\nNAME\n")[1].split(" – ")[0])
     assert sorted(named) == sorted({"dirclient", *exported})
     synopsis = rendered_page.section(PAGE, "SYNOPSIS")
     headers = "".join(
-        (SOURCES / "platform" / header).read_text() for header in ("dirclient/dirclient.h", "schema/ldcf_api_schema.h"))
+        (SOURCES / "platform" / header).read_text()
+        for header in ("dirclient/dirclient.h", "schema/ldcf_api_schema.h")
+    )
     for name in exported:
-        result, arguments = re.search(rf"^(\w[\w* ]*?) *\b{name}\((.*?)\);", headers, re.MULTILINE | re.DOTALL).groups()
+        result, arguments = re.search(
+            rf"^(\w[\w* ]*?) *\b{name}\((.*?)\);", headers, re.MULTILINE | re.DOTALL
+        ).groups()
         # A line of the page has no room for the parameters' names of a pointer to a function.
-        arguments = re.sub(r"(?<=\)\().*?(?=\))", lambda inner: re.sub(r" \w+(?=,|$)", "", inner[0]), arguments)
+        arguments = re.sub(
+            r"(?<=\)\().*?(?=\))", lambda inner: re.sub(r" \w+(?=,|$)", "", inner[0]), arguments
+        )
         declared = f"{result} {name}({arguments});"
         assert with_stars_apart(declared) in with_stars_apart(synopsis), declared
 
@@ -356,15 +423,23 @@ def test_examples_of_the_page(tmp_path, include_directory):
     program = compiled(filter_program, tmp_path, include_directory)
     dns, wanted = [], []
     for dn, base, count in [
-        ("uid=jo,ou=People,dc=example,dc=org", people, 3), ("cn=x, uid = JO ,ou=people,dc=example,dc=org", people, 3),
-        ("cn=Mary,ou=People,dc=example,dc=org", people, 3), ("cn=lamp,ou=devices,dc=example,dc=org", devices, 2)]:
+        ("uid=jo,ou=People,dc=example,dc=org", people, 3),
+        ("cn=x, uid = JO ,ou=people,dc=example,dc=org", people, 3),
+        ("cn=Mary,ou=People,dc=example,dc=org", people, 3),
+        ("cn=lamp,ou=devices,dc=example,dc=org", devices, 2),
+    ]:
         dns.append(dn)
         wanted.append(f"{page_algorithms.server_of(dn.encode(), base.encode(), count)} of {base}: {dn}")
     for dn, text in [
-        ("OU=people , dc=example,dc=org", f"all of {people}: "), ("dc=example,dc=org", "parent: "), ("no dn", "parent: ")]:
+        ("OU=people , dc=example,dc=org", f"all of {people}: "),
+        ("dc=example,dc=org", "parent: "),
+        ("no dn", "parent: "),
+    ]:
         dns.append(dn)
         wanted.append(text + dn)
-    done = subprocess.run([program], input="".join(f"{dn}\n" for dn in dns), capture_output=True, encoding="utf-8")
+    done = subprocess.run(
+        [program], input="".join(f"{dn}\n" for dn in dns), capture_output=True, encoding="utf-8"
+    )
     assert done.stdout.splitlines() == wanted
 
     program = compiled(normaliser, tmp_path, include_directory)
@@ -375,33 +450,52 @@ def test_examples_of_the_page(tmp_path, include_directory):
     # The page names the library as an installation has it.
     os.symlink(BUILD / "libdirclient.so", tmp_path / re.search(r'CDLL\("(.*)"\)', script)[1])
     done = subprocess.run(
-        [sys.executable, "-c", script], capture_output=True, encoding="utf-8",
-        env={**os.environ, "LD_LIBRARY_PATH": str(tmp_path)})
+        [sys.executable, "-c", script],
+        capture_output=True,
+        encoding="utf-8",
+        env={**os.environ, "LD_LIBRARY_PATH": str(tmp_path)},
+    )
     assert (done.stdout, done.stderr) == (f"{wanted[0][0]}\n", "")
 
 
 # --- By a schema -----------------------------------------------------------------------------------
 
 RULES = [
-    "caseIgnoreMatch", "caseIgnoreIA5Match", "booleanMatch", "someOtherMatch", "caseExactMatch", "caseExactIA5Match",
-    "caseIgnoreListMatch", "numericStringMatch", "telephoneNumberMatch", "integerMatch", "generalizedTimeMatch",
-    "objectIdentifierMatch", "octetStringMatch", "bitStringMatch", "distinguishedNameMatch",
+    "caseIgnoreMatch", "caseIgnoreIA5Match", "booleanMatch", "someOtherMatch", "caseExactMatch",
+    "caseExactIA5Match", "caseIgnoreListMatch", "numericStringMatch", "telephoneNumberMatch",
+    "integerMatch", "generalizedTimeMatch", "objectIdentifierMatch", "octetStringMatch", "bitStringMatch",
+    "distinguishedNameMatch",
 ]
 VALUES_OF_RULES = {
-    "caseIgnoreListMatch": ["a $ b", "A$B", "a\u0308 $ \u0308b", "$", "1 Main  St$ Town $", "x$\u00ad$y"],
-    "numericStringMatch": ["1 2 3", " 123 ", "12\u00a03", "\u1112 \u1161", "\uac00 \u11a8", "1 \u03012", "1-2", "a B"],
+    "caseIgnoreListMatch": [
+        "a $ b", "A$B", "a\u0308 $ \u0308b", "$", "1 Main  St$ Town $", "x$\u00ad$y",
+    ],
+    "numericStringMatch": [
+        "1 2 3", " 123 ", "12\u00a03", "\u1112 \u1161", "\uac00 \u11a8", "1 \u03012", "1-2", "a B",
+    ],
     "telephoneNumberMatch": [
-        "+49 30 12-34", "+493012 34", "+49\u201030\u201112\u221234", "1\ufe632\uff0d3\u058a4", "-\u03011", "\u1112-\u1161", "ext Five"],
-    "integerMatch": ["007", " 7 ", "-0", "-007", "+7", "7.0", "", "-", "0", "000", "\uff17", "12345678901234567890"],
+        "+49 30 12-34", "+493012 34", "+49\u201030\u201112\u221234", "1\ufe632\uff0d3\u058a4", "-\u03011",
+        "\u1112-\u1161", "ext Five",
+    ],
+    "integerMatch": [
+        "007", " 7 ", "-0", "-007", "+7", "7.0", "", "-", "0", "000", "\uff17", "12345678901234567890",
+    ],
     "generalizedTimeMatch": [
-        "20240229120000Z", "202402291200Z", "2024022912Z", "20240229120000.500Z", "20240229120000,5Z", "2024022912.25Z",
-        "202402291200.125Z", "20240229133000+0130", "20240229105960-01", "20240229235960Z", "20230229120000Z", "20240229240000Z",
-        "99991231235959-0100", "00000101000000+0100", "00000101000000Z", "00000229000000Z", "20240229120000", "20240229120000z",
-        "20240101003000+01", "2024022912.Z", "2024022912.999999Z", "20241301000000Z", "20240229120000+2400"],
-    "objectIdentifierMatch": ["name-7", "NAME-7", " alias-7 ", "1.9.7", "2.5.4.3", "absent", "aThing", "1.9.99"],
+        "20240229120000Z", "202402291200Z", "2024022912Z", "20240229120000.500Z", "20240229120000,5Z",
+        "2024022912.25Z", "202402291200.125Z", "20240229133000+0130", "20240229105960-01",
+        "20240229235960Z", "20230229120000Z", "20240229240000Z", "99991231235959-0100",
+        "00000101000000+0100", "00000101000000Z", "00000229000000Z", "20240229120000", "20240229120000z",
+        "20240101003000+01", "2024022912.Z", "2024022912.999999Z", "20241301000000Z",
+        "20240229120000+2400",
+    ],
+    "objectIdentifierMatch": [
+        "name-7", "NAME-7", " alias-7 ", "1.9.7", "2.5.4.3", "absent", "aThing", "1.9.99",
+    ],
     "distinguishedNameMatch": [
-        "name-9=007+name-4=Ab,o=x", "o = X", "no dn", "oid.name-4=aB;o=x", "", "\uff4f\uff1d\uff38", "name-14=o\\=x\\,name-9\\=01",
-        "name-14=name-14\\=name-14\\\\\\=name-14\\\\\\\\\\\\\\=O \\\\\\\\\\\\\\= y"],
+        "name-9=007+name-4=Ab,o=x", "o = X", "no dn", "oid.name-4=aB;o=x", "", "\uff4f\uff1d\uff38",
+        "name-14=o\\=x\\,name-9\\=01",
+        "name-14=name-14\\=name-14\\\\\\=name-14\\\\\\\\\\\\\\=O \\\\\\\\\\\\\\= y",
+    ],
 }
 
 
@@ -420,14 +514,23 @@ def schema(library, tmp_path_factory):
             numbers[name.lower().encode()] = number.encode()
 
     for index, rule in enumerate(RULES):
-        add(f"1.9.{index}", [f"name-{index}", f"alias-{index}"], rule,
-            f"NAME ( 'name-{index}' 'alias-{index}' ) EQUALITY {rule}")
+        add(
+            f"1.9.{index}",
+            [f"name-{index}", f"alias-{index}"],
+            rule,
+            f"NAME ( 'name-{index}' 'alias-{index}' ) EQUALITY {rule}",
+        )
     add("1.9.50", ["heir"], "integerMatch", "NAME 'heir' SUP middle")
     add("1.9.51", ["middle"], "integerMatch", "NAME 'middle' SUP name-9")
     add("1.9.52", ["own"], "caseExactMatch", "NAME 'own' SUP name-9 EQUALITY caseExactMatch")
     add("1.9.53", [], "caseExactMatch", "EQUALITY caseExactMatch")
     add("1.9.54", ["noRule"], None, "NAME 'noRule'")
-    add("2.5.4.3", ["commonName", "cn"], "caseIgnoreMatch", "NAME ( 'commonName' 'cn' ) EQUALITY caseIgnoreMatch")
+    add(
+        "2.5.4.3",
+        ["commonName", "cn"],
+        "caseIgnoreMatch",
+        "NAME ( 'commonName' 'cn' ) EQUALITY caseIgnoreMatch",
+    )
     file = tmp_path_factory.mktemp("schema") / "each.schema"
     file.write_text("\n".join(lines) + "\n")
     library.ldcf_api_schema_init()
@@ -458,7 +561,8 @@ def test_normal_form_by_a_schema_written_from_the_page_agrees_with_the_library(l
     for _ in range(COMPARED_DNS):
         rdns = [
             b"+".join(a_part_of_the_schema(schema, source) for _ in range(source.choice((1, 1, 2))))
-            for _ in range(source.choice((1, 2)))]
+            for _ in range(source.choice((1, 2)))
+        ]
         dn = b",".join(rdns)
         told, _ = normal_form(library.dn_normalize_esc, library, dn)
         if told != page_algorithms.normal_form(dn, schema):
@@ -471,7 +575,9 @@ def test_hash_by_a_schema_written_from_the_page_agrees_with_the_library(library,
     differ = []
     for _ in range(COMPARED_DNS):
         base = a_part_of_the_schema(schema, source)
-        dn = b",".join([*(a_part_of_the_schema(schema, source) for _ in range(source.choice((0, 1, 2)))), base])
+        dn = b",".join(
+            [*(a_part_of_the_schema(schema, source) for _ in range(source.choice((0, 1, 2)))), base]
+        )
         base = source.choice((base, page_algorithms.normal_form(base, schema), b"commonName=x"))
         n = source.choice(COUNTS)
         told = library.get_hash_value_from_dn_by_schema(dn, base, n)

@@ -67,7 +67,9 @@ def test_message_numbers_are_those_of_the_catalog(page):
 
 
 def test_page_explains_each_warning_of_a_split(varnel_page):
-    listed = re.findall(r"^ +(VNL\d{6}W) {2}\w", rendered_page.section(varnel_page, "MESSAGES"), re.MULTILINE)
+    listed = re.findall(
+        r"^ +(VNL\d{6}W) {2}\w", rendered_page.section(varnel_page, "MESSAGES"), re.MULTILINE
+    )
     warnings = [
         f"VNL032{number:03d}W"
         for (message_set, number), (severity, _, _) in sorted(message_texts.catalog().items())
@@ -110,9 +112,12 @@ def varnel(directory, *options, **more):
 
 def test_defaults_of_the_configuration(directory, configuration_page):
     log, rest = (
-        re.search(rf" {key}: file (?:(?!: ).)*?The default is ([\w.]+) in the working directory",
-                  in_one_line(configuration_page))[1]
-        for key in ("logfile", "defaultoutputfile"))
+        re.search(
+            rf" {key}: file (?:(?!: ).)*?The default is ([\w.]+) in the working directory",
+            in_one_line(configuration_page),
+        )[1]
+        for key in ("logfile", "defaultoutputfile")
+    )
     assert says(configuration_page, "The default is the working directory.")
     (directory / "base").mkdir()
     (directory / "base/in.ldif").write_text("dn: o=other\no: other\n\ndn: o=example\no: example\n")
@@ -126,10 +131,17 @@ def test_defaults_of_the_configuration(directory, configuration_page):
         file.unlink()
     shutil.move(directory / "base/in.ldif", directory)
     (directory / "varnelConfig").write_text(
-        configuration_of(line for line in lines if "basedirectory" not in line))
+        configuration_of(line for line in lines if "basedirectory" not in line)
+    )
     assert varnel(directory).returncode == 0
     assert {file.name for file in directory.iterdir()} == {
-        "base", "varnelConfig", log, rest, "in.ldif", "one.ldif"}
+        "base",
+        "varnelConfig",
+        log,
+        rest,
+        "in.ldif",
+        "one.ldif",
+    }
 
 
 def test_files_of_the_page_are_the_defaults(varnel_page, configuration_page):
@@ -154,7 +166,11 @@ def split(directory):
         for name in ("one.ldif", "two.ldif", "rest.ldif", "run.log"):
             (directory / name).unlink(missing_ok=True)
         done = varnel(directory)
-        return done, (directory / "run.log").read_text(), re.findall(r"^(VNL\d+[WE])", done.stderr, re.MULTILINE)
+        return (
+            done,
+            (directory / "run.log").read_text(),
+            re.findall(r"^(VNL\d+[WE])", done.stderr, re.MULTILINE),
+        )
 
     return run
 
@@ -164,14 +180,17 @@ def servers(directory):
 
 
 def test_modifications_stop_the_run(split, varnel_page):
-    assert says(varnel_page, "one with a line ‘-’, as modifications have, stops the run at that line (VNL032033E)")
-    done, log, told = split(
-        ENTRY + "dn: cn=a,o=example\nchangetype: modify\nreplace: sn\nsn: b\n-\n\n")
+    assert says(
+        varnel_page, "one with a line ‘-’, as modifications have, stops the run at that line (VNL032033E)"
+    )
+    done, log, told = split(ENTRY + "dn: cn=a,o=example\nchangetype: modify\nreplace: sn\nsn: b\n-\n\n")
     assert (done.returncode, log, told) == (2, "8\n", ["VNL032070W", "VNL032033E", "VNL032034E"])
 
 
 def test_change_record_that_looks_like_an_entry_is_copied_as_one(split, directory, varnel_page):
-    assert says(varnel_page, "A record whose lines are all like those of an entry is copied as an entry would be")
+    assert says(
+        varnel_page, "A record whose lines are all like those of an entry is copied as an entry would be"
+    )
     record = "dn: cn=a,o=example\nchangetype: add\nsn: b\n"
     done, log, told = split(ENTRY + record)
     assert (done.returncode, log, told) == (0, "", ["VNL032070W"])
@@ -191,7 +210,11 @@ def test_most_unfolded_lines_stop_the_run(line, split, varnel_page):
 
 def test_unfolded_line_of_valid_pieces_is_copied_unchanged(split, directory, varnel_page):
     assert says(varnel_page, "Where each piece happens to be valid, those are copied unchanged")
-    limit = int(re.search(r"more than (\d+) bytes, its line end counted, is read in pieces", in_one_line(varnel_page))[1])
+    limit = int(
+        re.search(
+            r"more than (\d+) bytes, its line end counted, is read in pieces", in_one_line(varnel_page)
+        )[1]
+    )
     head = "description: "
     line = head + "x" * (limit - len(head)) + "tail: of it"
     done, _, told = split(f"{ENTRY}dn: cn=a,o=example\n{line}\n")
@@ -202,7 +225,11 @@ def test_unfolded_line_of_valid_pieces_is_copied_unchanged(split, directory, var
 
 
 def test_limit_of_a_line_counts_its_end(split, directory, varnel_page):
-    limit = int(re.search(r"more than (\d+) bytes, its line end counted, is read in pieces", in_one_line(varnel_page))[1])
+    limit = int(
+        re.search(
+            r"more than (\d+) bytes, its line end counted, is read in pieces", in_one_line(varnel_page)
+        )[1]
+    )
     line = ("description: " + "x" * limit)[: limit - 1]
     done, _, told = split(f"{ENTRY}dn: cn=a,o=example\n{line}\n")
     assert (done.returncode, told) == (0, [])
@@ -223,7 +250,8 @@ def test_output_files_begin_as_the_page_says(split, directory, varnel_page):
     assert says(
         varnel_page,
         "An output file to which an entry goes begins with the line “version: 1” and two empty lines. "
-        "A configured file to which no entry goes stays empty;")
+        "A configured file to which no entry goes stays empty;",
+    )
     done, _, _ = split(ENTRY)
     assert done.returncode == 0
     for name in ("one.ldif", "two.ldif"):
@@ -235,7 +263,8 @@ def test_unnamed_default_output_file_is_as_the_page_says(directory, varnel_page)
     assert says(
         varnel_page,
         "the default output file, where no line of the configuration names it, holds the line "
-        "“version: 1” and one empty line then.")
+        "“version: 1” and one empty line then.",
+    )
     assert says(varnel_page, "if none comes, it keeps what it holds.")
     lines = [line for line in TWO_SERVERS if line != REST]
     (directory / "varnelConfig").write_text(configuration_of(lines))
@@ -249,26 +278,42 @@ def test_unnamed_default_output_file_is_as_the_page_says(directory, varnel_page)
 
 
 def test_dns_are_written_plainly(split, directory, varnel_page):
-    assert says(varnel_page, "DNs are written as they are, not in base64, also where they hold bytes outside ASCII")
+    assert says(
+        varnel_page, "DNs are written as they are, not in base64, also where they hold bytes outside ASCII"
+    )
     assert says(varnel_page, "control characters, they are written as escapes of the DN")
     done, _, _ = split(
         ENTRY + "dn:: Y249TcO8bGxlcixvPWV4YW1wbGU=\nsn: b\n\ndn:: Y249YQpiLG89ZXhhbXBsZQ==\nsn: c\n\n"
-        "dn: cn=fo\n lded,o=example\nsn: d\n")
+        "dn: cn=fo\n lded,o=example\nsn: d\n"
+    )
     assert done.returncode == 0
     found = re.findall("^dn.*", servers(directory), re.MULTILINE)
-    assert sorted(found) == sorted([
-        "dn: o=example", "dn: o=example", "dn: cn=Müller,o=example", "dn: cn=a\\0Ab,o=example",
-        "dn: cn=folded,o=example"])
+    assert sorted(found) == sorted(
+        [
+            "dn: o=example",
+            "dn: o=example",
+            "dn: cn=Müller,o=example",
+            "dn: cn=a\\0Ab,o=example",
+            "dn: cn=folded,o=example",
+        ]
+    )
 
 
 def test_full_disk_leaves_no_line_in_the_log_on_it(directory, varnel_page):
     """The log is on a full device; full disks with all files are in test_full_disks.py."""
-    assert says(varnel_page, "Where the log cannot be written either, as on a full disk that it shares with the output files, that line is missing")
+    assert says(
+        varnel_page,
+        "Where the log cannot be written either, as on a full disk that it shares with the output files, "
+        "that line is missing",
+    )
     lines = ["logfile: /dev/full" if line == LOG else line for line in TWO_SERVERS]
     (directory / "varnelConfig").write_text(configuration_of(lines))
     (directory / "in.ldif").write_text("dn: o=example\nno colon\n")
     done = varnel(directory)
-    assert (done.returncode, re.findall(r"^(VNL\d+E)", done.stderr, re.MULTILINE)) == (2, ["VNL032033E", "VNL032034E"])
+    assert (done.returncode, re.findall(r"^(VNL\d+E)", done.stderr, re.MULTILINE)) == (
+        2,
+        ["VNL032033E", "VNL032034E"],
+    )
 
 
 @pytest.mark.parametrize("above", [False, True], ids=["no base DN above", "a base DN above"])
@@ -276,13 +321,21 @@ def test_entries_below_a_multi_valued_base_dn(above, directory, varnel_page):
     assert says(
         varnel_page,
         "they go to the file of the base DN above it, if there is one, else to the default output file. A "
-        "warning names such a base DN (VNL032065W), but only where that RDN is its first.")
+        "warning names such a base DN (VNL032065W), but only where that RDN is its first.",
+    )
     sections = [("l=a+l=b,o=c", "first"), ("ou=x,ou=a+l=b,o=c", "second")] + [("o=c", "above")] * above
     lines = ["actiontype: splitonly", INPUT, LOG, REST, SPLIT]
     for number, (base, name) in enumerate(sections):
         lines += [f"basedn: {base}", f"url: ldap://{number}", f"file: {name}.ldif"]
     (directory / "varnelConfig").write_text(configuration_of(lines))
-    names = ["o=c", "l=a+l=b,o=c", "cn=1,l=a+l=b,o=c", "ou=x,ou=a+l=b,o=c", "cn=1,ou=x,ou=a+l=b,o=c", "cn=1,ou=a+l=b,o=c"]
+    names = [
+        "o=c",
+        "l=a+l=b,o=c",
+        "cn=1,l=a+l=b,o=c",
+        "ou=x,ou=a+l=b,o=c",
+        "cn=1,ou=x,ou=a+l=b,o=c",
+        "cn=1,ou=a+l=b,o=c",
+    ]
     (directory / "in.ldif").write_text("".join(f"dn: {name}\nsn: x\n\n" for name in names))
     done = varnel(directory)
     assert done.returncode == 0
@@ -299,7 +352,11 @@ def test_entries_below_a_multi_valued_base_dn(above, directory, varnel_page):
 
 @pytest.mark.parametrize("options", [("-h",), ("-?",), ("--version",), ("-r", "-h")], ids=" ".join)
 def test_usage_ends_in_the_version(options, directory, varnel_page):
-    assert says(varnel_page, "a short usage text, whose last line tells the version of the program. There is no other option that tells it.")
+    assert says(
+        varnel_page,
+        "a short usage text, whose last line tells the version of the program. There is no other option that "
+        "tells it.",
+    )
     done = varnel(directory, *options)
     version = re.search(r"This page describes version (\S+)\.", varnel_page)[1]
     assert (done.returncode, done.stderr, done.stdout.splitlines()[-1]) == (0, "", f"Version {version}.")
@@ -349,8 +406,13 @@ def commands_of_the_page(page):
 
 def shell(script, directory, **environment):
     return subprocess.run(
-        ["sh", "-c", script], cwd=directory, capture_output=True, encoding="utf-8", timeout=60,
-        env={**os.environ, "PATH": f"{BINARY.parent}:{os.environ['PATH']}", **environment})
+        ["sh", "-c", script],
+        cwd=directory,
+        capture_output=True,
+        encoding="utf-8",
+        timeout=60,
+        env={**os.environ, "PATH": f"{BINARY.parent}:{os.environ['PATH']}", **environment},
+    )
 
 
 def test_commands_of_the_page(directory, varnel_page):
@@ -360,7 +422,8 @@ def test_commands_of_the_page(directory, varnel_page):
     configuration = directory / "instance/instance.conf"
     lines = [
         f"systemschema: {SOURCES / 'schema/core.schema'}" if line.endswith("core.schema") else line
-        for line in configuration.read_text().splitlines()]
+        for line in configuration.read_text().splitlines()
+    ]
     configuration.write_text("\n".join(lines) + "\n")
     assert shell(plain, directory).returncode == 0
     once = {file.name: file.read_bytes() for file in directory.glob("*.ldif")}
@@ -384,7 +447,9 @@ def test_commands_of_the_page(directory, varnel_page):
     (directory / "stdin.conf").write_text(re.sub("(?m)^inputfile:.*", "inputfile: /dev/stdin", text))
     done = shell(compressed, directory)
     assert (done.returncode, done.stderr) == (0, "")
-    assert {name: (directory / name).read_bytes() for name in outputs} == {name: once[name] for name in outputs}
+    assert {name: (directory / name).read_bytes() for name in outputs} == {
+        name: once[name] for name in outputs
+    }
 
     page_version = re.search(r"This page describes version (\S+)\.", varnel_page)[1]
     assert shell(version, directory).stdout == f"Version {page_version}.\n"
@@ -400,8 +465,10 @@ def cron_job(directory, varnel_page):
     """Runs the job of the page, with an export of the tests, in directories of the tests."""
     text = rendered_page.section(varnel_page, "EXAMPLES")
     script = "".join(
-        line[11:] for line in text[text.index("#!/bin/sh") - 11 :].splitlines(keepends=True)
-        if line.startswith(" " * 11))
+        line[11:]
+        for line in text[text.index("#!/bin/sh") - 11 :].splitlines(keepends=True)
+        if line.startswith(" " * 11)
+    )
     for there in ("/var/backups/split", "/etc/varnel/varnelConfig"):
         assert script.count(there) == 1
         script = script.replace(there, str(directory) + there)
@@ -420,8 +487,13 @@ def cron_job(directory, varnel_page):
 
     def run(export):
         return subprocess.run(
-            [job], cwd="/", capture_output=True, encoding="utf-8", timeout=60,
-            env={"PATH": f"{directory}/bin:{BINARY.parent}:{os.environ['PATH']}", "EXPORT": str(export)})
+            [job],
+            cwd="/",
+            capture_output=True,
+            encoding="utf-8",
+            timeout=60,
+            env={"PATH": f"{directory}/bin:{BINARY.parent}:{os.environ['PATH']}", "EXPORT": str(export)},
+        )
 
     run.days = directory / "var/backups/split"
     return run
