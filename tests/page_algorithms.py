@@ -20,7 +20,6 @@ HASH = rendered_page.section(PAGE, "THE HASH")
 
 BLANK = 0x20
 SPACE = " "
-SEPARATORS = b",;+"
 HEXADECIMAL = b"0123456789abcdefABCDEF"
 TYPE_BYTES = frozenset(b"-_.0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ")
 MOST_RDNS = int(re.search(r"A text with more than (\d+) RDNs", PAGE)[1])

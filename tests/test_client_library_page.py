@@ -525,6 +525,7 @@ def schema(library, tmp_path_factory):
     add("1.9.52", ["own"], "caseExactMatch", "NAME 'own' SUP name-9 EQUALITY caseExactMatch")
     add("1.9.53", [], "caseExactMatch", "EQUALITY caseExactMatch")
     add("1.9.54", ["noRule"], None, "NAME 'noRule'")
+    add("1.9.55", ["byNumber"], "integerMatch", "NAME 'byNumber' EQUALITY 2.5.13.14")
     add(
         "2.5.4.3",
         ["commonName", "cn"],
