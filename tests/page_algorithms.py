@@ -167,9 +167,7 @@ def folded(char):
 @functools.cache
 def capital(char):
     upper = char.upper()
-    if len(upper) != 1 or upper == char or not is_assigned(char) or not is_assigned(upper):
-        return char
-    return upper if folded(upper) == char else char
+    return upper if len(upper) == 1 and folded(upper) == char else char
 
 
 def nfkc(text):

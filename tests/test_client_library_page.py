@@ -390,6 +390,15 @@ def test_record_of_the_page_is_that_of_the_header():
         assert fields[0] and fields[0] == fields[1]
 
 
+def test_build_files_that_the_page_names_are_made():
+    library = " ".join(rendered_page.section(PAGE, "LIBRARY").split())
+    name = re.search(r"pkg-config --cflags --libs (\S+)\)", library)[1]
+    assert (BUILD / f"{name}.pc").exists()
+    package, namespace, target = re.search(r"find_package\((\w+)\), target (\w+)::(\w+)\.", library).groups()
+    export = (SOURCES / "cmake/VarnelInstall.cmake").read_text()
+    assert f"install(EXPORT {target} FILE {package}Config.cmake NAMESPACE {namespace}::" in export
+
+
 def with_stars_apart(text):
     return re.sub(r"\s+(?=[),])", "", re.sub(r"\s+", " ", text.replace("*", " * ")))
 
@@ -493,6 +502,7 @@ VALUES_OF_RULES = {
     ],
     "distinguishedNameMatch": [
         "name-9=007+name-4=Ab,o=x", "o = X", "no dn", "oid.name-4=aB;o=x", "", "\uff4f\uff1d\uff38",
+        "\uff4f \uff1d \uff38",
         "name-14=o\\=x\\,name-9\\=01",
         "name-14=name-14\\=name-14\\\\\\=name-14\\\\\\\\\\\\\\=O \\\\\\\\\\\\\\= y",
     ],
