@@ -128,6 +128,15 @@ static void forgetAnswer(void) {
   parentAsked = 0;
 }
 
+/* Why no server can be named for the DN, or NULL. The keys below cn=localhost are on each server of
+ * a base DN, which uses its own; nobody asks for them through a proxy. */
+static const char* faultOf(const char* dn) {
+  if (rdnCountOf(dn) == 0) {
+    return "not a DN";
+  }
+  return isAtOrBelow(dn, "cn=localhost") ? "each server has its own cn=localhost" : NULL;
+}
+
 /* A name stays where it is if the new one belongs to the same servers. A server cannot rename what
  * another one is to hold: the proxy refuses (result code 71, affectsMultipleDSAs), or copies the
  * entry and all below it, and deletes the old ones. */
@@ -140,8 +149,8 @@ static const char* askForRename(char* dn) {
     return "the new name is missing";
   }
   *newDn++ = '\0';
-  if (rdnCountOf(dn) == 0 || rdnCountOf(newDn) == 0) {
-    return "not a DN";
+  if (faultOf(dn) != NULL || faultOf(newDn) != NULL) {
+    return faultOf(dn) != NULL ? faultOf(dn) : faultOf(newDn);
   }
   for (i = 0; i < baseCount; ++i) {
     if (isAtOrBelow(bases[i], dn) || isAtOrBelow(bases[i], newDn)) {
@@ -165,8 +174,8 @@ static const char* ask(const char* operation, char* dn) {
     return askForRename(dn);
   }
   /* The empty DN is the root, where a search may begin. */
-  if (rdnCountOf(dn) == 0 && !(isSearch && *dn == '\0')) {
-    return "not a DN";
+  if (faultOf(dn) != NULL && !(isSearch && *dn == '\0')) {
+    return faultOf(dn);
   }
   if (strcmp(operation, "one") == 0) {
     askForChildren(dn);
@@ -265,11 +274,14 @@ static void printProblem(const char* line, void* context) {
 static int loadSchemas(int argc, char** argv) {
   int i = 1;
   ldcf_api_schema_report_to(printProblem, NULL);
+  ldcf_api_schema_init();
   for (; i + 1 < argc && strcmp(argv[i], "-s") == 0; i += 2) {
     bySchema = 1;
     ldcf_api_schema_parse(argv[i + 1]);
   }
   if (bySchema) {
+    /* Entries are where names as these files have them say; a proxy may rather stop where there was
+     * a problem that the split did not have. */
     ldcf_api_schema_complete();
   }
   return i;

@@ -41,6 +41,7 @@ class Library:
         # ctypes keeps no reference to a function that C may still call.
         self.reporter = Reporter(lambda line, _: print(os.fsdecode(line), file=sys.stderr))
         self.library.ldcf_api_schema_report_to(self.reporter, None)
+        self.library.ldcf_api_schema_init()
         for schema in schemas:
             self.library.ldcf_api_schema_parse(ctypes.c_char_p(os.fsencode(schema)))
         if schemas:
@@ -115,14 +116,22 @@ class Router:
     def of_subtree(self, dn):
         return self.of_entry(dn).union(*(self.all_of(base) for base in self.bases_below(dn)))
 
+    def check(self, dn):
+        """The keys below cn=localhost are on each server of a base DN, which uses its own; nobody asks
+        for them through a proxy."""
+        if self.library.rdn_count(dn) == 0:
+            raise ValueError("not a DN")
+        if self.library.index_of(dn, [b"cn=localhost"]) == 0:
+            raise ValueError("each server has its own cn=localhost")
+
     def of_rename(self, dns):
         """A server cannot rename what another one is to hold: the proxy refuses (result code 71,
         affectsMultipleDSAs), or copies the entry and all below it, and deletes the old ones."""
         dn, tab, new_dn = dns.partition(b"\t")
         if not tab:
             raise ValueError("the new name is missing")
-        if 0 in (self.library.rdn_count(dn), self.library.rdn_count(new_dn)):
-            raise ValueError("not a DN")
+        self.check(dn)
+        self.check(new_dn)
         if self.bases_below(dn) or self.bases_below(new_dn):
             raise ValueError("a base DN is renamed by a new split alone")
         places = self.of_entry(new_dn)
@@ -134,9 +143,8 @@ class Router:
         if operation == b"rename":
             return self.of_rename(dn)
         # The empty DN is the root, where a search may begin.
-        is_root = dn == b"" and operation in (b"one", b"sub")
-        if self.library.rdn_count(dn) == 0 and not is_root:
-            raise ValueError("not a DN")
+        if not (dn == b"" and operation in (b"one", b"sub")):
+            self.check(dn)
         operations = {
             b"read": self.of_entry,
             b"write": self.of_entry,
