@@ -12,7 +12,8 @@ struct CommandLineOption {
   const char* argumentName;  // a null pointer for a flag, which has no argument
   const char* meaning;
   const char* defaultText;  // what holds without the option, and then what that means
-  const char* completion;   // for bash: the compgen option that lists arguments; empty for a flag
+  const char* completion;   // what its argument may be: "file", "directory" or the words, with
+                            // blanks between them; empty for a flag
 };
 
 /// Where the configuration is looked for without -f.
@@ -22,18 +23,18 @@ constexpr const char* configFileOfNoOption = "./varnelConfig";
 constexpr CommandLineOption commandLineOptions[] = {
     {'f', "FILE",
      "configuration file: names the input, the base DNs, the servers and their output files",
-     configFileOfNoOption, "-f"},
+     configFileOfNoOption, "file"},
     {'r', nullptr,
      "recovery mode: log and output files must exist already; the output files are overwritten, "
      "from the first line of the input",
      "off; no output file may exist", ""},
     {'d', "LEVEL",
      "debug output on standard error, a sum of 1 (what the run does) and 4 (hash decisions)", "0",
-     "-W '1 4 5'"},
+     "1 4 5"},
     {'I', "INSTANCE",
      "name or directory of the server instance whose schema decides which spellings of a DN are "
      "the same",
-     "none; values compare without regard to case", "-d"},
+     "none; values compare without regard to case", "directory"},
 };
 
 /// The place of an option in the table. Used for constants: a letter that is not in the table does

@@ -1,7 +1,9 @@
 // Prints what is made of the table of options while the program is built:
 //
 //   print_options usage       the C++ source of the usage text, platform/messages/usageText.h
-//   print_options completion  the completion of the command line for bash
+//   print_options bash        the completion of the command line for bash
+//   print_options zsh         the same for zsh
+//   print_options fish        the same for fish
 //   print_options table       a line for each option: letter, argument name (may be empty), meaning
 //                             and default, separated by tabs; for the tests
 
@@ -93,7 +95,21 @@ void printUsage() {
   std::puts("\";");
 }
 
-void printCompletion() {
+/// What is offered for an option's argument: the text for files, the text for directories, or the
+/// words between two texts.
+std::string offered(const CommandLineOption& option, const char* files, const char* directories,
+                    const char* before, const char* behind) {
+  const std::string completion = option.completion;
+  if (completion == "file") {
+    return files;
+  }
+  if (completion == "directory") {
+    return directories;
+  }
+  return before + completion + behind;
+}
+
+void printForBash() {
   std::puts(
       "# Completion of varnel's command line for bash.\n"
       "_varnel() {\n"
@@ -104,7 +120,7 @@ void printCompletion() {
     letters += std::string(letters.empty() ? "-" : " -") + option.letter;
     if (takesArgument(option)) {
       std::printf("    -%c) mapfile -t COMPREPLY < <(compgen %s -- \"$current\") ;;\n",
-                  option.letter, option.completion);
+                  option.letter, offered(option, "-f", "-d", "-W '", "'").c_str());
     }
   }
   std::printf(
@@ -113,6 +129,57 @@ void printCompletion() {
       "}\n"
       "complete -o filenames -F _varnel varnel\n",
       letters.c_str());
+}
+
+/// The text as it may stand between single quotation marks, each character of `special` behind a
+/// `\`. The marks themselves are written as `'\''`, which both shells take.
+std::string quoted(const std::string& text, const std::string& special) {
+  std::string result = "'";
+  for (const char c : text) {
+    if (c == '\'') {
+      result += "'\\''";
+      continue;
+    }
+    if (special.find(c) != std::string::npos) {
+      result += '\\';
+    }
+    result += c;
+  }
+  return result + "'";
+}
+
+void printForZsh() {
+  std::puts("#compdef varnel\n# Completion of varnel's command line for zsh.\n_arguments -s -S \\");
+  const char* separator = "";
+  for (const CommandLineOption& option : commandLineOptions) {
+    std::string spec = std::string("-") + option.letter + "[";
+    for (const char* c = option.meaning; *c != '\0'; ++c) {
+      // Brackets end the meaning, and a colon would begin the argument.
+      spec += std::string("[]:\\").find(*c) != std::string::npos ? std::string("\\") + *c
+                                                                 : std::string(1, *c);
+    }
+    spec += "]";
+    if (takesArgument(option)) {
+      spec += std::string(":") + option.argumentName + ":" +
+              offered(option, "_files", "_directories", "(", ")");
+    }
+    std::printf("%s  %s", separator, quoted(spec, "").c_str());
+    separator = " \\\n";
+  }
+  std::puts("");
+}
+
+void printForFish() {
+  std::puts("# Completion of varnel's command line for fish.\ncomplete -c varnel -f");
+  for (const CommandLineOption& option : commandLineOptions) {
+    std::string arguments;
+    if (takesArgument(option)) {
+      arguments =
+          offered(option, " -r -F", " -x -a '(__fish_complete_directories)'", " -x -a '", "'");
+    }
+    std::printf("complete -c varnel -s %c%s -d %s\n", option.letter, arguments.c_str(),
+                quoted(option.meaning, "\\").c_str());
+  }
 }
 
 void printTable() {
@@ -128,12 +195,16 @@ int main(int argc, char** argv) {
   const std::string what = argc == 2 ? argv[1] : "";
   if (what == "usage") {
     printUsage();
-  } else if (what == "completion") {
-    printCompletion();
+  } else if (what == "bash") {
+    printForBash();
+  } else if (what == "zsh") {
+    printForZsh();
+  } else if (what == "fish") {
+    printForFish();
   } else if (what == "table") {
     printTable();
   } else {
-    std::fputs("Usage: print_options usage | completion | table\n", stderr);
+    std::fputs("Usage: print_options usage | bash | zsh | fish | table\n", stderr);
     return EXIT_FAILURE;
   }
   // What is printed becomes part of the product: a full disk must not pass for a short text.

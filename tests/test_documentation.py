@@ -12,7 +12,7 @@ import pytest
 SOURCES = pathlib.Path(os.environ["VARNEL_SOURCES"])
 BINARY = pathlib.Path(os.environ["VARNEL_BINARY"]).resolve()
 BUILD = pathlib.Path(os.environ["VARNEL_BUILD"]).resolve()
-PAGES = ["varnel.1", "varnelConfig.5", "varnel-instance.conf.5"]
+PAGES = ["varnel.1", "varnelConfig.5", "varnel-instance.conf.5", "dirclient.3"]
 SERVER_FILES = ["people1", "people2", "people3", "devices1", "devices2"]
 
 

@@ -1,5 +1,6 @@
 """What an installation holds, and that it works where it was put."""
 
+import json
 import os
 import pathlib
 import re
@@ -10,14 +11,24 @@ import tarfile
 import pytest
 
 BUILD = pathlib.Path(os.environ["VARNEL_BUILD"])
+SOURCES = pathlib.Path(os.environ["VARNEL_SOURCES"])
+
+CMAKE_PROJECT = r"""
+cmake_minimum_required(VERSION 3.20)
+project(client LANGUAGES C)
+find_package(varnel 1 REQUIRED)
+add_executable(client client.c)
+target_link_libraries(client PRIVATE varnel::dirclient)
+"""
 
 PROGRAM = r"""
-#include <dirclient.h>
+#include <varnel/dirclient.h>
+#include <varnel/ldcf_api_schema.h>
 #include <stdio.h>
 
 int main(void) {
   printf("%d\n", get_hash_value_from_dn("cn=a,o=b", "o=b", 1));
-  return 0;
+  return ldcf_api_schema_init();
 }
 """
 
@@ -43,24 +54,35 @@ def cache_entry(name):
 
 
 def files_of_an_installation(library):
+    pages = ["varnel-messages.7", *(template.stem for template in (SOURCES / "docs").glob("*.[1-8].in"))]
+    assert {"varnel.1", "varnelConfig.5"} < set(pages)
     version = cache_entry("CMAKE_PROJECT_VERSION")
     return {
         "bin/varnel",
+        "lib/cmake/varnel/varnelConfig.cmake",
+        f"lib/cmake/varnel/varnelConfig-{cache_entry('CMAKE_BUILD_TYPE').lower()}.cmake",
+        "lib/cmake/varnel/varnelConfigVersion.cmake",
+        "lib/pkgconfig/libdirclient.pc",
         library,
         f"{library}.{version.split('.')[0]}",
         f"{library}.{version}",
-        "include/dirclient.h",
+        "include/varnel/dirclient.h",
+        "include/varnel/ldcf_api_schema.h",
         "share/bash-completion/completions/varnel",
         "share/doc/varnel/messages.md",
-        "share/man/man1/varnel.1",
-        "share/man/man5/varnel-instance.conf.5",
-        "share/man/man5/varnelConfig.5",
+        "share/fish/vendor_completions.d/varnel.fish",
+        *(f"share/man/man{page[-1]}/{page}" for page in pages),
         "share/varnel/examples/instance/instance.conf",
         "share/varnel/examples/instance/staff.schema",
+        "share/varnel/examples/proxy/Makefile",
+        "share/varnel/examples/proxy/README.md",
+        "share/varnel/examples/proxy/route.c",
+        "share/varnel/examples/proxy/route.py",
         "share/varnel/examples/proxy/which_server.c",
         "share/varnel/examples/split/directory.ldif",
         "share/varnel/examples/split/varnelConfig",
         "share/varnel/schema/core.schema",
+        "share/zsh/site-functions/_varnel",
     }
 
 
@@ -77,6 +99,19 @@ def test_programs_are_bound_to_the_library_s_major_version(prefix):
     assert library.resolve().name == f"libdirclient.so.{version}"
     dynamic = run("readelf", "-d", library)
     assert f"Library soname: [libdirclient.so.{version.split('.')[0]}]" in dynamic
+
+
+def test_only_the_functions_of_the_headers_are_exported(prefix):
+    """A symbol more is an interface that nobody promised; programs ask for the version that is named here."""
+    headers = "".join(path.read_text() for path in (prefix / "include/varnel").iterdir())
+    code = re.sub(r"/\*.*?\*/|typedef struct.*?^}|^#.*?$", "", headers, flags=re.DOTALL | re.MULTILINE)
+    declared = set(re.findall(r"^[a-z][\w *]*?\b(\w+)\(", code, re.MULTILINE))
+    assert {"dn_normalize_esc", "get_base_dn_index", "ldcf_api_schema_report_to"} < declared
+    listed = run("nm", "-D", "--defined-only", next(prefix.rglob("libdirclient.so"))).splitlines()
+    assert {line.split(" ", 2)[2] for line in listed} == {
+        "LIBDIRCLIENT_1",
+        *(f"{name}@@LIBDIRCLIENT_1" for name in declared),
+    }
 
 
 def test_package_has_the_version_and_every_file_below_the_prefix(tmp_path):
@@ -100,13 +135,51 @@ def test_the_example_splits_by_the_installed_schema(prefix, tmp_path):
     assert "organizationalUnitName=People" not in (tmp_path / "parent.ldif").read_text(encoding="utf-8")
 
 
-def test_a_c_program_links_to_the_installed_library(prefix, tmp_path):
+@pytest.fixture
+def client(prefix, tmp_path):
+    """A directory with a program of the library's user, and the environment to build it in."""
     if os.environ.get("VARNEL_SANITIZE"):
         pytest.skip("a sanitized library is none to install")
     library = next(prefix.rglob("libdirclient.so")).parent
     (tmp_path / "client.c").write_text(PROGRAM)
-    run(
-        os.environ["VARNEL_CC"], "-Wall", "-Wextra", "-Werror", f"-I{prefix}/include", "client.c",
-        "-o", "client", f"-L{library}", "-ldirclient", f"-Wl,-rpath,{library}", cwd=tmp_path,
-    )  # fmt: skip
-    assert run(tmp_path / "client") == "1\n"
+    return tmp_path, {
+        **os.environ,
+        "CC": os.environ["VARNEL_CC"],
+        "PKG_CONFIG_PATH": str(library / "pkgconfig"),
+        "LD_LIBRARY_PATH": str(library),
+    }
+
+
+@pytest.mark.parametrize("standard", ["c99", "c17"])
+def test_a_c_program_is_built_by_pkg_config(client, standard):
+    directory, environment = client
+    flags = run("pkg-config", "--cflags", "--libs", "libdirclient", env=environment).split()
+    strict = ["-Wall", "-Wextra", "-Wpedantic", "-Werror", f"-std={standard}"]
+    run(environment["CC"], *strict, "client.c", "-o", "client", *flags, cwd=directory)
+    assert run(directory / "client", env=environment) == "1\n"
+    version = run("pkg-config", "--modversion", "libdirclient", env=environment)
+    assert version == cache_entry("CMAKE_PROJECT_VERSION") + "\n"
+
+
+def test_a_c_program_is_built_by_the_cmake_package(client, prefix):
+    directory, environment = client
+    (directory / "CMakeLists.txt").write_text(CMAKE_PROJECT)
+    cmake = os.environ["VARNEL_CMAKE"]
+    run(cmake, "-S", directory, "-B", directory / "build", f"-DCMAKE_PREFIX_PATH={prefix}", env=environment)
+    run(cmake, "--build", directory / "build", env=environment)
+    # It knows where the library is by itself.
+    del environment["LD_LIBRARY_PATH"]
+    assert run(directory / "build/client", env=environment) == "1\n"
+
+
+def test_warnings_stop_the_builds_of_our_presets_alone():
+    presets = json.loads((SOURCES / "CMakePresets.json").read_text())["configurePresets"]
+    strict = {preset["name"]: preset.get("cacheVariables", {}).get("CMAKE_COMPILE_WARNING_AS_ERROR")
+              for preset in presets}  # fmt: skip
+    assert {name for name, value in strict.items() if value is not None} == {"base", "package"}
+    assert (strict["base"], strict["package"]) == ("ON", "OFF")
+    for file in [SOURCES / "CMakeLists.txt", *SOURCES.glob("*/**/CMakeLists.txt"), *SOURCES.glob("cmake/*")]:
+        if file.is_file() and "build" not in file.relative_to(SOURCES).parts:
+            assert "-Werror" not in file.read_text(encoding="utf-8"), file
+    commands = json.loads((BUILD / "compile_commands.json").read_text())
+    assert all("-Werror" in command["command"] for command in commands)

@@ -3,11 +3,13 @@
  *
  *   which_server BASEDN COUNT < dns */
 
+#define _POSIX_C_SOURCE 200809L
+
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
-#include "platform/dirclient/dirclient.h"
+#include <varnel/dirclient.h>
 
 int main(int argc, char** argv) {
   char* line = NULL;

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdarg>
+#include <cstddef>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -15,6 +16,7 @@ namespace {
 
 constexpr int maximalPlaces = 9;
 constexpr char severityOfUnknown = 'E';
+constexpr std::size_t severityAt = 9;  // VNLsssnnnI
 
 std::string& errorFile() {
   static std::string name;
@@ -41,43 +43,56 @@ void appendText(std::string& line, std::string_view text, const char* const* arg
   }
 }
 
-}  // namespace
-
-void printMessageWithArguments(int set, int number, const char* const* arguments, int count) {
-  const CatalogMessage* message = findMessage(set, number);
-  const char severity = message != nullptr ? message->severity : severityOfUnknown;
-
+/// The text of a message with its arguments; of one that the catalog does not have, these alone.
+std::string textOf(const CatalogMessage* message, const char* const* arguments, int count) {
   std::string text;
   if (message != nullptr) {
     appendText(text, message->text, arguments, count);
-  } else {
-    for (int i = 0; i < count; ++i) {
-      text += i == 0 ? "" : " ";
-      text::appendOnOneLine(arguments[i] != nullptr ? arguments[i] : "", text);
-    }
+    return text;
   }
-
-  if (receiverOfMessages() != nullptr) {
-    Message received{set, number, severity, {}, text};
-    for (int i = 0; i < count; ++i) {
-      received.arguments.emplace_back(arguments[i] != nullptr ? arguments[i] : "");
-    }
-    receiverOfMessages()(received);
-    return;
+  for (int i = 0; i < count; ++i) {
+    text += i == 0 ? "" : " ";
+    text::appendOnOneLine(arguments[i] != nullptr ? arguments[i] : "", text);
   }
+  return text;
+}
 
+char severityOf(const CatalogMessage* message) {
+  return message != nullptr ? message->severity : severityOfUnknown;
+}
+
+}  // namespace
+
+std::string messageLineOf(int set, int number, const char* const* arguments, int count) {
+  const CatalogMessage* message = findMessage(set, number);
   std::array<char, 40> identifier{};
-  std::snprintf(identifier.data(), identifier.size(), "VNL%03d%03d%c:", set, number, severity);
+  std::snprintf(identifier.data(), identifier.size(), "VNL%03d%03d%c:", set, number,
+                severityOf(message));
   std::string line = identifier.data();
   if (message != nullptr || count > 0) {
     line += ' ';
   }
-  line += text;
-  line += '\n';
+  return line + textOf(message, arguments, count);
+}
 
-  std::FILE* stream = severity == 'I' ? stdout : stderr;
-  std::fwrite(line.data(), 1, line.size(), stream);
+void printMessageLine(const std::string& line) {
+  const bool isInformation = line.size() > severityAt && line[severityAt] == 'I';
+  std::FILE* stream = isInformation ? stdout : stderr;
+  std::fwrite((line + '\n').data(), 1, line.size() + 1, stream);
   std::fflush(stream);
+}
+
+void printMessageWithArguments(int set, int number, const char* const* arguments, int count) {
+  if (receiverOfMessages() == nullptr) {
+    printMessageLine(messageLineOf(set, number, arguments, count));
+    return;
+  }
+  const CatalogMessage* message = findMessage(set, number);
+  Message received{set, number, severityOf(message), {}, textOf(message, arguments, count)};
+  for (int i = 0; i < count; ++i) {
+    received.arguments.emplace_back(arguments[i] != nullptr ? arguments[i] : "");
+  }
+  receiverOfMessages()(received);
 }
 
 void receiveMessages(MessageReceiver receiver) {

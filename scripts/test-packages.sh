@@ -1,0 +1,113 @@
+#!/usr/bin/env bash
+# Builds the Debian packages and tries them in a clean root of the same release: lintian, installation, a split,
+# programs built from the installed files alone, debug symbols, removal that leaves nothing behind. Takes
+# minutes and downloads a compiler for the root, so the run of all tests does not call it; the apt sources of
+# this machine serve the root too.
+#
+#   VARNEL_PACKAGES   a directory with the packages to try; without it, they are built
+#   VARNEL_KEEP       a directory where the packages that were built are kept
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+# In the root, as "test-packages.sh --inside": the packages are in /packages.
+inside() {
+  export DEBIAN_FRONTEND=noninteractive LC_ALL=C.UTF-8
+  # What is needed beside our packages, so that removing them can be told from removing these.
+  apt-get install --yes --quiet --no-install-recommends gcc libc6-dev make pkg-config python3 libstdc++6 >/dev/null
+  snapshot >/before
+
+  echo "-- Installing"
+  apt-get install --yes --quiet /packages/*.deb >/dev/null
+  dpkg --install /packages/*.ddeb >/dev/null
+  dpkg --audit
+  ldconfig --print-cache | grep -q 'libdirclient.so.1 '
+
+  echo "-- A split, without and with a schema"
+  local options
+  for options in "" "-I /usr/share/varnel/examples/instance"; do
+    rm -rf /tmp/split
+    cp -r /usr/share/varnel/examples/split /tmp/split
+    # shellcheck disable=SC2086
+    (cd /tmp/split && varnel $options | grep VNL032039I && grep -c '^dn:' ./*.ldif)
+  done
+
+  echo "-- Examples from installed files"
+  cp -r /usr/share/varnel/examples/proxy /tmp/proxy
+  make -C /tmp/proxy CFLAGS='-Wall -Wextra -Werror' >/dev/null
+  local requests by_c by_python
+  requests='sub dc=example,dc=org
+read cn=Yuki Tanaka,ou=People,dc=example,dc=org'
+  by_c=$(/tmp/proxy/route /tmp/split/varnelConfig <<<"$requests")
+  by_python=$(/tmp/proxy/route.py /tmp/split/varnelConfig <<<"$requests")
+  echo "$by_c"
+  [[ $by_c == "$by_python" && $by_c == parent\ ldap://people1.example.org* ]]
+
+  echo "-- Debug symbols of the program and of the library"
+  local file id
+  for file in /usr/bin/varnel "$(echo /usr/lib/*/libdirclient.so.1)"; do
+    id=$(readelf -n "$file" | sed -n 's/.*Build ID: //p')
+    readelf -S "/usr/lib/debug/.build-id/${id:0:2}/${id:2}.debug" 2>/dev/null | grep -q debug_info
+  done
+
+  echo "-- Removing"
+  rm -rf /tmp/split /tmp/proxy
+  apt-get purge --yes --quiet varnel libdirclient-dev libdirclient1 varnel-dbgsym libdirclient1-dbgsym >/dev/null
+  snapshot >/after
+  diff /before /after
+}
+
+# Every file of the root but those in which programs keep their own state.
+snapshot() {
+  find / -xdev \( -path /proc -o -path /sys -o -path /dev -o -path /var/lib/dpkg -o -path /var/lib/apt -o \
+    -path /var/cache -o -path /var/log -o -path /tmp -o -path /packages \) -prune -o \
+    ! -path /before ! -path /after -print | sort
+}
+
+build_packages() {
+  ./scripts/install-packages.sh g++ cmake ninja-build dpkg-dev file
+  cmake --preset package
+  cmake --build --preset package
+  cpack --config build/package/CPackConfig.cmake -B "$1"
+  rm -rf "$1/_CPack_Packages"
+}
+
+if [[ ${1-} == --inside ]]; then
+  inside
+  exit
+fi
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+chmod 755 "$work"
+packages=${VARNEL_PACKAGES:-$work/packages}
+if [[ -z ${VARNEL_PACKAGES:-} ]]; then
+  build_packages "$packages"
+  if [[ -n ${VARNEL_KEEP:-} ]]; then
+    cp "$packages"/*deb "$VARNEL_KEEP"
+  fi
+fi
+./scripts/install-packages.sh lintian mmdebstrap
+
+echo "-- Lintian"
+user=()
+if ((EUID == 0)); then
+  user=(--allow-root)
+fi
+lintian "${user[@]}" --fail-on error,warning "$packages"/*deb
+
+shopt -s nullglob
+sources=(/etc/apt/sources.list.d/*.sources /etc/apt/sources.list.d/*.list)
+if [[ -s /etc/apt/sources.list ]]; then
+  sources+=(/etc/apt/sources.list)
+fi
+apt-config dump | grep -E '^Acquire::(http|https|Check)' >"$work/apt.conf" || true
+# shellcheck source=/dev/null
+release=$(. /etc/os-release && echo "$VERSION_CODENAME")
+# The hooks are run by a shell that knows the root as $1.
+# shellcheck disable=SC2016
+mmdebstrap --quiet --variant=apt --format=null --aptopt="$work/apt.conf" \
+  --customize-hook='mkdir "$1/packages"' \
+  --customize-hook="copy-in $(printf '%s ' "$packages"/*deb scripts/test-packages.sh) /packages" \
+  --customize-hook='chroot "$1" bash /packages/test-packages.sh --inside' \
+  "$release" /dev/null "${sources[@]}"
+echo "The packages are good."
