@@ -135,7 +135,7 @@ heading "Packages"
 ./scripts/install-packages.sh \
   g++ cmake ninja-build clang clang-format clang-tidy libclang-rt-14-dev \
   libgtest-dev libgmock-dev libbenchmark-dev python3 python3-pytest slapd ldap-utils mandoc shellcheck \
-  valgrind zstd
+  valgrind zstd 389-ds-base parallel python3-ldap
 
 if [[ -x scripts/fetch-389-schema.sh ]]; then
   heading "Schema files of another server, as test input"
