@@ -59,7 +59,7 @@ int HashActor::serverNumber(const dirclient::NormalDn& dn, const dirclient::Norm
   const int servers = static_cast<int>(outputFiles.size());
   // The hash is that of the base DN as stored. The configuration stores a normal form.
   return base.text() == baseDn ? dirclient::serverOf(dn, base, servers)
-                               : get_hash_value_from_dn(dn.text().c_str(), baseDn.c_str(), servers);
+                               : dirclient::serverOf(dn.text(), baseDn, servers);
 }
 
 void HashActor::receiveEntry(const LdifEntry& /*entry*/) {}

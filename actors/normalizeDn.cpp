@@ -1,6 +1,7 @@
 #include "actors/normalizeDn.h"
 
 #include <memory>
+#include <new>
 
 #include "platform/dirclient/dirclient.h"
 
@@ -32,8 +33,12 @@ class SilentLibrary {
 
 ParsedDn parse(const std::string& dn) {
   const SilentLibrary silence;
-  return ParsedDn(schemaInitialized ? dn_normalize_esc(dn.c_str())
+  ParsedDn record(schemaInitialized ? dn_normalize_esc(dn.c_str())
                                     : dn_normalize_light_esc(dn.c_str()));
+  if (record == nullptr) {
+    throw std::bad_alloc();
+  }
+  return record;
 }
 
 }  // namespace

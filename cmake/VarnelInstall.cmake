@@ -2,7 +2,8 @@
 # install.
 install(TARGETS varnel RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS dirclient_shared LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(FILES platform/dirclient/dirclient.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES platform/dirclient/dirclient.h platform/schema/ldcf_api_schema.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/varnel)
 set(made_docs ${PROJECT_BINARY_DIR}/docs)
 install(FILES ${made_docs}/varnel.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES ${made_docs}/varnelConfig.5 ${made_docs}/varnel-instance.conf.5

@@ -39,7 +39,8 @@ struct RecordDeleter {
 /// Whether the first RDN of a DN has several values, as in cn=a+sn=b,o=c.
 bool startsWithSeveralValues(const std::string& dn) {
   const std::unique_ptr<ldap_escDN, RecordDeleter> record(dn_normalize_light_esc(dn.c_str()));
-  return record->firstRDN != nullptr && record->firstRDN->firstValue->next != nullptr;
+  return record != nullptr && record->firstRDN != nullptr &&
+         record->firstRDN->firstValue->next != nullptr;
 }
 
 /// Neither quotation marks nor comments behind a value mean anything here, though they do in many

@@ -40,6 +40,10 @@ class SchemaFiles {
   int count_ = 0;
 };
 
+void print(const char* problem, void* /*context*/) {
+  printMessageLine(problem);
+}
+
 /// Checks the instance and sets g_configFile to its configuration file; a fault ends the process.
 /// Returns the name as validateCmdUtility left it; the caller frees it.
 char* validated(char* name) {
@@ -61,6 +65,7 @@ char* duplicate(const std::string& text) {
 }  // namespace
 
 void loadSchemaFiles(const std::string& instanceName) {
+  ldcf_api_schema_report_to(print, nullptr);
   ldcf_api_schema_init();
   const std::unique_ptr<char, decltype(&std::free)> name(validated(duplicate(instanceName)),
                                                          &std::free);

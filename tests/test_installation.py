@@ -12,12 +12,13 @@ import pytest
 BUILD = pathlib.Path(os.environ["VARNEL_BUILD"])
 
 PROGRAM = r"""
-#include <dirclient.h>
+#include <varnel/dirclient.h>
+#include <varnel/ldcf_api_schema.h>
 #include <stdio.h>
 
 int main(void) {
   printf("%d\n", get_hash_value_from_dn("cn=a,o=b", "o=b", 1));
-  return 0;
+  return ldcf_api_schema_init();
 }
 """
 
@@ -49,7 +50,8 @@ def files_of_an_installation(library):
         library,
         f"{library}.{version.split('.')[0]}",
         f"{library}.{version}",
-        "include/dirclient.h",
+        "include/varnel/dirclient.h",
+        "include/varnel/ldcf_api_schema.h",
         "share/bash-completion/completions/varnel",
         "share/doc/varnel/messages.md",
         "share/man/man1/varnel.1",
@@ -77,6 +79,19 @@ def test_programs_are_bound_to_the_library_s_major_version(prefix):
     assert library.resolve().name == f"libdirclient.so.{version}"
     dynamic = run("readelf", "-d", library)
     assert f"Library soname: [libdirclient.so.{version.split('.')[0]}]" in dynamic
+
+
+def test_only_the_functions_of_the_headers_are_exported(prefix):
+    """A symbol more is an interface that nobody promised; programs ask for the version that is named here."""
+    headers = "".join(path.read_text() for path in (prefix / "include/varnel").iterdir())
+    code = re.sub(r"/\*.*?\*/|typedef struct.*?^}|^#.*?$", "", headers, flags=re.DOTALL | re.MULTILINE)
+    declared = set(re.findall(r"^[a-z][\w *]*?\b(\w+)\(", code, re.MULTILINE))
+    assert {"dn_normalize_esc", "get_base_dn_index", "ldcf_api_schema_report_to"} < declared
+    listed = run("nm", "-D", "--defined-only", next(prefix.rglob("libdirclient.so"))).splitlines()
+    assert {line.split(" ", 2)[2] for line in listed} == {
+        "LIBDIRCLIENT_1",
+        *(f"{name}@@LIBDIRCLIENT_1" for name in declared),
+    }
 
 
 def test_package_has_the_version_and_every_file_below_the_prefix(tmp_path):

@@ -58,6 +58,9 @@ class NormalDn {
 /// normalisation has read already.
 int serverOf(const NormalDn& dn, const NormalDn& baseDn, int serverCount);
 
+/// get_hash_value_from_dn() itself; where memory runs out it throws std::bad_alloc.
+int serverOf(const std::string& dn, const std::string& baseDn, int serverCount);
+
 }  // namespace dirclient
 
 #endif

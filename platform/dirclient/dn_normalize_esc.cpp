@@ -1,6 +1,7 @@
 // The records that the C interface hands out. A record is one block of memory: the DN, its RDNs,
 // its assertions, then the texts.
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -95,14 +96,23 @@ ldap_escDN* normalize(const char* text, const schema::Schema* schema) {
   return makeRecord(dn);
 }
 
+ldap_escDN* normalizeOrNull(const char* text, const schema::Schema* schema) {
+  try {
+    return normalize(text, schema);
+  } catch (const std::bad_alloc&) {
+    errno = ENOMEM;
+    return nullptr;
+  }
+}
+
 }  // namespace
 
 ldap_escDN* dn_normalize_light_esc(const char* dn) {
-  return normalize(dn, nullptr);
+  return normalizeOrNull(dn, nullptr);
 }
 
 ldap_escDN* dn_normalize_esc(const char* dn) {
-  return normalize(dn, schema::loadedSchema());
+  return normalizeOrNull(dn, schema::loadedSchema());
 }
 
 void free_ldap_escDN(ldap_escDN** dn) {

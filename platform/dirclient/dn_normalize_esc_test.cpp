@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <string>
 #include <utility>
 #include <vector>
@@ -7,6 +8,7 @@
 #include "platform/dirclient/dirclient.h"
 #include "testsupport/CapturedOutput.h"
 #include "testsupport/FreshProcess.h"
+#include "testsupport/HeapAllocations.h"
 #include "testsupport/LoadedSchema.h"
 
 namespace {
@@ -63,6 +65,20 @@ TEST(Record, IsReturnedForNull) {
     ASSERT_NE(dn, nullptr);
     EXPECT_STREQ(dn->normalizedText, "");
     EXPECT_EQ(dn->rdnCount, 0);
+    free_ldap_escDN(&dn);
+  }
+}
+
+TEST(Record, IsMissingWhereMemoryRanOut) {
+  const std::string text = " CN=" + std::string(100000, 'A');
+  for (const auto normalize : {dn_normalize_light_esc, dn_normalize_esc}) {
+    errno = 0;
+    exhaustMemory(true);
+    ldap_escDN* dn = normalize(text.c_str());
+    const int error = errno;
+    exhaustMemory(false);
+    EXPECT_EQ(dn, nullptr);
+    EXPECT_EQ(error, ENOMEM);
     free_ldap_escDN(&dn);
   }
 }

@@ -1,20 +1,21 @@
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
-#include <optional>
+#include <new>
+#include <string>
 #include <string_view>
 
-#include "platform/dirclient/DnNormalizer.h"
 #include "platform/dirclient/NormalDn.h"
-#include "platform/dirclient/NormalFormScan.h"
+#include "platform/dirclient/NormalText.h"
 #include "platform/dirclient/dirclient.h"
 #include "platform/dirclient/ldap_debug.h"
 
 namespace {
 
-using dirclient::DnNormalizer;
-using dirclient::NormalAva;
+using dirclient::isBelow;
 using dirclient::NormalDn;
-using dirclient::NormalFormScan;
+using dirclient::NormalText;
+using dirclient::orEmpty;
 
 /// FNV-1a, 64 bits.
 std::uint64_t fnv1a(std::string_view bytes) {
@@ -63,34 +64,15 @@ int serverOfPart(std::string_view part, int serverCount) {
   return server;
 }
 
-/// Whether the comma at `at` of a normal form separates two RDNs: an odd number of `\` before it
-/// makes it a part of a value.
-bool separatesRdns(std::string_view normalForm, std::size_t at) {
-  std::size_t backslashes = 0;
-  while (backslashes < at && normalForm[at - 1 - backslashes] == '\\') {
-    ++backslashes;
-  }
-  return backslashes % 2 == 0;
-}
-
 /// The last RDN of a normal form.
 std::string_view lastRdn(std::string_view normalForm) {
   for (auto comma = normalForm.rfind(','); comma != std::string_view::npos;
        comma = comma == 0 ? std::string_view::npos : normalForm.rfind(',', comma - 1)) {
-    if (separatesRdns(normalForm, comma)) {
+    if (dirclient::separatesRdns(normalForm, comma)) {
       return normalForm.substr(comma + 1);
     }
   }
   return normalForm;
-}
-
-/// Whether the normal form `dn` is a name below the normal form `baseDn`.
-bool isBelow(std::string_view dn, std::string_view baseDn) {
-  if (baseDn.empty() || dn.size() < baseDn.size() + 2 || !dn.ends_with(baseDn)) {
-    return false;
-  }
-  const auto comma = dn.size() - baseDn.size() - 1;
-  return dn[comma] == ',' && separatesRdns(dn, comma);
 }
 
 /// Of a DN below the base DN, the RDN directly below that.
@@ -98,40 +80,21 @@ std::string_view rdnBelow(std::string_view dn, std::string_view baseDn) {
   return lastRdn(dn.substr(0, dn.size() - baseDn.size() - 1));
 }
 
-/// The light normal form of a text; the text itself where that is one already, at the cost of one
-/// pass.
-class LightNormalForm {
- public:
-  explicit LightNormalForm(std::string_view text) : text_(text) {
-    NormalFormScan scan(text, nullptr);
-    const auto ignore = [](const NormalAva& /*ava*/) {};
-    if (scan.run(ignore) && !scan.sawLowerCase() && !scan.hasSeveralValues()) {
-      return;
-    }
-    normalizer_.emplace();
-    normalizer_->normalize(text);
-    text_ = normalizer_->text();
-  }
-
-  std::string_view text() const { return text_; }
-
- private:
-  std::string_view text_;
-  std::optional<DnNormalizer> normalizer_;
-};
-
 int serverOfTexts(std::string_view dn, std::string_view baseDn, int serverCount) {
-  const LightNormalForm entry(dn);
+  if (serverCount < 1) {
+    return 0;
+  }
+  const NormalText entry(dn);
   // What follows an RDN of a normal form is one itself, so that it needs no look of its own.
   if (isBelow(entry.text(), baseDn)) {
     return serverOfPart(rdnBelow(entry.text(), baseDn), serverCount);
   }
-  const LightNormalForm base(baseDn);
+  const NormalText base(baseDn);
   const bool below = isBelow(entry.text(), base.text());
   return serverOfPart(below ? rdnBelow(entry.text(), base.text()) : entry.text(), serverCount);
 }
 
-bool isBelow(const NormalDn& dn, const NormalDn& baseDn) {
+bool isDnBelow(const NormalDn& dn, const NormalDn& baseDn) {
   if (baseDn.empty() || dn.rdnCount() <= baseDn.rdnCount()) {
     return false;
   }
@@ -139,21 +102,35 @@ bool isBelow(const NormalDn& dn, const NormalDn& baseDn) {
   return std::string_view(dn.text()).substr(begin) == baseDn.text();
 }
 
-std::string_view orEmpty(const char* text) {
-  return text != nullptr ? std::string_view(text) : std::string_view();
-}
-
 }  // namespace
 
 int get_hash_value_from_dn(const char* dn, const char* baseDn, int serverCount) {
-  return serverCount < 1 ? 0 : serverOfTexts(orEmpty(dn), orEmpty(baseDn), serverCount);
+  try {
+    return serverOfTexts(orEmpty(dn), orEmpty(baseDn), serverCount);
+  } catch (const std::bad_alloc&) {
+    errno = ENOMEM;
+    return 0;
+  }
+}
+
+int get_hash_value_from_dn_by_schema(const char* dn, const char* baseDn, int serverCount) {
+  try {
+    NormalDn entry;
+    NormalDn base;
+    entry.normalize(orEmpty(dn).data(), orEmpty(dn).size(), true);
+    base.normalize(orEmpty(baseDn).data(), orEmpty(baseDn).size(), true);
+    return dirclient::serverOf(entry, base, serverCount);
+  } catch (const std::bad_alloc&) {
+    errno = ENOMEM;
+    return 0;
+  }
 }
 
 int dirclient::serverOf(const NormalDn& dn, const NormalDn& baseDn, int serverCount) {
   if (serverCount < 1) {
     return 0;
   }
-  if (!isBelow(dn, baseDn)) {
+  if (!isDnBelow(dn, baseDn)) {
     return serverOfTexts(dn.text(), baseDn.text(), serverCount);
   }
   const std::size_t below = dn.rdnCount() - baseDn.rdnCount();
@@ -162,5 +139,9 @@ int dirclient::serverOf(const NormalDn& dn, const NormalDn& baseDn, int serverCo
   const std::string_view rdn(dn.text().data() + begin, end - begin);
   // Normalising lightly what a schema made of the names keeps their RDNs apart, so that of all RDNs
   // one is enough.
-  return serverOfPart(dn.isLight() ? rdn : LightNormalForm(rdn).text(), serverCount);
+  return serverOfPart(dn.isLight() ? rdn : NormalText(rdn).text(), serverCount);
+}
+
+int dirclient::serverOf(const std::string& dn, const std::string& baseDn, int serverCount) {
+  return serverOfTexts(dn, baseDn, serverCount);
 }

@@ -1,11 +1,14 @@
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "platform/dirclient/dirclient.h"
+#include "testsupport/FreshProcess.h"
 #include "testsupport/HeapAllocations.h"
+#include "testsupport/LoadedSchema.h"
 
 namespace {
 
@@ -170,6 +173,35 @@ TEST(Hash, LongTextThatIsNotNormalCostsMemory) {
   const long before = heapAllocations();
   get_hash_value_from_dn(dn.c_str(), base, 64);
   EXPECT_GT(heapAllocations(), before);
+}
+
+TEST(Hash, LackOfMemoryIsNoServerAndIsTold) {
+  const std::string dn = " CN=" + std::string(100000, 'A') + ",O=X";
+  errno = 0;
+  exhaustMemory(true);
+  const int server = get_hash_value_from_dn(dn.c_str(), base, 64);
+  const int bySchema = get_hash_value_from_dn_by_schema(dn.c_str(), base, 64);
+  const int error = errno;
+  exhaustMemory(false);
+  EXPECT_EQ(server, 0);
+  EXPECT_EQ(bySchema, 0);
+  EXPECT_EQ(error, ENOMEM);
+}
+
+// "uid" and "o" have other names, all of which have the numbers of the first.
+TEST(HashBySchema, IsThatOfTheNormalFormsBySchema) {
+  inFreshProcess([] {
+    EXPECT_EQ(get_hash_value_from_dn_by_schema("uid=jo,o=x", base, 64), 19);
+    loadSchema(
+        "attributetype ( 2.5.4.10 NAME ( 'o' 'organizationName' ) EQUALITY caseIgnoreMatch SYNTAX 1.9 )\n"
+        "attributetype ( 1.1 NAME ( 'uid' 'userid' ) EQUALITY caseIgnoreMatch SYNTAX 1.9 )\n");
+    EXPECT_EQ(get_hash_value_from_dn_by_schema("userid=jo,2.5.4.10=X", "organizationName=x", 64),
+              19);
+    EXPECT_EQ(get_hash_value_from_dn_by_schema("cn=deep,1.1=Jo,o=x", base, 1000), 870);
+    EXPECT_NE(get_hash_value_from_dn("userid=jo,o=x", base, 64), 19);
+    EXPECT_EQ(get_hash_value_from_dn_by_schema("uid=jo,o=x", base, 0), 0);
+    EXPECT_EQ(get_hash_value_from_dn_by_schema(nullptr, nullptr, 64), 60);
+  });
 }
 
 TEST(Threads, AgreeOnEveryAnswer) {

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdarg>
+#include <cstddef>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -13,6 +14,7 @@ namespace {
 
 constexpr int maximalPlaces = 9;
 constexpr char severityOfUnknown = 'E';
+constexpr std::size_t severityAt = 9;  // VNLsssnnnI
 
 std::string& errorFile() {
   static std::string name;
@@ -36,7 +38,7 @@ void appendText(std::string& line, std::string_view text, const char* const* arg
 
 }  // namespace
 
-void printMessageWithArguments(int set, int number, const char* const* arguments, int count) {
+std::string messageLineOf(int set, int number, const char* const* arguments, int count) {
   const CatalogMessage* message = findMessage(set, number);
   const char severity = message != nullptr ? message->severity : severityOfUnknown;
 
@@ -52,11 +54,18 @@ void printMessageWithArguments(int set, int number, const char* const* arguments
       text::appendOnOneLine(arguments[i] != nullptr ? arguments[i] : "", line);
     }
   }
-  line += '\n';
+  return line;
+}
 
-  std::FILE* stream = severity == 'I' ? stdout : stderr;
-  std::fwrite(line.data(), 1, line.size(), stream);
+void printMessageLine(const std::string& line) {
+  const bool isInformation = line.size() > severityAt && line[severityAt] == 'I';
+  std::FILE* stream = isInformation ? stdout : stderr;
+  std::fwrite((line + '\n').data(), 1, line.size() + 1, stream);
   std::fflush(stream);
+}
+
+void printMessageWithArguments(int set, int number, const char* const* arguments, int count) {
+  printMessageLine(messageLineOf(set, number, arguments, count));
 }
 
 void PrintMessage(int set, int /*one*/, int number, ...) {

@@ -3,6 +3,8 @@
 #ifndef PLATFORM_MESSAGES_PRINTMESSAGE_H
 #define PLATFORM_MESSAGES_PRINTMESSAGE_H
 
+#include <string>
+
 /// Prints one message as one line: "VNL", set and number in three digits each, the severity letter,
 /// ": " and the text with the arguments in its places. Severity I goes to standard output, W and E
 /// to standard error; the stream is flushed. Line ends and other control bytes in an argument are
@@ -18,6 +20,12 @@ void PrintMessage(int set, int one, int number, ...);
 /// that the catalog does not have prints its identifier and its arguments. A place in the text
 /// whose argument is missing or a null pointer stays empty.
 void printMessageWithArguments(int set, int number, const char* const* arguments, int count);
+
+/// The line that printMessageWithArguments() prints, without its line end.
+std::string messageLineOf(int set, int number, const char* const* arguments, int count);
+
+/// Prints such a line on the stream of its severity.
+void printMessageLine(const std::string& line);
 
 /// A call with arguments takes this form instead of the first one: here the compiler checks that
 /// each argument is a `const char*`.

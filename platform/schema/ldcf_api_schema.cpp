@@ -35,19 +35,30 @@ const Schema* kept(std::unique_ptr<Schema> schema) {
   return all->back().get();
 }
 
-void print(const Problem& problem) {
-  const std::string line = std::to_string(problem.line);
-  const int number = static_cast<int>(problem.kind);
-  if (problem.line == 0) {
-    PrintMessage(messageSet, 1, number, problem.file.c_str(), problem.reason.c_str());
-  } else {
-    PrintMessage(messageSet, 1, number, problem.file.c_str(), line.c_str(), problem.reason.c_str());
+struct Reporter {
+  void (*report)(const char* line, void* context) = nullptr;
+  void* context = nullptr;
+};
+
+Reporter reporter;
+
+void report(const Problem& problem) {
+  if (reporter.report == nullptr) {
+    return;
   }
+  const std::string line = std::to_string(problem.line);
+  std::vector<const char*> arguments = {problem.file.c_str(), problem.reason.c_str()};
+  if (problem.line != 0) {
+    arguments.insert(arguments.begin() + 1, line.c_str());
+  }
+  const std::string message = messageLineOf(messageSet, static_cast<int>(problem.kind),
+                                            arguments.data(), static_cast<int>(arguments.size()));
+  reporter.report(message.c_str(), reporter.context);
 }
 
 Builder& builderInUse() {
   if (begun() == nullptr) {
-    begun() = std::make_unique<Builder>(print);
+    begun() = std::make_unique<Builder>(report);
   }
   return *begun();
 }
@@ -88,6 +99,10 @@ const Schema* loadedSchema() {
 }
 
 }  // namespace schema
+
+void ldcf_api_schema_report_to(void (*report)(const char* line, void* context), void* context) {
+  schema::reporter = {report, context};
+}
 
 int ldcf_api_schema_init() {
   schema::begun().reset();

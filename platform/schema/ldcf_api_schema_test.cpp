@@ -22,15 +22,32 @@ using ::testing::HasSubstr;
 
 class LdcfApiSchema : public ::testing::Test {
  protected:
+  LdcfApiSchema() { ldcf_api_schema_report_to(keep, &reported_); }
+  ~LdcfApiSchema() override { ldcf_api_schema_report_to(nullptr, nullptr); }
+
   std::string write(const std::string& name, const std::string& text) const {
     return directory_.write(name, text);
   }
 
-  /// Parses and returns what it printed on standard error.
-  static std::string messagesOf(const std::string& file, int expectedProblems) {
-    return captured([&] { EXPECT_EQ(ldcf_api_schema_parse(file.c_str()), expectedProblems); }).err;
+  /// Parses and returns what it reported, each problem as a line.
+  std::string messagesOf(const std::string& file, int expectedProblems) {
+    return reportedBy([&] { EXPECT_EQ(ldcf_api_schema_parse(file.c_str()), expectedProblems); });
   }
 
+  /// Runs one step and returns what it reported. Nothing is ever printed.
+  template <typename Step>
+  std::string reportedBy(Step step) {
+    reported_.clear();
+    const CapturedOutput printed = captured(step);
+    EXPECT_EQ(printed.out + printed.err, "");
+    return reported_;
+  }
+
+  static void keep(const char* line, void* lines) {
+    *static_cast<std::string*>(lines) += std::string(line) + '\n';
+  }
+
+  std::string reported_;
   const TemporaryDirectory directory_;
 };
 
@@ -74,7 +91,7 @@ TEST_F(LdcfApiSchema, ReportsFileLineAndReason) {
                                   ", line 3: a definition cannot be read: \"1\" is no name"));
   EXPECT_THAT(messages, HasSubstr("VNL033022W: Schema file " + file + ", line 5: "));
   EXPECT_THAT(messages, HasSubstr("VNL033023W: Schema file " + file + ": 1 further"));
-  const std::string atTheEnd = captured([] { EXPECT_EQ(ldcf_api_schema_complete(), 2); }).err;
+  const std::string atTheEnd = reportedBy([] { EXPECT_EQ(ldcf_api_schema_complete(), 2); });
   EXPECT_THAT(atTheEnd, HasSubstr("VNL033025W: Schema file " + file +
                                   ", line 4: attribute type \"b\" with SUP \"x\""));
   EXPECT_THAT(atTheEnd, HasSubstr("VNL033026W: Schema file " + file +
@@ -116,8 +133,15 @@ TEST_F(LdcfApiSchema, ReportsAFileWhoseReadingFails) {
 
 TEST_F(LdcfApiSchema, NullPointerIsAFileThatCannotBeRead) {
   ldcf_api_schema_init();
-  EXPECT_THAT(captured([] { EXPECT_EQ(ldcf_api_schema_parse(nullptr), 1); }).err,
+  EXPECT_THAT(reportedBy([] { EXPECT_EQ(ldcf_api_schema_parse(nullptr), 1); }),
               HasSubstr("VNL033020W"));
+}
+
+TEST_F(LdcfApiSchema, WithoutAReporterProblemsAreCountedAndNotPrinted) {
+  ldcf_api_schema_report_to(nullptr, nullptr);
+  ldcf_api_schema_init();
+  EXPECT_EQ(messagesOf(directory_.path("missing.schema"), 1), "");
+  EXPECT_EQ(messagesOf(write("bad", "attributetype ( 1.1 NAME '1' )\n"), 1), "");
 }
 
 TEST_F(LdcfApiSchema, EmptyFileIsNoProblem) {
