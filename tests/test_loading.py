@@ -204,11 +204,12 @@ def test_a_compressed_export_gives_the_same_files(example):
 def test_a_compressed_export_that_is_cut_off_is_noticed(example):
     directory, _ = example
     compressed, _ = blocks_of("The export")
-    whole = gzip.compress(os.urandom(100000).hex().encode())
-    (directory / "cut.gz").write_bytes(gzip.compress((directory / "directory.ldif").read_bytes()) + whole[:5000])
+    # All of the data is there, but not the checksum behind it: varnel sees nothing wrong.
+    packed = gzip.compress((directory / "directory.ldif").read_bytes())
+    (directory / "cut.gz").write_bytes(packed[:-6])
     compressed = compressed.replace("gzip -k directory.ldif", "mv cut.gz directory.ldif.gz")
-    status, _, _ = run(f"examples={EXAMPLES}\n" + compressed, directory)
-    assert status != 0
+    status, printed, _ = run(f"examples={EXAMPLES}\n" + compressed, directory)
+    assert status != 0 and "VNL032039I" in printed
 
 
 def values(data):
