@@ -87,8 +87,14 @@ run head -n 12 people1.ldif
 echo "..."
 cat <<TEXT
 
-To load it into a slapd whose database has the base DN as its suffix, start behind the header:
-  slapadd -j 3 -l people1.ldif
+To load it into a slapd whose only database has the base DN as its suffix, leave out the header and cn=localhost,
+which is below another suffix (slapd.conf also includes examples/instance/staff.schema for the devices):
+
+  cd $work/split-by-schema
+  awk -v RS= -v ORS='\n\n' 'NR > 1 && !/^dn: ([^\n]*,)?cn=localhost\n/' people1.ldif |
+    slapadd -f slapd.conf
+
+docs/loading.md has the whole way from an export to running servers.
 The DN hash depends on nothing but the name, the base DN and the number of servers, so the proxy in
 front of the servers finds each entry where it lies.
 

@@ -155,7 +155,8 @@ heading "Packages"
 ./scripts/install-packages.sh \
   g++ cmake ninja-build clang clang-format clang-tidy libclang-rt-14-dev \
   libgtest-dev libgmock-dev libbenchmark-dev python3 python3-pytest slapd ldap-utils mandoc shellcheck \
-  valgrind cppcheck zstd make pkg-config zsh fish libcli11-dev nlohmann-json3-dev libarchive-dev libldap-dev
+  valgrind cppcheck zstd make pkg-config zsh fish libcli11-dev nlohmann-json3-dev libarchive-dev libldap-dev \
+  389-ds-base parallel python3-ldap
 
 if [[ -x scripts/fetch-389-schema.sh ]]; then
   heading "Schema files of another server, as test input"
