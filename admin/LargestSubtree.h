@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -42,26 +43,33 @@ class LargestSubtree {
   Answer answer() const;
 
  private:
+  using Index = std::uint32_t;  // of a counter
+
   struct Counter {
-    std::uint64_t hash;
+    std::uint64_t hash = 0;
     std::string name;
     Tally counted;
     Tally before;  // at most so much was lost before this counter counted
 
     std::uint64_t mostBytes() const { return counted.bytes + before.bytes; }
+    bool isOf(const char* other, std::size_t size) const {
+      return name.size() == size && std::memcmp(name.data(), other, size) == 0;
+    }
   };
 
-  std::size_t* slotOf(std::uint64_t hash, const std::string& name);
+  std::size_t counterOf(std::uint64_t hash, const char* name, std::size_t size);
+  Index* slotOf(std::uint64_t hash, const char* name, std::size_t size);
   void giveUpSmaller();
 
-  static constexpr std::size_t none = static_cast<std::size_t>(-1);
+  static constexpr Index none = static_cast<Index>(-1);
 
   const std::size_t capacity_;
-  std::vector<Counter> counters_;
-  std::vector<std::size_t> slots_;  // a hash table with open addressing: indexes of counters
-  std::size_t current_ = 0;         // the counter of the last entry, where there was one
-  std::string name_;                // of the last entry
-  Tally lost_;                      // the most that a counter that was given up may have had
+  std::vector<Counter> counters_;  // those behind the used ones keep their memory for the next
+  std::size_t used_ = 0;
+  std::vector<Index> slots_;          // a hash table with open addressing: indexes of counters
+  std::vector<std::uint64_t> sizes_;  // while counters are given up
+  std::size_t current_ = 0;           // the counter of the last entry, where there was one
+  Tally lost_;                        // the most that a counter that was given up may have had
 };
 
 #endif

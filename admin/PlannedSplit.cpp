@@ -150,9 +150,10 @@ AutoClose PlannedSplit::openInput(const std::string& name) {
   }
 }
 
-/// A stream that takes everything and keeps nothing, without a file.
-std::FILE* PlannedSplit::openOutput(const std::string& name, char* /*buffer*/,
-                                    std::size_t /*size*/) {
+/// A stream that takes everything and keeps nothing, without a file. Its buffer is so small that it
+/// stays in the processor's first cache.
+std::FILE* PlannedSplit::openOutput(const std::string& name, char* buffer, std::size_t size) {
+  constexpr std::size_t largestBuffer = 4096;
   cookie_io_functions_t functions{};
   functions.write = discard;
   std::FILE* const stream = ::fopencookie(nullptr, "w", functions);
@@ -160,8 +161,7 @@ std::FILE* PlannedSplit::openOutput(const std::string& name, char* /*buffer*/,
     failure_ = name + ": " + text::lastError();
     throw ldifsplit::LdifSplitException(0, failure_);
   }
-  // Without a buffer nothing is copied.
-  std::setvbuf(stream, nullptr, _IONBF, 0);
+  std::setvbuf(stream, buffer, _IOFBF, std::min(size, largestBuffer));
   return stream;
 }
 
