@@ -6,8 +6,9 @@
 
 #include "config/VarnelConfigException.h"
 
-ConfigurationReading::ConfigurationReading(const std::string& configFile)
-    : files_(std::make_shared<LookedAtFiles>()) {
+ConfigurationReading::ConfigurationReading(const std::string& configFile,
+                                           std::shared_ptr<LookedAtFiles> files)
+    : files_(std::move(files)) {
   receiveMessages([this](const Message& message) { take(message); });
   config_ = std::make_unique<VarnelConfig>(
       configFile, files_, [this](const VarnelConfigException& fault) { take(fault); });

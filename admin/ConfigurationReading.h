@@ -14,7 +14,10 @@
 /// of it. A process reads one. While this lives, the messages of the tool go to messages().
 class ConfigurationReading {
  public:
-  explicit ConfigurationReading(const std::string& configFile);
+  /// `files`: what is asked of the files that it names.
+  explicit ConfigurationReading(
+      const std::string& configFile,
+      std::shared_ptr<LookedAtFiles> files = std::make_shared<LookedAtFiles>());
   ~ConfigurationReading();
   ConfigurationReading(const ConfigurationReading&) = delete;
   ConfigurationReading& operator=(const ConfigurationReading&) = delete;

@@ -1,0 +1,23 @@
+// The files of a configuration of which only the names count.
+#ifndef ADMIN_UNUSEDFILES_H
+#define ADMIN_UNUSEDFILES_H
+
+#include <string>
+
+#include "admin/LookedAtFiles.h"
+
+/// No file is a fault, whether it is there or not: for those who ask a configuration about names of
+/// entries, long after a split or on another machine.
+class UnusedFiles : public LookedAtFiles {
+ public:
+  bool add(const std::string& /*name*/, FileRole /*role*/) override { return true; }
+  void requireDirectory(const std::string& /*directory*/, int /*line*/) override {}
+  void requireInputFile(const std::string& /*name*/, int /*line*/) override {}
+  void prepareOutputFile(const std::string& /*name*/, int /*line*/) override {}
+  void prepareServerFile(const std::string& /*name*/, int /*line*/) override {}
+  void prepareDefaultOutputFile(const std::string& /*name*/) override {}
+  void prepareLogFile(const std::string& /*name*/, int /*line*/) override {}
+  void tryLogFile(const std::string& /*name*/) override {}
+};
+
+#endif
