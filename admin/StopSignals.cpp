@@ -2,6 +2,7 @@
 
 #include <pthread.h>
 
+#include <ctime>
 #include <utility>
 
 namespace {
@@ -34,6 +35,12 @@ StopSignals::~StopSignals() {
   }
   ::pthread_kill(thread_.native_handle(), wakeUp);
   thread_.join();
+  if (!isArmed_) {
+    // One that the thread had no time to take.
+    const struct timespec none {};
+    while (::sigtimedwait(&signals_, nullptr, &none) > 0) {
+    }
+  }
   ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
 }
 

@@ -6,9 +6,11 @@ import pathlib
 import pty
 import random
 import re
+import shutil
 import signal
 import stat
 import subprocess
+import tempfile
 import threading
 import time
 
@@ -25,6 +27,25 @@ from varnel_run import (
 GOOD, WRONG, MISUSE, SYSTEM_FAILED = 0, 1, 2, 3
 SMALL = sample_input(40)
 KILLED_RUNS = int(os.environ.get("VARNELCTL_KILLED_RUNS", "20"))
+
+
+@pytest.fixture
+def directory(directory):
+    """In memory where that is possible: the program waits for the disk, many hundred times here."""
+    memory = pathlib.Path("/dev/shm")
+    if not os.access(memory, os.W_OK):
+        yield directory
+        return
+    base = pathlib.Path(tempfile.mkdtemp(prefix="varnel-test.", dir=memory))
+    base.chmod(0o755)
+    (base / "site").mkdir()
+    yield base / "site"
+    shutil.rmtree(base)
+
+
+@pytest.fixture
+def on_disk(tmp_path):
+    return Site(pathlib.Path(os.environ["VARNELCTL_BINARY"]).resolve(), tmp_path)
 
 
 @pytest.fixture
@@ -97,10 +118,11 @@ def test_random_directories_give_the_files_of_varnel(ctl, varnel, seed):
     assert {*random_directories.FILES, random_directories.REST} == set(files)
 
 
-def test_big_files(ctl):
+def test_big_files_on_a_disk(on_disk):
     data = sample_input(4000)
-    before = given(ctl, data)
-    expect_good(ctl, before, outputs_of(data))
+    before = given(on_disk, data)
+    expect_good(on_disk, before, outputs_of(data))
+    expect_good(on_disk, before, outputs_of(data), "--replace")
 
 
 @pytest.mark.parametrize("data", [
@@ -342,9 +364,9 @@ def test_a_limit_of_file_size(ctl):
 @pytest.mark.skipif(SANITIZED, reason="a sanitizer takes more address space than that")
 def test_no_memory(ctl):
     """At each limit the run is whole, or says that it is not and leaves nothing."""
-    before = given(ctl, b"dn: o=example\nx: " + b"\n ".join([b"x" * 4000] * 60000) + b"\n")
+    before = given(ctl, b"dn: o=example\nx: " + b"\n ".join([b"x" * 4000] * 10000) + b"\n")
     statuses = set()
-    for kilobytes in (60000, 150000, 250000, 400000, 8000000):
+    for kilobytes in (30000, 100000, 150000, 200000, 250000, 8000000):
         command = f'ulimit -v {kilobytes}; exec "$@"'
         run = subprocess.run(["bash", "-c", command, "bash", ctl.binary, "split"], cwd=ctl.path,
                              capture_output=True)  # fmt: skip
@@ -360,7 +382,7 @@ def test_no_memory(ctl):
 
 WARNED = (
     b"version: 1\nbefore: the first\n\ndn: cn=x,o=example\nDN: o=other\nchangetype: add\n# "
-    + b"x" * 5000 + b"\ncn: x"
+    + b"x" * 4093 + b"note: copied\ncn: x"
 )  # fmt: skip
 
 
@@ -369,7 +391,7 @@ def test_the_warnings_of_varnel(ctl, varnel):
     run, files = by_varnel(varnel, ctl)
     assert run.status == GOOD
     numbers = [int(x[6:9]) for x in run.message_lines("stderr")]
-    assert numbers == [67, 66, 70, 60, 69, 63, 64]
+    assert numbers == [67, 66, 70, 60, 69, 64, 63]
     lines = [int(x.split(" line ")[1].split(":")[0].split(" ")[0]) for x in
              run.message_lines("stderr")[:5]]  # fmt: skip
     result = split(ctl)
@@ -380,7 +402,7 @@ def test_the_warnings_of_varnel(ctl, varnel):
         f"{name}:{line}: warning: " for line in lines
     ]
     assert len(said) == 7
-    assert "O=NONE" in said[5] and "O=EXAMPLE" in said[6]
+    assert "O=EXAMPLE" in said[5] and "O=NONE" in said[6]
     assert all(x.startswith("./varnelConfig: warning: ") for x in said[5:])
     del files["run.log"]
     assert ctl.tree() == {**before, **files}
@@ -569,7 +591,7 @@ def state_is_good(ctl, before, whole, status):
 def test_a_call_fails(ctl, name, existing):
     """The run is whole, or it says that it is not, with the status; it leaves nothing, and the next
     try works."""
-    data = sample_input(1500)
+    data = sample_input(300)
     whole = outputs_of(data)
     given_files = {**given(ctl, data), **({x: b"old" for x in OUTPUTS} if existing else {})}
     fault_runs.clear(ctl, given_files)
@@ -606,7 +628,7 @@ def test_a_call_fails(ctl, name, existing):
                 found.append(f"{where}: the next try is not whole")
     assert found == []
     of_replacing = name in ("fchmod", "fchown", "unlink")
-    never = name in ("link", "statx", "fstat") or (of_replacing and not existing)
+    never = name in ("link", "statx", "fstat", "lseek") or (of_replacing and not existing)
     assert tried > 0 or never
     if name in ("write", "fsync"):
         assert ("temporary", SYSTEM_FAILED) in roles
@@ -725,7 +747,7 @@ def screen(shown):
 
 
 def test_progress_and_shares_on_a_terminal(ctl):
-    data = sample_input(20000)
+    data = sample_input(3000)
     given(ctl, data)
     shown, seconds = on_terminal(ctl)
     lines = [x for x in re.split("[\r\n]", shown) if x.startswith("[")]
