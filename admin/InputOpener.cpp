@@ -67,7 +67,8 @@ AutoClose InputOpener::open(const std::string& name) {
     size_ = static_cast<std::uint64_t>(status.st_size);
   }
   file_ = ::fileno(stream.get());
-  if (isFile && !isCompressed(name)) {
+  const bool isPacked = isCompressed(name);
+  if (isFile && !isPacked) {
     return stream;
   }
   std::array<int, 2> ends{};
@@ -76,12 +77,12 @@ AutoClose InputOpener::open(const std::string& name) {
     return nullptr;
   }
   file_ = packed;
-  thread_ = std::thread([this, packed, to = ends[1]] { unpack(packed, to); });
+  thread_ = std::thread([this, packed, isPacked, to = ends[1]] { unpack(packed, to, isPacked); });
   return AutoClose(::fdopen(ends[0], "r"));
 }
 
 /// The thread: unpacks until the end, a fault, or until nobody reads any more.
-void InputOpener::unpack(int from, int to) {
+void InputOpener::unpack(int from, int to, bool isPacked) {
   const Archive reader(archive_read_new());
   archive_read_support_filter_gzip(reader.get());
   archive_read_support_filter_bzip2(reader.get());
@@ -94,6 +95,12 @@ void InputOpener::unpack(int from, int to) {
   int result = archive_read_open_fd(reader.get(), from, blockSize);
   if (result == ARCHIVE_OK) {
     result = archive_read_next_header(reader.get(), &entry);
+  }
+  if (result == ARCHIVE_OK && isPacked &&
+      archive_filter_code(reader.get(), 0) == ARCHIVE_FILTER_NONE) {
+    // Not even its header is whole, so that the library takes it for plain data.
+    fault_ = "truncated input";
+    result = ARCHIVE_EOF;
   }
   while (result == ARCHIVE_OK) {
     const la_ssize_t size = archive_read_data(reader.get(), block.data(), block.size());

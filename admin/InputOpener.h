@@ -35,7 +35,7 @@ class InputOpener {
   std::uint64_t size() const { return size_; }
 
  private:
-  void unpack(int from, int to);
+  void unpack(int from, int to, bool isPacked);
   void stop();
 
   std::string name_;

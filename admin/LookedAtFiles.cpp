@@ -14,34 +14,63 @@
 
 namespace {
 
-std::string directoryOf(const std::string& name) {
-  const std::string::size_type slash = name.rfind('/');
-  if (slash == std::string::npos) {
-    return ".";
+/// Whether it can be read or, of the other roles, written; it could be created where it is missing.
+/// The reason is in errno.
+bool canBeUsed(const std::string& name, FileRole role, FileKind kind) {
+  if (kind == FileKind::directory) {
+    errno = EISDIR;
+    return false;
   }
-  return slash == 0 ? "/" : name.substr(0, slash);
-}
-
-/// Whether the file exists and can be written, or could be created.
-bool canBeWritten(const std::string& name, bool exists) {
-  return exists ? ::access(name.c_str(), W_OK) == 0
-                : ::access(directoryOf(name).c_str(), W_OK | X_OK) == 0;
+  if (role == FileRole::input) {
+    return ::access(name.c_str(), R_OK) == 0;
+  }
+  return kind == FileKind::missing
+             ? ::access(directoryOf(behindLinks(name)).c_str(), W_OK | X_OK) == 0
+             : ::access(name.c_str(), W_OK) == 0;
 }
 
 }  // namespace
 
 /// What each file has to pass; a file that passes is one of the run's from there on.
 void LookedAtFiles::look(const std::string& name, FileRole role, const std::string& key, int line) {
-  const bool exists = doesFileExist(name.c_str()) != 0;
-  if (role == FileRole::input ? !exists : !canBeWritten(name, exists)) {
+  const FileKind kind = kindOf(name);
+  if (errno != 0 || !canBeUsed(name, role, kind)) {
     noteSystemFailure(name);
     throwUnableToOpenFileError(name, line);
   }
   if (files_.isTaken(name, role)) {
+    if (errno != 0) {
+      noteSystemFailure(name);
+      throwUnableToOpenFileError(name, line);
+    }
     throwIllegalValueError(key, name, line);
   }
-  files_.add(name, role);
-  uses_.push_back({name, role, line, exists});
+  if (kind == FileKind::missing && willBeTaken(name, role)) {
+    throwIllegalValueError(key, name, line);
+  }
+  add(name, role);
+  uses_.push_back({name, role, line, kind != FileKind::missing, kind});
+}
+
+/// Of a file that is yet to be created: whether another one of the run would be it. One name may
+/// stand for several outputs.
+bool LookedAtFiles::willBeTaken(const std::string& name, FileRole role) const {
+  const FilePlace place(name);
+  return std::any_of(known_.begin(), known_.end(), [&](const Known& known) {
+    return (known.role != role || known.name != name) && known.place == place;
+  });
+}
+
+std::string LookedAtFiles::earlierNameOf(const std::string& name) const {
+  const FilePlace place(name);
+  const auto found = std::find_if(known_.begin(), known_.end(),
+                                  [&](const Known& known) { return known.place == place; });
+  return found != known_.end() ? found->name : "";
+}
+
+bool LookedAtFiles::add(const std::string& name, FileRole role) {
+  known_.push_back({name, role, FilePlace(name)});
+  return files_.add(name, role);
 }
 
 void LookedAtFiles::requireDirectory(const std::string& directory, int line) {

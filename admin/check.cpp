@@ -1,7 +1,81 @@
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "admin/CommonOptions.h"
+#include "admin/ConfigurationReading.h"
+#include "admin/existingOutputs.h"
 #include "admin/verbs.h"
+#include "admin/warningsOf.h"
+
+namespace {
+
+struct Options : CommonOptions {
+  bool json = false;
+};
+
+std::string countOf(std::size_t count, const std::string& what) {
+  return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
+void printJson(const ConfigurationReading& reading, const std::vector<Finding>& findings,
+               std::size_t errors) {
+  nlohmann::ordered_json list = nlohmann::ordered_json::array();
+  for (const Finding& finding : findings) {
+    list.push_back({{"severity", finding.isError ? "error" : "warning"},
+                    {"file", finding.file},
+                    {"line", finding.line},
+                    {"what", finding.what},
+                    {"value", finding.value},
+                    {"cure", finding.cure}});
+  }
+  const nlohmann::ordered_json result = {
+      {"file", reading.config().configFile_},
+      {"usable", reading.isUsable()},
+      {"errors", errors},
+      {"warnings", findings.size() - errors},
+      {"findings", list},
+      {"remove", removalOf(existingOutputs(reading.files()))},
+  };
+  std::printf("%s\n",
+              result.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+}
+
+void printText(const std::vector<Finding>& findings, std::size_t errors) {
+  for (const Finding& finding : findings) {
+    std::printf("%s\n", lineOf(finding).c_str());
+  }
+  std::printf("%s, %s\n", countOf(errors, "error").c_str(),
+              countOf(findings.size() - errors, "warning").c_str());
+}
+
+ExitStatus check(const Options& options) {
+  options.loadSchema();
+  const ConfigurationReading reading(options.configFile);
+  std::vector<Finding> findings = reading.findings();
+  const std::vector<Finding> warnings = warningsOf(reading);
+  findings.insert(findings.end(), warnings.begin(), warnings.end());
+  sortByLine(findings);
+  const auto errors = static_cast<std::size_t>(std::count_if(
+      findings.begin(), findings.end(), [](const Finding& finding) { return finding.isError; }));
+  if (options.json) {
+    printJson(reading, findings, errors);
+  } else {
+    printText(findings, errors);
+  }
+  return reading.isUsable() ? ExitStatus::good : ExitStatus::wrong;
+}
+
+}  // namespace
 
 void addCheck(CLI::App& program, Task& task) {
-  program.add_subcommand("check", "check")->callback([&task] {
-    task = [] { return ExitStatus::misuse; };
-  });
+  const auto options = std::make_shared<Options>();
+  CLI::App* const verb = program.add_subcommand(
+      "check", "Look at the configuration and touch no file: every error and what would surprise");
+  options->addTo(*verb);
+  addJson(*verb, options->json);
+  verb->callback([options, &task] { task = [options] { return check(*options); }; });
 }

@@ -8,7 +8,8 @@
 // the descriptor leads to (for the standard streams 0, 1 and 2 their number), with tabs between.
 // The last line is "exit STATUS" or "signal NUMBER", a tab, and how often the fault happened.
 //
-// FAULT says what happens at the watched call of that name and path that has N such before it:
+// FAULT says what happens at the watched call of that name and path that has N such before it; in
+// the path, each ? stands for any byte, and a * at its end for any rest:
 //   -                          nothing
 //   fail:N:ERRNO:NAME:PATH     it is not made, and fails with that number
 //   failing:N:ERRNO:NAME:PATH  so does every later one of the same name and path
@@ -61,10 +62,11 @@ static const struct Call calls[] = {
     {"mmap", SYS_mmap, 4, -1},           {"brk", SYS_brk, -1, -1},
     {"fcntl", SYS_fcntl, 0, -1},         {"unlinkat", SYS_unlinkat, -1, 1},
     {"renameat2", SYS_renameat2, -1, 1}, {"fsync", SYS_fsync, 0, -1},
+    {"fchmod", SYS_fchmod, 0, -1},       {"fchown", SYS_fchown, 0, -1},
 #ifdef SYS_open
     {"open", SYS_open, -1, 0},           {"stat", SYS_stat, -1, 0},
     {"lstat", SYS_lstat, -1, 0},         {"unlink", SYS_unlink, -1, 0},
-    {"rename", SYS_rename, -1, 0},
+    {"rename", SYS_rename, -1, 0},       {"link", SYS_link, -1, 0},
 #endif
 };
 enum { callCount = sizeof calls / sizeof *calls };
@@ -232,6 +234,18 @@ static struct Fault readFault(const char* text) {
   return fault;
 }
 
+static int isPath(const char* pattern, const char* path) {
+  for (; *pattern != '\0' && *path != '\0'; ++pattern, ++path) {
+    if (*pattern == '*' && pattern[1] == '\0') {
+      return 1;
+    }
+    if (*pattern != '?' && *pattern != *path) {
+      return 0;
+    }
+  }
+  return *pattern == *path;
+}
+
 /// Whether the disk has no room for the write; takes the room where it has.
 static int isBeyondDisk(struct Fault* fault, const char* path, long size) {
   if (strncmp(path, fault->path, strlen(fault->path)) != 0) {
@@ -253,7 +267,7 @@ static int errorOf(struct Fault* fault, const struct Call* call, const char* pat
   if (strcmp(fault->kind, "disk") == 0) {
     return isBeyondDisk(fault, path, size) ? ENOSPC : 0;
   }
-  if (strcmp(fault->path, path) != 0) {
+  if (!isPath(fault->path, path)) {
     return 0;
   }
   const long before = fault->number--;
