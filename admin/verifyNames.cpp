@@ -1,0 +1,2 @@
+#include "admin/verifyNames.h"
+ExitStatus verifyNames(const ConfigurationReading&, const VerifyOptions&) { return ExitStatus::misuse; }
