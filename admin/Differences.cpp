@@ -64,13 +64,26 @@ void Differences::print() const {
       }
     }
     if (difference.inputLine > 0) {
-      line += ", line " + std::to_string(difference.inputLine) + " of the input";
+      line += " of line " + std::to_string(difference.inputLine) + " of the input";
     }
     std::printf("%s\n", line.c_str());
   }
   if (total() > kept_.size()) {
     std::printf("and %" PRIu64 " more\n", total() - kept_.size());
   }
+}
+
+void Differences::printSummary(const std::string& what, bool isExact) const {
+  std::printf("%s: %s", what.c_str(), none() ? "all right" : isExact ? "" : "at least ");
+  const char* separator = "";
+  for (std::size_t i = 0; i < Difference::kinds; ++i) {
+    if (counts_[i] > 0) {
+      std::printf("%s%" PRIu64 " %s", separator, counts_[i],
+                  nameOf(static_cast<Difference::Kind>(i)));
+      separator = ", ";
+    }
+  }
+  std::printf("\n");
 }
 
 void Differences::addTo(nlohmann::ordered_json& result) const {

@@ -177,7 +177,8 @@ void FileComparison::diverge(const char* bytes, std::size_t size) {
   gap_ = context_.unsettled.newGap();
   const bool atEnd = file_.size() == matched_ && !file_.fill();
   if (atEnd) {
-    isCut_ = matched_ > 0;
+    isCut_ = matched_ + spilled_ > 0;
+    file_.skip(matched_);
     mode_ = Mode::behindTheEnd;
     return;
   }

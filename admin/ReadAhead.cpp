@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "admin/exitStatus.h"
+#include "admin/storedName.h"
 #include "platform/text/Bytes16.h"
 #include "platform/text/onOneLine.h"
 
@@ -25,18 +26,16 @@ std::int64_t countLineFeeds(const char* bytes, std::size_t size) {
 }
 
 bool ReadAhead::open(const std::string& name) {
-  for (const char* const ending : {"", ".gz", ".bz2", ".xz", ".zst"}) {
-    name_ = name + ending;
-    stream_ = opener_.open(name_);
-    if (stream_ != nullptr) {
-      return true;
-    }
-    if (errno != ENOENT) {
-      throw SystemError::of(text::onOneLine(name_));
-    }
+  name_ = storedName(name);
+  if (name_.empty()) {
+    name_ = name;
+    return false;
   }
-  name_ = name;
-  return false;
+  stream_ = opener_.open(name_);
+  if (stream_ == nullptr) {
+    throw SystemError::of(text::onOneLine(name_));
+  }
+  return true;
 }
 
 bool ReadAhead::fill() {
@@ -46,10 +45,12 @@ bool ReadAhead::fill() {
   if (block_ == nullptr) {
     block_.reset(new char[capacity_]);
   }
-  if (end_ == capacity_) {
+  if (end_ == capacity_ || begin_ == end_) {
+    line();
     std::memmove(block_.get(), data(), size());
     end_ -= begin_;
     begin_ = 0;
+    counted_ = 0;
   }
   ssize_t count = 0;
   do {
@@ -68,11 +69,8 @@ bool ReadAhead::fill() {
   return true;
 }
 
-void ReadAhead::skip(std::size_t count) {
-  lineFeeds_ += countLineFeeds(data(), count);
-  begin_ += count;
-  if (begin_ == end_) {
-    begin_ = 0;
-    end_ = 0;
-  }
+std::int64_t ReadAhead::line() {
+  lineFeeds_ += countLineFeeds(block_.get() + counted_, begin_ - counted_);
+  counted_ = begin_;
+  return lineFeeds_ + 1;
 }

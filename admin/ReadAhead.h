@@ -17,8 +17,7 @@ class ReadAhead {
   /// `capacity`: how many bytes there may be to look at.
   explicit ReadAhead(std::size_t capacity) : capacity_(capacity) {}
 
-  /// Opens the file, or where there is none, the one that is called so with .gz, .bz2, .xz or .zst
-  /// behind it. False where there is neither.
+  /// Opens the file, under its name or as storedName() finds it. False where there is none.
   bool open(const std::string& name);
 
   /// The name of the file that was opened.
@@ -32,10 +31,10 @@ class ReadAhead {
   bool fill();
 
   /// Goes on by so many of the bytes that are there.
-  void skip(std::size_t count);
+  void skip(std::size_t count) { begin_ += count; }
 
-  /// How many lines begin up to the place that is reached: the number of the line there.
-  std::int64_t line() const { return lineFeeds_ + 1; }
+  /// The number of the line at the place that is reached.
+  std::int64_t line();
 
  private:
   const std::size_t capacity_;
@@ -45,7 +44,8 @@ class ReadAhead {
   std::unique_ptr<char[]> block_;
   std::size_t begin_ = 0;
   std::size_t end_ = 0;
-  std::int64_t lineFeeds_ = 0;
+  std::size_t counted_ = 0;     // up to there in the block the line feeds are counted
+  std::int64_t lineFeeds_ = 0;  // as far as they are counted
   bool atEnd_ = false;
 };
 

@@ -161,15 +161,15 @@ void Unsettled::take(std::size_t expected, std::size_t found, Difference::Kind k
   switch (kind) {
     case Difference::changed:
       difference.line = there.differsAt > 0 ? there.differsAt : there.print.line;
-      difference.expected = "expected byte for byte the entry of";
+      difference.expected = "expected byte for byte the entry";
       break;
     case Difference::outOfOrder:
       difference.expected =
-          "expected at line " + std::to_string(missed.line) + " of this file, as the entry of";
+          "expected at line " + std::to_string(missed.line) + " of this file, the entry";
       break;
     default:
       difference.expected = "expected in " + files_[missed.file] + ":" +
-                            std::to_string(missed.line) + " and not here, the entry of";
+                            std::to_string(missed.line) + " and not here, the entry";
       break;
   }
   say(there.file, std::move(difference));
@@ -229,7 +229,7 @@ void Unsettled::settleExpected() {
       continue;
     }
     say(missed.file, {Difference::missing, files_[missed.file], missed.line, missed.print.dn(),
-                      "expected here, the entry of", missed.print.line});
+                      "expected here the entry", missed.print.line});
   }
   for (const auto& end : atEnd) {
     const Expected& first = expected_[end.second.front()];
@@ -237,7 +237,7 @@ void Unsettled::settleExpected() {
     const std::uint64_t missing = kept + atEndUnseen_[first.file];
     if (missing == 1 && !first.isCut && missingFiles_.count(first.file) == 0) {
       say(first.file, {Difference::missing, files_[first.file], first.line, first.print.dn(),
-                       "expected here at the end, the entry of", first.print.line});
+                       "expected here at the end the entry", first.print.line});
       continue;
     }
     differences_.count(Difference::missing, kept);
@@ -248,9 +248,9 @@ void Unsettled::settleExpected() {
     say(first.file,
         {Difference::truncated, files_[first.file], first.line, first.print.dn(),
          first.isCut ? "the file ends within this entry and " + number +
-                           " more are missing, expected the entry of"
+                           " more are missing, expected the entry"
                      : "the file ends before this and " + number +
-                           " entries are missing, expected first the entry of",
+                           " entries are missing, expected the entry",
          first.print.line});
   }
 }

@@ -1,6 +1,5 @@
 #include <algorithm>
-#include <cinttypes>
-#include <cstdio>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
@@ -13,6 +12,7 @@
 #include "admin/DiscardingObserver.h"
 #include "admin/FileComparison.h"
 #include "admin/KeyedHash.h"
+#include "admin/OutputFile.h"
 #include "admin/Routes.h"
 #include "admin/Unsettled.h"
 #include "admin/VerifyOptions.h"
@@ -21,26 +21,6 @@
 #include "driver/prepareProcess.h"
 
 namespace {
-
-/// An output file of the configuration.
-struct OutputFile {
-  std::string name;
-  bool hasDefaultName;
-};
-
-/// Each once, in the order of the lines that name them.
-std::vector<OutputFile> outputFilesOf(const LookedAtFiles& files) {
-  std::vector<OutputFile> outputs;
-  for (const LookedAtFiles::Use& use : files.uses()) {
-    const bool isNew = std::none_of(outputs.begin(), outputs.end(), [&](const OutputFile& output) {
-      return output.name == use.name;
-    });
-    if (use.role == FileRole::output && isNew) {
-      outputs.push_back({use.name, use.line == 0});
-    }
-  }
-  return outputs;
-}
 
 std::vector<std::string> namesOf(const std::vector<OutputFile>& files) {
   std::vector<std::string> names;
@@ -186,26 +166,10 @@ class Verifier : public DiscardingObserver {
   std::uint64_t entries_ = 0;
 };
 
-void printSummary(const Verifier& verifier, const Differences& differences) {
-  std::printf("%" PRIu64 " entries in %zu files: ", verifier.entries(), verifier.files().size());
-  if (differences.none()) {
-    std::printf("all right\n");
-    return;
-  }
-  const char* separator = "";
-  for (std::size_t i = 0; i < Difference::kinds; ++i) {
-    const auto kind = static_cast<Difference::Kind>(i);
-    if (differences.count(kind) > 0) {
-      std::printf("%s%" PRIu64 " %s", separator, differences.count(kind), nameOf(kind));
-      separator = ", ";
-    }
-  }
-  std::printf("\n");
-}
-
 void printResult(const Verifier& verifier, const Differences& differences) {
   nlohmann::ordered_json result;
   result["verb"] = "verify";
+  result["mode"] = "bytes";
   result["good"] = differences.none();
   result["entries"] = verifier.entries();
   nlohmann::ordered_json files = nlohmann::ordered_json::array();
@@ -238,7 +202,9 @@ ExitStatus verifyFiles(const ConfigurationReading& reading, const VerifyOptions&
     printResult(verifier, differences);
   } else {
     differences.print();
-    printSummary(verifier, differences);
+    differences.printSummary(std::to_string(verifier.entries()) + " entries in " +
+                                 std::to_string(outputs.size()) + " files",
+                             true);
   }
   return differences.none() ? ExitStatus::good : ExitStatus::wrong;
 }
