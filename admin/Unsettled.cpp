@@ -207,7 +207,7 @@ void Unsettled::settleFound() {
       say(there.file, isKnown ? Difference{Difference::doubled, file, there.print.line, dn,
                                            "expected in this file once", 0}
                               : Difference{Difference::foreign, file, there.print.line, dn,
-                                           "expected no such entry: the input has none", 0});
+                                           "expected no such entry here", 0});
     } else {
       say(there.file, {Difference::foreign, file, there.print.line, dn,
                        places.empty() ? "expected no such entry: this is no usable DN"
