@@ -1,7 +1,346 @@
+#include <chrono>
+#include <cinttypes>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "actors/CryptoActor.h"
+#include "actors/ldifActorFactory.h"
+#include "admin/CommonOptions.h"
+#include "admin/ConfigurationReading.h"
+#include "admin/Differences.h"
+#include "admin/DiscardingObserver.h"
+#include "admin/Prober.h"
 #include "admin/verbs.h"
+#include "platform/text/onOneLine.h"
+
+namespace {
+
+constexpr const char* everyEntry = "all";
+
+struct ProbeOptions {
+  CommonOptions common;
+  bool json = false;
+  std::string sample = "1000";
+  bool others = false;
+  std::string passwordFile;
+  std::size_t limit = 20;
+  ProbeLogin login;
+};
+
+/// The URLs of the servers of each base DN, in the order of the actors' keys. The crypto subtree is
+/// at every server.
+std::vector<std::vector<std::string>> urlsOf(const VarnelConfig& config,
+                                             const std::map<std::string, LdifActor*>& actors) {
+  std::vector<std::vector<std::string>> urls;
+  std::vector<std::string> all;
+  for (const auto& actor : actors) {
+    std::vector<std::string> ofBase;
+    const auto section = config.baseDNSections_.find(actor.first);
+    if (actor.first != cryptoDN && section != config.baseDNSections_.end()) {
+      // Behind the last server there is a spare record.
+      for (std::size_t i = 0; i + 1 < section->second.size(); ++i) {
+        ofBase.push_back(section->second[i].front().second);
+      }
+    }
+    all.insert(all.end(), ofBase.begin(), ofBase.end());
+    urls.push_back(ofBase);
+  }
+  std::size_t number = 0;
+  for (const auto& actor : actors) {
+    if (actor.first == cryptoDN) {
+      urls[number] = all;
+    }
+    ++number;
+  }
+  return urls;
+}
+
+/// Draws entries from the input, each as likely as any other, and has them looked for; base entries
+/// always. Without a size every entry is looked for as it comes.
+class Sampler : public DiscardingObserver {
+ public:
+  Sampler(const VarnelConfig& config, const std::map<std::string, LdifActor*>& actors,
+          Prober& prober, bool takesAll, std::size_t size)
+      : inputFile_(config.inputFile_),
+        prober_(prober),
+        takesAll_(takesAll),
+        size_(size),
+        random_(std::random_device()()) {
+    for (const auto& actor : actors) {
+      keys_.push_back(actor.first);
+      actors_.push_back(actor.second);
+    }
+  }
+
+  void startsRecord(const ldifsplit::SplitRecord& record) override {
+    if (record.baseDn == ldifsplit::BaseDnIndex::none) {
+      ++withoutServer_;
+      return;
+    }
+    const bool isBase = record.normalDn.text() == keys_[record.baseDn];
+    std::size_t server = ProbedEntry::everyServer;
+    if (!isBase && keys_[record.baseDn] != cryptoDN) {
+      // An actor names its files by their place in its list.
+      server = static_cast<std::size_t>(*record.files.begin() -
+                                        actors_[record.baseDn]->getOutputFiles().data());
+    }
+    ProbedEntry entry{"", record.line, record.baseDn, server};
+    if (takesAll_ || isBase) {
+      entry.dn.assign(record.dn, record.dnSize);
+      ++(isBase ? baseEntries_ : entries_);
+      prober_.add(entry);
+      return;
+    }
+    // Of n entries each stands in the sample with the same probability.
+    const std::uint64_t place =
+        entries_ < size_ ? entries_
+                         : std::uniform_int_distribution<std::uint64_t>(0, entries_)(random_);
+    ++entries_;
+    if (place < size_) {
+      entry.dn.assign(record.dn, record.dnSize);
+      if (place == sample_.size()) {
+        sample_.push_back(std::move(entry));
+      } else {
+        sample_[place] = std::move(entry);
+      }
+    }
+  }
+
+  /// Behind the run.
+  void finish() {
+    for (const ProbedEntry& entry : sample_) {
+      prober_.add(entry);
+    }
+    prober_.finish();
+  }
+
+  std::uint64_t entries() const { return entries_ + baseEntries_; }
+  std::uint64_t withoutServer() const { return withoutServer_; }
+  std::uint64_t unusableLines() const { return unusableLines_; }
+
+  /// A line of the input where a split would stop.
+  void noteUnusable(int line, const std::string& why) {
+    ++unusableLines_;
+    std::fprintf(stderr, "%s:%d: %s: a split stops here\n", text::onOneLine(inputFile_).c_str(),
+                 line, why.c_str());
+  }
+
+ protected:
+  void passesOver(const ldifsplit::UnusableLine& line) override {
+    constexpr std::uint64_t mostNamed = 20;
+    if (unusableLines_ >= mostNamed) {
+      ++unusableLines_;
+      return;
+    }
+    noteUnusable(line.number, line.isDn ? "no usable DN" : "no LDIF line");
+  }
+
+ private:
+  const std::string inputFile_;
+  Prober& prober_;
+  const bool takesAll_;
+  const std::size_t size_;
+  std::mt19937_64 random_;
+  std::vector<std::string> keys_;    // the base DNs
+  std::vector<LdifActor*> actors_;   // by the same index
+  std::vector<ProbedEntry> sample_;  // at most size_
+  std::uint64_t entries_ = 0;        // that the sample is drawn from
+  std::uint64_t baseEntries_ = 0;
+  std::uint64_t withoutServer_ = 0;
+  std::uint64_t unusableLines_ = 0;
+};
+
+double percent(std::uint64_t part, std::uint64_t whole) {
+  return whole == 0 ? 0 : 100 * static_cast<double>(part) / static_cast<double>(whole);
+}
+
+std::uint64_t questionsOf(const Prober& prober) {
+  std::uint64_t asked = 0;
+  for (const auto& server : prober.servers()) {
+    asked += server->counts().asked;
+  }
+  return asked;
+}
+
+void print(const Prober& prober, const Sampler& sampler, double seconds) {
+  for (const Prober::Fault& fault : prober.faults()) {
+    std::printf("%s: %s, %s, line %d of the input", fault.at.c_str(), nameOf(fault.result),
+                text::onOneLine(fault.dn).c_str(), fault.line);
+    if (!fault.instead.empty()) {
+      std::printf(", it is at %s", fault.instead.c_str());
+    }
+    std::printf("\n");
+  }
+  const std::uint64_t faults = prober.total() - prober.count(Prober::found);
+  if (faults > prober.faults().size()) {
+    std::printf("and %" PRIu64 " more\n", faults - prober.faults().size());
+  }
+  for (const auto& server : prober.servers()) {
+    const ProbedServer::Counts& counts = server->counts();
+    std::printf("%s: %" PRIu64 " questions, %" PRIu64 " there, %" PRIu64 " not there, %" PRIu64
+                " without an answer%s%s\n",
+                server->address().c_str(), counts.asked, counts.here, counts.notHere, counts.none,
+                server->failure().empty() ? "" : ": ", server->failure().c_str());
+  }
+  std::printf("%" PRIu64 " of %" PRIu64 " entries: ", prober.total(), sampler.entries());
+  for (std::size_t i = 0; i < Prober::results; ++i) {
+    const auto result = static_cast<Prober::Result>(i);
+    std::printf("%s%" PRIu64 " %s (%.2f %%)", i == 0 ? "" : ", ", prober.count(result),
+                nameOf(result), percent(prober.count(result), prober.total()));
+  }
+  std::printf("; %" PRIu64 " entries more have no server\n", sampler.withoutServer());
+  std::printf("%.0f questions a second\n",
+              seconds > 0 ? static_cast<double>(questionsOf(prober)) / seconds : 0);
+}
+
+void printJsonOf(const Prober& prober, const Sampler& sampler, double seconds, bool good) {
+  nlohmann::ordered_json result;
+  result["verb"] = "probe";
+  result["good"] = good;
+  result["entries"] = sampler.entries();
+  result["without_server"] = sampler.withoutServer();
+  result["unusable_lines"] = sampler.unusableLines();
+  result["sampled"] = prober.total();
+  nlohmann::ordered_json counts;
+  nlohmann::ordered_json rates;
+  for (std::size_t i = 0; i < Prober::results; ++i) {
+    const auto each = static_cast<Prober::Result>(i);
+    counts[nameOf(each)] = prober.count(each);
+    rates[nameOf(each)] = percent(prober.count(each), prober.total());
+  }
+  result["counts"] = counts;
+  result["percent"] = rates;
+  nlohmann::ordered_json servers = nlohmann::ordered_json::array();
+  for (const auto& server : prober.servers()) {
+    const ProbedServer::Counts& told = server->counts();
+    servers.push_back({{"url", server->address()},
+                       {"asked", told.asked},
+                       {"here", told.here},
+                       {"not_here", told.notHere},
+                       {"no_answer", told.none},
+                       {"failure", server->failure()}});
+  }
+  result["servers"] = servers;
+  nlohmann::ordered_json faults = nlohmann::ordered_json::array();
+  for (const Prober::Fault& fault : prober.faults()) {
+    faults.push_back({{"kind", nameOf(fault.result)},
+                      {"dn", fault.dn},
+                      {"input_line", fault.line},
+                      {"url", fault.at},
+                      {"instead", fault.instead}});
+  }
+  result["differences"] = faults;
+  result["more"] = prober.total() - prober.count(Prober::found) - prober.faults().size();
+  result["questions_a_second"] =
+      seconds > 0 ? static_cast<double>(questionsOf(prober)) / seconds : 0;
+  printJson(result);
+}
+
+/// The whole file without its last line end.
+std::string readPassword(const std::string& name) {
+  std::ifstream file(name, std::ios::binary);
+  if (!file) {
+    throw SystemError::of(text::onOneLine(name));
+  }
+  std::string password((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  if (file.bad()) {
+    throw SystemError::of(text::onOneLine(name));
+  }
+  if (!password.empty() && password.back() == '\n') {
+    password.pop_back();
+    if (!password.empty() && password.back() == '\r') {
+      password.pop_back();
+    }
+  }
+  return password;
+}
+
+ExitStatus probe(ProbeOptions& options) {
+  options.common.loadSchema();
+  const ConfigurationReading reading(options.common.configFile);
+  if (!reading.printErrors()) {
+    return ExitStatus::wrong;
+  }
+  if (!options.passwordFile.empty()) {
+    options.login.password = readPassword(options.passwordFile);
+  }
+  const VarnelConfig& config = reading.config();
+  const std::map<std::string, LdifActor*> actors = ldifActorFactory(config);
+  const bool takesAll = options.sample == everyEntry;
+  Prober prober(urlsOf(config, actors), options.login, options.others, options.limit);
+  Sampler sampler(config, actors, prober, takesAll,
+                  takesAll ? 0 : static_cast<std::size_t>(std::stoull(options.sample)));
+  prober.connect();
+  const auto begin = std::chrono::steady_clock::now();
+  const DiscardingObserver::End end =
+      sampler.run(config.inputFile_, actors, config.defaultOutputFile_);
+  if (!end.isWhole) {
+    sampler.noteUnusable(end.line, end.why);
+  }
+  sampler.finish();
+  const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;
+  const bool good =
+      prober.count(Prober::found) == prober.total() && sampler.unusableLines() == 0;
+  if (options.json) {
+    printJsonOf(prober, sampler, seconds.count(), good);
+  } else {
+    print(prober, sampler, seconds.count());
+  }
+  return good ? ExitStatus::good : ExitStatus::wrong;
+}
+
+/// Empty, or what is wrong with the value of --sample.
+std::string checkSample(const std::string& value) {
+  constexpr std::size_t mostDigits = 9;
+  const bool isNumber = !value.empty() && value.size() <= mostDigits &&
+                        value.find_first_not_of("0123456789") == std::string::npos;
+  return isNumber || value == everyEntry ? "" : "a number of up to nine digits, or all";
+}
+
+}  // namespace
 
 void addProbe(CLI::App& program, Task& task) {
-  program.add_subcommand("probe", "probe")->callback([&task] {
-    task = [] { return ExitStatus::misuse; };
-  });
+  const auto options = std::make_shared<ProbeOptions>();
+  CLI::App* const verb =
+      program.add_subcommand("probe", "asks the running servers for entries of the input");
+  options->common.addTo(*verb);
+  verb->add_option("--sample", options->sample,
+                   "how many entries are looked for, drawn evenly, or all; base entries always "
+                   "are; default 1000")
+      ->option_text("N")
+      ->check(CLI::Validator(checkSample, "", "sample"));
+  verb->add_flag("--others", options->others,
+                 "look for each entry at all other servers too, where it must not be");
+  CLI::Option* const dn =
+      verb->add_option("-D,--bind-dn", options->login.bindDn, "name to bind with; default: anonymous")
+          ->option_text("DN");
+  CLI::Option* const password =
+      verb->add_option("-y,--password-file", options->passwordFile,
+                       "file with the password, whose last line end does not count")
+          ->option_text("FILE");
+  dn->needs(password);
+  password->needs(dn);
+  verb->add_flag("--starttls", options->login.startTls, "begin with StartTLS, which has to work");
+  verb->add_option("--ca", options->login.caFile, "certificates to trust, in PEM form")
+      ->option_text("FILE");
+  verb->add_option("--timeout", options->login.timeout,
+                   "seconds to wait for a server, default 10")
+      ->option_text("SECONDS")
+      ->check(CLI::Range(1, 3600));
+  verb->add_option("--limit", options->limit, "how many entries are named, default 20")
+      ->option_text("N");
+  addJson(*verb, options->json);
+  verb->footer(
+      "Each entry has to be at the server that the hash of its name says, base entries and those\n"
+      "below cn=localhost at every one. One that is not at its own is looked for at the others. A\n"
+      "server that does not answer is given up; its share counts as unreachable. Referrals are\n"
+      "not followed.");
+  verb->callback([options, &task] { task = [options] { return probe(*options); }; });
 }
