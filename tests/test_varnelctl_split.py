@@ -700,7 +700,8 @@ def test_a_full_disk(ctl):
 def test_every_file_is_on_the_disk_before_the_first_has_its_name(ctl):
     given(ctl)
     calls = [x for x in run_with_fault(ctl, "-", "split", calls=CALLS).calls
-             if x.name in ("fsync", "renameat2", "write") and x.descriptor not in (1, 2)]  # fmt: skip
+             if x.name in ("fsync", "renameat2", "write") and x.descriptor not in (1, 2)
+             and fault_runs.is_of_the_program(ctl, x)]  # fmt: skip
     names = [x.name for x in calls]
     assert names.count("renameat2") == names.count("fsync") - 1 == len(OUTPUTS)
     first, last = names.index("renameat2"), len(names) - 1 - names[::-1].index("renameat2")
