@@ -10,6 +10,10 @@
 /// What the command line asks for. It runs once the whole line is read.
 using Task = std::function<ExitStatus()>;
 
+/// Adds all verbs to the program, in the order of their use, and sets `task` to what the command line
+/// asks for once it is read.
+void addVerbs(CLI::App& program, Task& task);
+
 // Each adds a verb with its options to the program and sets `task` where the verb is given.
 
 void addCheck(CLI::App& program, Task& task);
