@@ -92,7 +92,7 @@ std::string StagedFiles::nameOf(const std::string& temporary) const {
 
 std::vector<std::string> StagedFiles::publish() {
   const auto undo = [this] {
-    const std::string left = goBack();
+    std::string left = goBack();
     isAsBefore_ = left.empty();
     remove();
     return left;
