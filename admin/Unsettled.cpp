@@ -69,6 +69,7 @@ void Unsettled::settle() {
   pairWhole(true);
   pairNames();
   pairBodies();
+  pairBeginnings();
   pairWhole(false);
   settleFound();
   settleExpected();
@@ -146,6 +147,34 @@ void Unsettled::pairBodies() {
         !same->second.empty()) {
       take(i, same->second.back(), Difference::changed);
       same->second.pop_back();
+    }
+  }
+}
+
+/// A first line of which more or less is left, at the same place.
+void Unsettled::pairBeginnings() {
+  std::map<std::uint64_t, std::vector<std::size_t>> found;  // by gap
+  for (std::size_t i = 0; i < found_.size(); ++i) {
+    if (!foundIsSettled_[i] && found_[i].print.hasDn()) {
+      found[found_[i].gap].push_back(i);
+    }
+  }
+  for (std::size_t i = 0; i < expected_.size(); ++i) {
+    const auto there = found.find(expected_[i].gap);
+    if (expectedIsSettled_[i] || there == found.end()) {
+      continue;
+    }
+    // Of a large gap only the first are looked at.
+    constexpr std::size_t most = 64;
+    const std::string& line = expected_[i].print.firstLine;
+    for (std::size_t k = 0; k < std::min(most, there->second.size()); ++k) {
+      const std::size_t each = there->second[k];
+      const std::string& other = found_[each].print.firstLine;
+      const std::size_t size = std::min(line.size(), other.size());
+      if (!foundIsSettled_[each] && line.compare(0, size, other, 0, size) == 0) {
+        take(i, each, Difference::changed);
+        break;
+      }
     }
   }
 }

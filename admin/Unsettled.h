@@ -85,6 +85,7 @@ class Unsettled {
   void pairWhole(bool inSameFile);
   void pairNames();
   void pairBodies();
+  void pairBeginnings();
   void settleFound();
   void settleExpected();
   void take(std::size_t expected, std::size_t found, Difference::Kind kind);
