@@ -165,9 +165,9 @@ void Unsettled::pairBeginnings() {
       continue;
     }
     // Of a large gap only the first are looked at.
-    constexpr std::size_t most = 64;
+    constexpr std::size_t mostOfGap = 64;
     const std::string& line = expected_[i].print.firstLine;
-    for (std::size_t k = 0; k < std::min(most, there->second.size()); ++k) {
+    for (std::size_t k = 0; k < std::min(mostOfGap, there->second.size()); ++k) {
       const std::size_t each = there->second[k];
       const std::string& other = found_[each].print.firstLine;
       const std::size_t size = std::min(line.size(), other.size());
