@@ -123,10 +123,10 @@ void Prober::askOthers(std::uint64_t question, Open& open) {
 }
 
 void Prober::close(std::uint64_t question, const Open& open) {
-  const Result result = !open.elsewhere.empty()        ? misplaced
-                        : open.missedAt != none        ? missing
-                        : open.unreachableAt != none   ? unreachable
-                                                       : found;
+  const Result result = !open.elsewhere.empty()      ? misplaced
+                        : open.missedAt != none      ? missing
+                        : open.unreachableAt != none ? unreachable
+                                                     : found;
   ++counts_[result];
   if (result != found && faults_.size() < limit_) {
     const std::size_t at = open.missedAt != none        ? open.missedAt
@@ -136,8 +136,7 @@ void Prober::close(std::uint64_t question, const Open& open) {
     for (const std::size_t server : open.elsewhere) {
       instead += (instead.empty() ? "" : " ") + servers_[server]->address();
     }
-    faults_.push_back(
-        {result, open.entry.dn, open.entry.line, servers_[at]->address(), instead});
+    faults_.push_back({result, open.entry.dn, open.entry.line, servers_[at]->address(), instead});
   }
   open_.erase(question);
 }

@@ -185,8 +185,8 @@ void Unsettled::take(std::size_t expected, std::size_t found, Difference::Kind k
   const Expected& missed = expected_[expected];
   const Found& there = found_[found];
   const std::int64_t inputLine = missed.print.line;
-  Difference difference{kind, files_[there.file], there.print.line, missed.print.dn(), "",
-                        inputLine};
+  Difference difference{kind, files_[there.file], there.print.line, missed.print.dn(),
+                        "",   inputLine};
   switch (kind) {
     case Difference::changed:
       difference.line = there.differsAt > 0 ? there.differsAt : there.print.line;
@@ -229,8 +229,7 @@ void Unsettled::settleFound() {
       continue;
     }
     const std::string dn = there.print.dn();
-    const bool isKnown =
-        foundIsKnown_[i] || names_.has(RecentNames::hash(dn.data(), dn.size()));
+    const bool isKnown = foundIsKnown_[i] || names_.has(RecentNames::hash(dn.data(), dn.size()));
     const std::string places = filesOf(dn);
     if (routes_.belongsIn(dn, file)) {
       say(there.file, isKnown ? Difference{Difference::doubled, file, there.print.line, dn,
@@ -274,13 +273,12 @@ void Unsettled::settleExpected() {
       continue;
     }
     const std::string number = std::to_string(missing);
-    say(first.file,
-        {Difference::truncated, files_[first.file], first.line, first.print.dn(),
-         first.isCut ? "the file ends within this entry and " + number +
-                           " more are missing, expected the entry"
-                     : "the file ends before this and " + number +
-                           " entries are missing, expected the entry",
-         first.print.line});
+    say(first.file, {Difference::truncated, files_[first.file], first.line, first.print.dn(),
+                     first.isCut ? "the file ends within this entry and " + number +
+                                       " more are missing, expected the entry"
+                                 : "the file ends before this and " + number +
+                                       " entries are missing, expected the entry",
+                     first.print.line});
   }
 }
 
