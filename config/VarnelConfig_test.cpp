@@ -5,8 +5,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <memory>
 #include <ostream>
 
+#include "config/PreparedFiles.h"
 #include "config/VarnelConfigException.h"
 #include "testsupport/CapturedOutput.h"
 #include "testsupport/FreshProcess.h"
@@ -58,6 +60,77 @@ TEST(VarnelConfig, WithoutAWorkingDirectoryTheBaseDirectoryIsEmpty) {
     const VarnelConfig config("my.conf", false);
     EXPECT_EQ(config.cwd_, "");
     EXPECT_EQ(config.baseDir_, "");
+  });
+}
+
+/// Faults of a configuration that is read on behind each of them, as "LINE text".
+std::vector<std::string> faultsOf(const std::string& text, std::vector<std::string>* baseDNs) {
+  const TemporaryDirectory directory;
+  directory.write("in.ldif", "");
+  EXPECT_EQ(::chdir(directory.name().c_str()), 0);
+  std::vector<std::string> faults;
+  captured([&] {
+    VarnelConfig config(directory.write("conf", "logfile: run.log\n" + text),
+                        std::make_shared<PreparedFiles>(false),
+                        [&](const VarnelConfigException& fault) {
+                          faults.push_back(std::to_string(fault.line()) + " " + fault.message());
+                        });
+    config.init();
+    *baseDNs = config.baseDNlist();
+  });
+  return faults;
+}
+
+TEST(VarnelConfig, WithAReceiverEveryFaultIsTold) {
+  inFreshProcess([] {
+    std::vector<std::string> baseDNs;
+    EXPECT_EQ(faultsOf("actiontype: nothing\n"                 // 2
+                       "inputfile: in.ldif\n"                  // 3
+                       "defaultoutputfile: rest.ldif\n"        // 4
+                       "\n"                                    // 5
+                       "spiltby: numservers\n"                 // 6
+                       "splitby: numservers\n"                 // 7
+                       "basedn: o=a\n"                         // 8
+                       "url: http://one\nfile: one.ldif\n"     // 9, 10
+                       "basedn: nonsense\n"                    // 11
+                       "url: ldap://one\nfile: two.ldif\n"     // 12, 13
+                       "basedn: O=A\n"                         // 14
+                       "url: ldap://one\nfile: three.ldif\n",  // 15, 16
+                       &baseDNs),
+              (std::vector<std::string>{
+                  "2 error: \"nothing\" not allowed for option \"actiontype\"",
+                  "6 error: \"spiltby\" not allowed",
+                  "9 error: \"http://one\" not allowed for option \"url\"",
+                  "11 error: \"nonsense\" not allowed for option \"basedn\"",
+                  // Of the section of lines 8 to 10, whose "url" line does not count.
+                  "11 error: urlis missing in configuration file on line number 11",
+                  "14 error: \"O=A\" is a duplicate value for option \"basedn\"",
+                  "0 error: actiontypeis missing in configuration file"}));
+    ASSERT_EQ(baseDNs.size(), 3U);
+    EXPECT_TRUE(VarnelConfig::isOfFaultyLine(baseDNs[0])) << baseDNs[0];
+    EXPECT_TRUE(VarnelConfig::isOfFaultyLine(baseDNs[1])) << baseDNs[1];
+    EXPECT_FALSE(VarnelConfig::isOfFaultyLine(baseDNs[2]));
+    EXPECT_EQ(baseDNs[2], "O=A");
+  });
+}
+
+TEST(VarnelConfig, WithAReceiverAFaultBehindTheLastLineIsTold) {
+  inFreshProcess([] {
+    std::vector<std::string> baseDNs;
+    EXPECT_EQ(faultsOf("", &baseDNs),
+              (std::vector<std::string>{"0 error: basednis missing in configuration file",
+                                        "0 error: actiontypeis missing in configuration file",
+                                        "0 error: inputfileis missing in configuration file"}));
+  });
+}
+
+TEST(VarnelConfig, WithAReceiverAFileThatCannotBeReadStillEndsTheReading) {
+  inFreshProcess([] {
+    captured([] {
+      VarnelConfig config("/nonexistent", std::make_shared<PreparedFiles>(false),
+                          [](const VarnelConfigException&) {});
+      EXPECT_THROW(config.init(), VarnelConfigException);
+    });
   });
 }
 
