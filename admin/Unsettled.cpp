@@ -21,7 +21,9 @@ std::uint64_t RecentNames::hash(const char* name, std::size_t size) {
   word = 0;
   std::memcpy(&word, name, size);
   hash = (hash ^ word) * factor;
-  hash ^= hash >> 32U;
+  // Each bit of the result is to depend on each of the name.
+  hash = (hash ^ (hash >> 32U)) * factor;
+  hash ^= hash >> 29U;
   return hash != 0 ? hash : 1;
 }
 
