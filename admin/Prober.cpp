@@ -28,6 +28,7 @@ Prober::Prober(const std::vector<std::vector<std::string>>& urls, const ProbeLog
     : others_(others), limit_(limit) {
   for (const std::vector<std::string>& ofBase : urls) {
     std::vector<std::size_t> servers;
+    servers.reserve(ofBase.size());
     for (const std::string& url : ofBase) {
       servers.push_back(serverOf(url, login));
     }

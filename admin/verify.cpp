@@ -24,6 +24,7 @@ namespace {
 
 std::vector<std::string> namesOf(const std::vector<OutputFile>& files) {
   std::vector<std::string> names;
+  names.reserve(files.size());
   for (const OutputFile& file : files) {
     names.push_back(file.name);
   }
