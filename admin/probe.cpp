@@ -286,8 +286,7 @@ ExitStatus probe(ProbeOptions& options) {
   }
   sampler.finish();
   const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;
-  const bool good =
-      prober.count(Prober::found) == prober.total() && sampler.unusableLines() == 0;
+  const bool good = prober.count(Prober::found) == prober.total() && sampler.unusableLines() == 0;
   if (options.json) {
     printJsonOf(prober, sampler, seconds.count(), good);
   } else {
@@ -318,9 +317,9 @@ void addProbe(CLI::App& program, Task& task) {
       ->check(CLI::Validator(checkSample, "", "sample"));
   verb->add_flag("--others", options->others,
                  "look for each entry at all other servers too, where it must not be");
-  CLI::Option* const dn =
-      verb->add_option("-D,--bind-dn", options->login.bindDn, "name to bind with; default: anonymous")
-          ->option_text("DN");
+  CLI::Option* const dn = verb->add_option("-D,--bind-dn", options->login.bindDn,
+                                           "name to bind with; default: anonymous")
+                              ->option_text("DN");
   CLI::Option* const password =
       verb->add_option("-y,--password-file", options->passwordFile,
                        "file with the password, whose last line end does not count")
@@ -330,8 +329,7 @@ void addProbe(CLI::App& program, Task& task) {
   verb->add_flag("--starttls", options->login.startTls, "begin with StartTLS, which has to work");
   verb->add_option("--ca", options->login.caFile, "certificates to trust, in PEM form")
       ->option_text("FILE");
-  verb->add_option("--timeout", options->login.timeout,
-                   "seconds to wait for a server, default 10")
+  verb->add_option("--timeout", options->login.timeout, "seconds to wait for a server, default 10")
       ->option_text("SECONDS")
       ->check(CLI::Range(1, 3600));
   verb->add_option("--limit", options->limit, "how many entries are named, default 20")

@@ -24,6 +24,7 @@ namespace {
 
 std::vector<std::string> namesOf(const std::vector<OutputFile>& files) {
   std::vector<std::string> names;
+  names.reserve(files.size());
   for (const OutputFile& file : files) {
     names.push_back(file.name);
   }
@@ -50,16 +51,16 @@ ComparisonContext contextFor(Differences& differences, Unsettled& unsettled, Rou
 /// Gives what a split would write to the comparisons of the files.
 class Verifier : public DiscardingObserver {
  public:
-  Verifier(const VarnelConfig& config, const std::vector<OutputFile>& files, Differences& differences,
-           Unsettled& unsettled, Routes& routes)
+  Verifier(const VarnelConfig& config, const std::vector<OutputFile>& files,
+           Differences& differences, Unsettled& unsettled, Routes& routes)
       : inputFile_(config.inputFile_),
         differences_(differences),
         unsettled_(unsettled),
         context_(contextFor(differences, unsettled, routes, files.size())) {
     for (const OutputFile& file : files) {
       const bool headerAlone = file.hasDefaultName && file.name == config.defaultOutputFile_;
-      files_.push_back(std::make_unique<FileComparison>(context_, files_.size(), file.name,
-                                                        headerAlone));
+      files_.push_back(
+          std::make_unique<FileComparison>(context_, files_.size(), file.name, headerAlone));
       byName_[file.name] = files_.back().get();
     }
   }
@@ -174,7 +175,8 @@ void printResult(const Verifier& verifier, const Differences& differences) {
   result["entries"] = verifier.entries();
   nlohmann::ordered_json files = nlohmann::ordered_json::array();
   for (const auto& file : verifier.files()) {
-    files.push_back({{"file", file->name()}, {"entries", file->entries()}, {"bytes", file->bytes()}});
+    files.push_back(
+        {{"file", file->name()}, {"entries", file->entries()}, {"bytes", file->bytes()}});
   }
   result["files"] = files;
   differences.addTo(result);
