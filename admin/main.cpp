@@ -5,8 +5,8 @@
 #include <exception>
 #include <new>
 
+#include "admin/commandLine.h"
 #include "admin/exitStatus.h"
-#include "admin/verbs.h"
 #include "driver/prepareProcess.h"
 
 namespace {

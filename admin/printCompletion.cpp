@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "admin/verbs.h"
+#include "admin/commandLine.h"
 
 namespace {
 

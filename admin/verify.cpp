@@ -15,7 +15,6 @@
 #include "admin/OutputFile.h"
 #include "admin/Routes.h"
 #include "admin/Unsettled.h"
-#include "admin/VerifyOptions.h"
 #include "admin/verbs.h"
 #include "admin/verifyNames.h"
 #include "driver/prepareProcess.h"
@@ -211,6 +210,8 @@ ExitStatus verifyFiles(const ConfigurationReading& reading, const VerifyOptions&
   return differences.none() ? ExitStatus::good : ExitStatus::wrong;
 }
 
+}  // namespace
+
 ExitStatus verify(const VerifyOptions& options) {
   options.common.loadSchema();
   const ConfigurationReading reading(options.common.configFile);
@@ -218,23 +219,4 @@ ExitStatus verify(const VerifyOptions& options) {
     return ExitStatus::wrong;
   }
   return options.names ? verifyNames(reading, options) : verifyFiles(reading, options);
-}
-
-}  // namespace
-
-void addVerify(CLI::App& program, Task& task) {
-  const auto options = std::make_shared<VerifyOptions>();
-  CLI::App* const verb =
-      program.add_subcommand("verify", "compares the output files with the input");
-  options->common.addTo(*verb);
-  verb->add_flag("--names", options->names,
-                 "the files are exports of the running servers: compare the names only");
-  verb->add_option("--limit", options->limit, "how many differences are named, default 20")
-      ->option_text("N");
-  addJson(*verb, options->json);
-  verb->footer(
-      "Each entry of the input has to stand, byte for byte and in order, in exactly the files\n"
-      "where it belongs, and nothing else. A file may be compressed since then, and have .gz,\n"
-      ".bz2, .xz or .zst behind its name.");
-  verb->callback([options, &task] { task = [options] { return verify(*options); }; });
 }
