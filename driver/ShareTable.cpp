@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 #include "driver/sizeText.h"
 #include "platform/text/onOneLine.h"
@@ -22,18 +23,18 @@ std::size_t widthOf(const std::string& text) {
   }));
 }
 
-std::string percentOf(std::uint64_t bytes, std::uint64_t all) {
-  constexpr double tenths = 1000;
-  const auto share = all > 0
-                         ? static_cast<std::uint64_t>(
-                               tenths * static_cast<double>(bytes) / static_cast<double>(all) + 0.5)
-                         : 0;
-  return std::to_string(share / 10) + "." + std::to_string(share % 10) + " %";
+double shareOf(std::uint64_t bytes, std::uint64_t all) {
+  return all > 0 ? static_cast<double>(bytes) / static_cast<double>(all) : 0;
 }
 
-std::string barOf(std::uint64_t bytes, std::uint64_t all) {
-  const double share = all > 0 ? static_cast<double>(bytes) / static_cast<double>(all) : 0;
-  return std::string(static_cast<std::size_t>(share * barWidth + 0.5), '#');
+std::string percentOf(double share) {
+  constexpr double whole = 1000;
+  const long tenths = std::lround(share * whole);
+  return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " %";
+}
+
+std::string barOf(double share) {
+  return std::string(static_cast<std::size_t>(std::lround(share * barWidth)), '#');
 }
 
 }  // namespace
@@ -49,8 +50,9 @@ std::string ShareTable::text() const {
   }
   std::vector<Cells> lines = {{{"file", "entries", "size", "share", ""}}};
   for (const Row& row : rows_) {
+    const double share = shareOf(row.bytes, all);
     lines.push_back({{text::onOneLine(row.file), std::to_string(row.entries), sizeText(row.bytes),
-                      percentOf(row.bytes, all), barOf(row.bytes, all)}});
+                      percentOf(share), barOf(share)}});
   }
   std::array<std::size_t, columns> widths{};
   for (const Cells& line : lines) {

@@ -154,7 +154,7 @@ fuzz() {
 heading "Packages"
 ./scripts/install-packages.sh \
   g++ cmake ninja-build clang clang-format clang-tidy libclang-rt-14-dev \
-  libgtest-dev libgmock-dev libbenchmark-dev python3 python3-pytest slapd ldap-utils mandoc shellcheck \
+  libgtest-dev libgmock-dev libbenchmark-dev python3 python3-pytest slapd ldap-utils openssl mandoc shellcheck \
   valgrind cppcheck zstd make pkg-config zsh fish libcli11-dev nlohmann-json3-dev libarchive-dev libldap-dev \
   389-ds-base parallel python3-ldap
 
