@@ -16,10 +16,10 @@ build=build/coverage
   parallel python3-ldap
 
 cmake --preset coverage
-cmake --build --preset coverage -j "$(nproc)"
-
-# The counts of other runs.
+# The counts of other runs. From the beginning, since the build runs programs whose output the tests look at.
 find "$build" -name '*.gcda' -delete
+cmake --build --preset coverage --clean-first -j "$(nproc)"
+
 status=0
 ctest --preset coverage -j "$(nproc)" "$@" || status=$?
 
