@@ -16,6 +16,7 @@
 #include "admin/Differences.h"
 #include "admin/DiscardingObserver.h"
 #include "admin/Prober.h"
+#include "admin/UnusedFiles.h"
 #include "admin/verbs.h"
 #include "platform/text/onOneLine.h"
 
@@ -253,7 +254,7 @@ std::string readPassword(const std::string& name) {
 
 ExitStatus probe(ProbeOptions options) {
   options.common.loadSchema();
-  const ConfigurationReading reading(options.common.configFile);
+  const ConfigurationReading reading(options.common.configFile, std::make_shared<UnusedFiles>());
   if (!reading.printErrors()) {
     return ExitStatus::wrong;
   }

@@ -15,6 +15,7 @@
 #include "admin/OutputFile.h"
 #include "admin/Routes.h"
 #include "admin/Unsettled.h"
+#include "admin/UnusedFiles.h"
 #include "admin/verbs.h"
 #include "admin/verifyNames.h"
 #include "driver/prepareProcess.h"
@@ -214,7 +215,7 @@ ExitStatus verifyFiles(const ConfigurationReading& reading, const VerifyOptions&
 
 ExitStatus verify(const VerifyOptions& options) {
   options.common.loadSchema();
-  const ConfigurationReading reading(options.common.configFile);
+  const ConfigurationReading reading(options.common.configFile, std::make_shared<UnusedFiles>());
   if (!reading.printErrors()) {
     return ExitStatus::wrong;
   }
