@@ -36,7 +36,7 @@ TOOL = [
     ["actor_factory", "ldifsplit", "referrals"],
     ["driver", "command_line_options"],
     ["admin", "varnel"],
-    ["print_completion", "varnelctl"],
+    ["varnelctl"],
 ]
 # What serves tests, documentation and measurements; nothing above uses it.
 FOLDERS_BESIDE = {"bench", "docs", "fuzz", "testsupport"}
