@@ -98,10 +98,9 @@ std::string ProgressLine::textOf(const Done& done, Clock::time_point now, std::s
   const double left = rate >= 1 ? static_cast<double>(done.total - at) / rate : 0;
   const std::string time =
       rate >= 1 ? durationText(static_cast<std::uint64_t>(left)) : std::string("?");
-  const std::string text =
-      messageText(32, 1, 75, (inThreeColumns(percent) + " %").c_str(), time.c_str(),
-                  sizeText(at).c_str(), sizeText(done.total).c_str(), speed.c_str(),
-                  entries.c_str());
+  const std::string text = messageText(
+      32, 1, 75, (inThreeColumns(percent) + " %").c_str(), time.c_str(), sizeText(at).c_str(),
+      sizeText(done.total).c_str(), speed.c_str(), entries.c_str());
   const std::string figures = fitting(text, width);
   return barOf(percent, width - figures.size()) + figures;
 }

@@ -35,7 +35,8 @@ bool isLaterByte(char c) {
 
 /// The columns that a UTF-8 text takes: all but the later bytes of a character count.
 std::size_t widthOf(const std::string& text) {
-  return text.size() - static_cast<std::size_t>(std::count_if(text.begin(), text.end(), isLaterByte));
+  return text.size() -
+         static_cast<std::size_t>(std::count_if(text.begin(), text.end(), isLaterByte));
 }
 
 std::string withoutEnd(const std::string& text, std::size_t width) {

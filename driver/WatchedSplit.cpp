@@ -67,8 +67,7 @@ void WatchedSplit::run(const VarnelConfig& config,
 AutoClose WatchedSplit::openInput(const std::string& name) {
   AutoClose input = SplitObserver::openInput(name);
   struct stat status {};
-  if (input != nullptr && ::fstat(::fileno(input.get()), &status) == 0 &&
-      S_ISREG(status.st_mode)) {
+  if (input != nullptr && ::fstat(::fileno(input.get()), &status) == 0 && S_ISREG(status.st_mode)) {
     size_ = static_cast<std::uint64_t>(status.st_size);
   }
   return input;

@@ -46,8 +46,8 @@ class WatchedSplit : private ldifsplit::SplitObserver {
   SharesByFile sharesOf(std::size_t baseDn) const;
 
   std::FILE* terminal_;
-  ProgressLine* line_ = nullptr;  // while the split runs
-  std::uint64_t size_ = 0;        // of the input in bytes; 0: not known
+  ProgressLine* line_ = nullptr;                // while the split runs
+  std::uint64_t size_ = 0;                      // of the input in bytes; 0: not known
   std::map<std::size_t, SharesByFile> shares_;  // by the index of their base DN
 };
 

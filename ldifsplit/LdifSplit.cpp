@@ -168,9 +168,9 @@ class Splitter {
   std::unordered_map<const std::string*, OpenFile> openFiles_;
   std::uint64_t records_ = 0;
   dirclient::NormalDn currentDn_;  // of the current record
-  std::vector<Target> targets_;  // its files; none before the first record
-  Run run_;                      // of its lines, held by the reader
-  bool sawDn_ = false;           // a "dn" line was read
+  std::vector<Target> targets_;    // its files; none before the first record
+  Run run_;                        // of its lines, held by the reader
+  bool sawDn_ = false;             // a "dn" line was read
 
   /// Of the overlong physical line whose pieces are read: whether its start was dropped, and
   /// whether the piece before the one at hand was.

@@ -26,7 +26,8 @@ constexpr std::size_t LineReader::padding;
 LineReader::LineReader(std::FILE* stream, Watcher watcher)
     : file_(::fileno(stream)),
       watcher_(std::move(watcher)),
-      capacity_(initialCapacity), block_(newBlock(capacity_)) {
+      capacity_(initialCapacity),
+      block_(newBlock(capacity_)) {
   block_[0] = '\n';
 }
 

@@ -37,9 +37,9 @@ struct UnusableLine {
 /// and one for each of their servers that name it.
 struct FileCounts {
   const std::string* file;
-  std::size_t baseDn;     ///< as in SplitRecord
+  std::size_t baseDn;  ///< as in SplitRecord
   std::uint64_t records;
-  std::uint64_t bytes;    ///< with the empty line before each record
+  std::uint64_t bytes;  ///< with the empty line before each record
 };
 
 /// Sees a split as it goes, and says where it reads from and writes to. Each function does by

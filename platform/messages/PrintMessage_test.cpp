@@ -46,7 +46,8 @@ TEST_P(CatalogRow, UsesEachOfItsPlacesAndNoOther) {
 }
 
 TEST_P(CatalogRow, FormatsWithItsArgumentsOnTheStreamOfItsSeverity) {
-  const char* const arguments[] = {"<first>", "<second>", "<third>", "<fourth>", "<fifth>", "<sixth>"};
+  const char* const arguments[] = {"<first>",  "<second>", "<third>",
+                                   "<fourth>", "<fifth>",  "<sixth>"};
   const CatalogMessage message = GetParam();
   ASSERT_LE(message.argumentCount, 6);
   const CapturedOutput output = captured([&] {
