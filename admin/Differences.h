@@ -54,8 +54,8 @@ class Differences {
   /// Those that are kept, a line each, and how many more there are, on standard output.
   void print() const;
 
-  /// A last line: what was compared, and the counts. They are the least that there may be where they
-  /// are not exact.
+  /// A last line: what was compared, and the counts. They are the least that there may be where
+  /// they are not exact.
   void printSummary(const std::string& what, bool isExact) const;
 
   /// "counts", "differences" and "more" of the result.

@@ -48,8 +48,7 @@ DiscardingObserver::End DiscardingObserver::run(const std::string& file,
   return end;
 }
 
-std::FILE* DiscardingObserver::openOutput(const std::string& name, char* buffer,
-                                          std::size_t size) {
+std::FILE* DiscardingObserver::openOutput(const std::string& name, char* buffer, std::size_t size) {
   if (name.empty()) {
     // The engine asks for a file without a name where a DN is below a base DN by one of its rules
     // and not by another. A split ends there.

@@ -23,8 +23,7 @@ std::string EntryPrint::dn() const {
   char* url = nullptr;
   int size = 0;
   int encoding = 0;
-  const int result =
-      str_parse_line_v_or_bv(copy.data(), &type, &value, &size, 1, &url, &encoding);
+  const int result = str_parse_line_v_or_bv(copy.data(), &type, &value, &size, 1, &url, &encoding);
   return result == 0 && value != nullptr ? value : firstLine.substr(3);
 }
 
@@ -41,9 +40,9 @@ void EntryPrinter::add(const char* bytes, std::size_t size) {
   }
   if (part_ == Part::name && size > 0) {
     const void* const lineFeed = std::memchr(bytes, '\n', size);
-    const std::size_t taken = lineFeed != nullptr
-                                  ? static_cast<std::size_t>(static_cast<const char*>(lineFeed) - bytes)
-                                  : size;
+    const std::size_t taken =
+        lineFeed != nullptr ? static_cast<std::size_t>(static_cast<const char*>(lineFeed) - bytes)
+                            : size;
     name_.add(bytes, taken);
     firstLine_.append(bytes, std::min(taken, longestLine - firstLine_.size()));
     bytes += taken;

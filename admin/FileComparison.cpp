@@ -262,8 +262,7 @@ void FileComparison::ends() {
   item.print.line = inputLine_;
   item.line = found_.empty() ? file_.line() : found_.front().line;
   if (mode_ == Mode::behindTheEnd) {
-    context_.unsettled.add(
-        Unsettled::Expected{number_, item.print, item.line, gap_, true, isCut_});
+    context_.unsettled.add(Unsettled::Expected{number_, item.print, item.line, gap_, true, isCut_});
     return;
   }
   expected_.push(std::move(item));
@@ -274,8 +273,7 @@ void FileComparison::dropExpected(std::size_t count, bool atEnd) {
   for (; count > 0; --count) {
     Queue::Item& item = expected_.front();
     const std::int64_t line = found_.empty() ? file_.line() : found_.front().line;
-    context_.unsettled.add(
-        Unsettled::Expected{number_, item.print, line, gap_, atEnd, false});
+    context_.unsettled.add(Unsettled::Expected{number_, item.print, line, gap_, atEnd, false});
     expected_.pop();
   }
 }

@@ -58,7 +58,7 @@ std::string behindLinks(const std::string& name) {
       break;
     }
     const std::string next(target.data(), static_cast<std::size_t>(size));
-    at = next.front() == '/' ? next : directoryOf(at) + "/" + next;
+    at = next.front() == '/' ? next : (directoryOf(at) + "/").append(next);
   }
   return at;
 }

@@ -12,9 +12,7 @@ struct Fingerprint {
   std::uint64_t low = 0;
   std::uint64_t high = 0;
 
-  bool operator==(const Fingerprint& other) const {
-    return low == other.low && high == other.high;
-  }
+  bool operator==(const Fingerprint& other) const { return low == other.low && high == other.high; }
   bool operator!=(const Fingerprint& other) const { return !(*this == other); }
   bool operator<(const Fingerprint& other) const {
     return high != other.high ? high < other.high : low < other.low;

@@ -49,6 +49,11 @@ void LookedAtFiles::look(const std::string& name, FileRole role, const std::stri
     throwIllegalValueError(key, name, line);
   }
   add(name, role);
+  note(name, role, line);
+}
+
+void LookedAtFiles::note(const std::string& name, FileRole role, int line) {
+  const FileKind kind = kindOf(name);
   uses_.push_back({name, role, line, kind != FileKind::missing, kind});
 }
 

@@ -40,6 +40,10 @@ class LookedAtFiles : public ConfiguredFiles {
   void prepareLogFile(const std::string& name, int line) override;
   void tryLogFile(const std::string& name) override;
 
+ protected:
+  /// The file is one of uses(), whatever it is.
+  void note(const std::string& name, FileRole role, int line);
+
  private:
   struct Known {
     std::string name;

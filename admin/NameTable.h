@@ -22,8 +22,8 @@ class NameTable {
   /// Whether no bucket differs.
   bool isEqual() const;
 
-  /// Divides the buckets that differ among passes, so that those of one pass hold no more than about
-  /// `most` names, and gives the number of passes.
+  /// Divides the buckets that differ among passes, so that those of one pass hold no more than
+  /// about `most` names, and gives the number of passes.
   std::size_t dividePasses(std::uint64_t most);
 
   /// Whether the name's bucket differs and is of that pass.

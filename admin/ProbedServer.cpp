@@ -161,8 +161,7 @@ bool ProbedServer::receive() {
   while (session_ != nullptr && !sent_.empty()) {
     struct timeval noWait {};
     LDAPMessage* message = nullptr;
-    const int kind =
-        ldap_result(session_.get(), LDAP_RES_ANY, LDAP_MSG_ALL, &noWait, &message);
+    const int kind = ldap_result(session_.get(), LDAP_RES_ANY, LDAP_MSG_ALL, &noWait, &message);
     const std::unique_ptr<LDAPMessage, MessageDeleter> owner(message);
     if (kind < 0) {
       giveUp("the connection broke off");
@@ -190,8 +189,8 @@ void ProbedServer::take(LDAPMessage* result) {
     code = LDAP_OTHER;
   }
   if (code == LDAP_SUCCESS) {
-    answer(question, ldap_count_entries(session_.get(), result) > 0 ? Answer::here
-                                                                    : Answer::notHere);
+    answer(question,
+           ldap_count_entries(session_.get(), result) > 0 ? Answer::here : Answer::notHere);
   } else if (code == LDAP_NO_SUCH_OBJECT || code == LDAP_REFERRAL ||
              code == LDAP_INVALID_DN_SYNTAX) {
     answer(question, Answer::notHere);

@@ -12,15 +12,7 @@
 #include <map>
 #include <memory>
 #include <string>
-
-/// How servers are reached.
-struct ProbeLogin {
-  std::string bindDn;  ///< empty: anonymous
-  std::string password;
-  bool startTls = false;
-  std::string caFile;  ///< certificates that are trusted; empty: those of the system
-  int timeout = 10;    ///< seconds for each answer
-};
+#include "admin/ProbeLogin.h"
 
 /// Asks one server over LDAP whether it has entries, many questions at a time. A server that cannot
 /// be reached, does not answer in time or breaks off is given up: no question that is open then or

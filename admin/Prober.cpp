@@ -28,6 +28,7 @@ Prober::Prober(const std::vector<std::vector<std::string>>& urls, const ProbeLog
     : others_(others), limit_(limit) {
   for (const std::vector<std::string>& ofBase : urls) {
     std::vector<std::size_t> servers;
+    servers.reserve(ofBase.size());
     for (const std::string& url : ofBase) {
       servers.push_back(serverOf(url, login));
     }
@@ -123,10 +124,10 @@ void Prober::askOthers(std::uint64_t question, Open& open) {
 }
 
 void Prober::close(std::uint64_t question, const Open& open) {
-  const Result result = !open.elsewhere.empty()        ? misplaced
-                        : open.missedAt != none        ? missing
-                        : open.unreachableAt != none   ? unreachable
-                                                       : found;
+  const Result result = !open.elsewhere.empty()      ? misplaced
+                        : open.missedAt != none      ? missing
+                        : open.unreachableAt != none ? unreachable
+                                                     : found;
   ++counts_[result];
   if (result != found && faults_.size() < limit_) {
     const std::size_t at = open.missedAt != none        ? open.missedAt
@@ -136,8 +137,7 @@ void Prober::close(std::uint64_t question, const Open& open) {
     for (const std::size_t server : open.elsewhere) {
       instead += (instead.empty() ? "" : " ") + servers_[server]->address();
     }
-    faults_.push_back(
-        {result, open.entry.dn, open.entry.line, servers_[at]->address(), instead});
+    faults_.push_back({result, open.entry.dn, open.entry.line, servers_[at]->address(), instead});
   }
   open_.erase(question);
 }

@@ -78,8 +78,8 @@ class Prober {
   const bool others_;
   const std::size_t limit_;
   std::vector<std::unique_ptr<ProbedServer>> servers_;
-  std::map<std::string, std::size_t> numbers_;         // of the servers, by address
-  std::vector<std::vector<std::size_t>> serversOf_;    // by base DN
+  std::map<std::string, std::size_t> numbers_;          // of the servers, by address
+  std::vector<std::vector<std::size_t>> serversOf_;     // by base DN
   std::vector<std::vector<std::size_t>> allServersOf_;  // the same, each once
   std::unordered_map<std::uint64_t, Open> open_;
   std::uint64_t next_ = 0;

@@ -180,11 +180,12 @@ void SplitRun::openUnusedStreams() {
 /// From here on a signal comes too late.
 ExitStatus SplitRun::publish() {
   std::string why;
+  std::vector<std::string> left;
   ExitStatus status = ExitStatus::good;
   {
     const std::unique_lock<std::mutex> held = signals_.lock();
     try {
-      files_.publish();
+      left = files_.publish();
       signals_.disarm();
     } catch (const NameTaken& failure) {
       why = failure.what();
@@ -193,6 +194,9 @@ ExitStatus SplitRun::publish() {
       why = failure.what();
       status = ExitStatus::systemFailed;
     }
+  }
+  for (const std::string& name : left) {
+    say("varnelctl: " + text::onOneLine(name) + ": an old output file cannot be removed");
   }
   return status == ExitStatus::good ? status : stop(line_, why, status);
 }

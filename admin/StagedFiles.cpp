@@ -90,9 +90,9 @@ std::string StagedFiles::nameOf(const std::string& temporary) const {
   return found != files_.end() ? found->name : temporary;
 }
 
-void StagedFiles::publish() {
+std::vector<std::string> StagedFiles::publish() {
   const auto undo = [this] {
-    const std::string left = goBack();
+    std::string left = goBack();
     isAsBefore_ = left.empty();
     remove();
     return left;
@@ -110,7 +110,7 @@ void StagedFiles::publish() {
   } catch (const SystemError& failure) {
     throw SystemError(failure.what() + undo());
   }
-  removeOld();
+  return removeOld();
 }
 
 /// Sets its mode too: what is not on the disk yet may be lost with the power.
@@ -120,7 +120,11 @@ void StagedFiles::sync(File& file) const {
     throw SystemError::of(file.name);
   }
   struct stat old {};
-  if (replace_ && ::stat(file.target.c_str(), &old) == 0 && S_ISREG(old.st_mode)) {
+  const bool exists = replace_ && ::stat(file.target.c_str(), &old) == 0;
+  if (replace_ && !exists && errno != ENOENT) {
+    throw SystemError::of(file.name);
+  }
+  if (exists && S_ISREG(old.st_mode)) {
     constexpr mode_t permissions = S_IRWXU | S_IRWXG | S_IRWXO;
     mode_t mode = old.st_mode & permissions;
     if (::fchown(open.number(), old.st_uid, old.st_gid) != 0 &&
@@ -152,7 +156,10 @@ void StagedFiles::put(File& file) const {
 
 void StagedFiles::replace(File& file) const {
   struct stat old {};
-  if (::lstat(file.target.c_str(), &old) != 0 || !S_ISREG(old.st_mode)) {
+  if (::lstat(file.target.c_str(), &old) != 0) {
+    throw SystemError::of(file.name);
+  }
+  if (!S_ISREG(old.st_mode)) {
     throw SystemError(file.name + ": it is no regular file any more");
   }
   if (rename(file.temporary, file.target, RENAME_EXCHANGE)) {
@@ -221,16 +228,18 @@ std::string StagedFiles::goBack() {
   return left;
 }
 
-/// What the new files have taken the place of.
-void StagedFiles::removeOld() {
+/// What the new files have taken the place of; the names of those that stay.
+std::vector<std::string> StagedFiles::removeOld() {
+  std::vector<std::string> left;
   for (File& file : files_) {
-    if (file.state == State::exchanged) {
-      ::unlink(file.temporary.c_str());
-    } else if (file.state == State::kept) {
-      ::unlink(file.old.c_str());
+    const bool hasOld = file.state == State::exchanged || file.state == State::kept;
+    const std::string& old = file.state == State::kept ? file.old : file.temporary;
+    if (hasOld && ::unlink(old.c_str()) != 0) {
+      left.push_back(old);
     }
     file.state = State::gone;
   }
+  return left;
 }
 
 void StagedFiles::remove() noexcept {

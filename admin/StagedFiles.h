@@ -45,7 +45,8 @@ class StagedFiles {
   /// them. A file that replaces another gets its mode and, as far as that is allowed, its owner and
   /// group. Throws SystemError, NameTaken among them, with everything as it was; where even that
   /// fails, what() says what is where.
-  void publish();
+  /// Returns the names under which old files are left that could not be removed.
+  std::vector<std::string> publish();
 
   /// Whether all is as it was, once publish() has thrown.
   bool isAsBefore() const { return isAsBefore_; }
@@ -76,7 +77,7 @@ class StagedFiles {
   void replace(File& file) const;
   void syncDirectories() const;
   std::string goBack();
-  void removeOld();
+  std::vector<std::string> removeOld();
 
   const bool replace_;
   bool isAsBefore_ = true;

@@ -21,7 +21,9 @@ std::uint64_t RecentNames::hash(const char* name, std::size_t size) {
   word = 0;
   std::memcpy(&word, name, size);
   hash = (hash ^ word) * factor;
-  hash ^= hash >> 32U;
+  // Each bit of the result is to depend on each of the name.
+  hash = (hash ^ (hash >> 32U)) * factor;
+  hash ^= hash >> 29U;
   return hash != 0 ? hash : 1;
 }
 
@@ -69,6 +71,7 @@ void Unsettled::settle() {
   pairWhole(true);
   pairNames();
   pairBodies();
+  pairBeginnings();
   pairWhole(false);
   settleFound();
   settleExpected();
@@ -150,14 +153,42 @@ void Unsettled::pairBodies() {
   }
 }
 
+/// A first line of which more or less is left, at the same place.
+void Unsettled::pairBeginnings() {
+  std::map<std::uint64_t, std::vector<std::size_t>> found;  // by gap
+  for (std::size_t i = 0; i < found_.size(); ++i) {
+    if (!foundIsSettled_[i] && found_[i].print.hasDn()) {
+      found[found_[i].gap].push_back(i);
+    }
+  }
+  for (std::size_t i = 0; i < expected_.size(); ++i) {
+    const auto there = found.find(expected_[i].gap);
+    if (expectedIsSettled_[i] || there == found.end()) {
+      continue;
+    }
+    // Of a large gap only the first are looked at.
+    constexpr std::size_t mostOfGap = 64;
+    const std::string& line = expected_[i].print.firstLine;
+    for (std::size_t k = 0; k < std::min(mostOfGap, there->second.size()); ++k) {
+      const std::size_t each = there->second[k];
+      const std::string& other = found_[each].print.firstLine;
+      const std::size_t size = std::min(line.size(), other.size());
+      if (!foundIsSettled_[each] && line.compare(0, size, other, 0, size) == 0) {
+        take(i, each, Difference::changed);
+        break;
+      }
+    }
+  }
+}
+
 void Unsettled::take(std::size_t expected, std::size_t found, Difference::Kind kind) {
   expectedIsSettled_[expected] = true;
   foundIsSettled_[found] = true;
   const Expected& missed = expected_[expected];
   const Found& there = found_[found];
   const std::int64_t inputLine = missed.print.line;
-  Difference difference{kind, files_[there.file], there.print.line, missed.print.dn(), "",
-                        inputLine};
+  Difference difference{kind, files_[there.file], there.print.line, missed.print.dn(),
+                        "",   inputLine};
   switch (kind) {
     case Difference::changed:
       difference.line = there.differsAt > 0 ? there.differsAt : there.print.line;
@@ -200,8 +231,7 @@ void Unsettled::settleFound() {
       continue;
     }
     const std::string dn = there.print.dn();
-    const bool isKnown =
-        foundIsKnown_[i] || names_.has(RecentNames::hash(dn.data(), dn.size()));
+    const bool isKnown = foundIsKnown_[i] || names_.has(RecentNames::hash(dn.data(), dn.size()));
     const std::string places = filesOf(dn);
     if (routes_.belongsIn(dn, file)) {
       say(there.file, isKnown ? Difference{Difference::doubled, file, there.print.line, dn,
@@ -245,13 +275,12 @@ void Unsettled::settleExpected() {
       continue;
     }
     const std::string number = std::to_string(missing);
-    say(first.file,
-        {Difference::truncated, files_[first.file], first.line, first.print.dn(),
-         first.isCut ? "the file ends within this entry and " + number +
-                           " more are missing, expected the entry"
-                     : "the file ends before this and " + number +
-                           " entries are missing, expected the entry",
-         first.print.line});
+    say(first.file, {Difference::truncated, files_[first.file], first.line, first.print.dn(),
+                     first.isCut ? "the file ends within this entry and " + number +
+                                       " more are missing, expected the entry"
+                                 : "the file ends before this and " + number +
+                                       " entries are missing, expected the entry",
+                     first.print.line});
   }
 }
 

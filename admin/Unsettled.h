@@ -49,7 +49,7 @@ class Unsettled {
     EntryPrint print;
     std::int64_t differsAt;  ///< the line of the file that differs first, where it is known, or 0
     std::uint64_t gap;
-    std::string before;      ///< DN of the entry that stands before it
+    std::string before;  ///< DN of the entry that stands before it
   };
 
   Unsettled(Differences& differences, Routes& routes, const std::vector<std::string>& files)
@@ -85,6 +85,7 @@ class Unsettled {
   void pairWhole(bool inSameFile);
   void pairNames();
   void pairBodies();
+  void pairBeginnings();
   void settleFound();
   void settleExpected();
   void take(std::size_t expected, std::size_t found, Difference::Kind kind);

@@ -5,17 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "admin/CommonOptions.h"
 #include "admin/ConfigurationReading.h"
 #include "admin/existingOutputs.h"
 #include "admin/verbs.h"
 #include "admin/warningsOf.h"
 
 namespace {
-
-struct Options : CommonOptions {
-  bool json = false;
-};
 
 std::string countOf(std::size_t count, const std::string& what) {
   return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
@@ -52,9 +47,11 @@ void printText(const std::vector<Finding>& findings, std::size_t errors) {
               countOf(findings.size() - errors, "warning").c_str());
 }
 
-ExitStatus check(const Options& options) {
-  options.loadSchema();
-  const ConfigurationReading reading(options.configFile);
+}  // namespace
+
+ExitStatus check(const CheckOptions& options) {
+  options.common.loadSchema();
+  const ConfigurationReading reading(options.common.configFile);
   std::vector<Finding> findings = reading.findings();
   const std::vector<Finding> warnings = warningsOf(reading);
   findings.insert(findings.end(), warnings.begin(), warnings.end());
@@ -67,15 +64,4 @@ ExitStatus check(const Options& options) {
     printText(findings, errors);
   }
   return reading.isUsable() ? ExitStatus::good : ExitStatus::wrong;
-}
-
-}  // namespace
-
-void addCheck(CLI::App& program, Task& task) {
-  const auto options = std::make_shared<Options>();
-  CLI::App* const verb = program.add_subcommand(
-      "check", "Look at the configuration and touch no file: every error and what would surprise");
-  options->addTo(*verb);
-  addJson(*verb, options->json);
-  verb->callback([options, &task] { task = [options] { return check(*options); }; });
 }

@@ -21,7 +21,10 @@ bool isBegun() {
   return ::lseek(STDIN_FILENO, 0, SEEK_CUR) > 0;
 }
 
-ExitStatus fold(const std::string& file) {
+}  // namespace
+
+ExitStatus fold(const FoldOptions& options) {
+  const std::string& file = options.file;
   const bool isStandard = file.empty() || file == "-";
   const std::string name = isStandard ? "standard input" : file;
   InputOpener opener;
@@ -39,18 +42,4 @@ ExitStatus fold(const std::string& file) {
   input.reset();
   opener.requireWhole();
   return ExitStatus::good;
-}
-
-}  // namespace
-
-void addFold(CLI::App& program, Task& task) {
-  const auto file = std::make_shared<std::string>();
-  CLI::App* const verb = program.add_subcommand("fold", "LDIF with lines of at most 76 bytes");
-  verb->add_option("FILE", *file, "LDIF, compressed or not; without it, standard input")
-      ->option_text(" ");
-  verb->footer(
-      "Prints the LDIF with each line of more than 76 bytes folded, never inside a UTF-8\n"
-      "character, and all else byte for byte. So what \"ldapsearch -o ldif-wrap=no\" wrote\n"
-      "can be split. The line end of a fold is that of the line before it.");
-  verb->callback([file, &task] { task = [file] { return fold(*file); }; });
 }

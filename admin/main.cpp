@@ -5,8 +5,8 @@
 #include <exception>
 #include <new>
 
+#include "admin/commandLine.h"
 #include "admin/exitStatus.h"
-#include "admin/verbs.h"
 #include "driver/prepareProcess.h"
 
 namespace {
@@ -14,15 +14,8 @@ namespace {
 ExitStatus run(int argc, char** argv) {
   CLI::App program("Looks at a split by varnel before, during and after it.", "varnelctl");
   program.set_version_flag("--version", "varnelctl " VARNEL_VERSION);
-  program.require_subcommand(1);
   Task task;
-  addCheck(program, task);
-  addPlan(program, task);
-  addSplit(program, task);
-  addVerify(program, task);
-  addProbe(program, task);
-  addWhere(program, task);
-  addFold(program, task);
+  addVerbs(program, task);
   try {
     program.parse(argc, argv);
   } catch (const CLI::ParseError& end) {

@@ -12,27 +12,15 @@
 
 #include "actors/CryptoActor.h"
 #include "actors/ldifActorFactory.h"
-#include "admin/CommonOptions.h"
 #include "admin/ConfigurationReading.h"
 #include "admin/Differences.h"
 #include "admin/DiscardingObserver.h"
 #include "admin/Prober.h"
+#include "admin/UnusedFiles.h"
 #include "admin/verbs.h"
 #include "platform/text/onOneLine.h"
 
 namespace {
-
-constexpr const char* everyEntry = "all";
-
-struct ProbeOptions {
-  CommonOptions common;
-  bool json = false;
-  std::string sample = "1000";
-  bool others = false;
-  std::string passwordFile;
-  std::size_t limit = 20;
-  ProbeLogin login;
-};
 
 /// The URLs of the servers of each base DN, in the order of the actors' keys. The crypto subtree is
 /// at every server.
@@ -262,9 +250,11 @@ std::string readPassword(const std::string& name) {
   return password;
 }
 
-ExitStatus probe(ProbeOptions& options) {
+}  // namespace
+
+ExitStatus probe(ProbeOptions options) {
   options.common.loadSchema();
-  const ConfigurationReading reading(options.common.configFile);
+  const ConfigurationReading reading(options.common.configFile, std::make_shared<UnusedFiles>());
   if (!reading.printErrors()) {
     return ExitStatus::wrong;
   }
@@ -273,7 +263,7 @@ ExitStatus probe(ProbeOptions& options) {
   }
   const VarnelConfig& config = reading.config();
   const std::map<std::string, LdifActor*> actors = ldifActorFactory(config);
-  const bool takesAll = options.sample == everyEntry;
+  const bool takesAll = options.sample == ProbeOptions::everyEntry;
   Prober prober(urlsOf(config, actors), options.login, options.others, options.limit);
   Sampler sampler(config, actors, prober, takesAll,
                   takesAll ? 0 : static_cast<std::size_t>(std::stoull(options.sample)));
@@ -286,61 +276,11 @@ ExitStatus probe(ProbeOptions& options) {
   }
   sampler.finish();
   const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;
-  const bool good =
-      prober.count(Prober::found) == prober.total() && sampler.unusableLines() == 0;
+  const bool good = prober.count(Prober::found) == prober.total() && sampler.unusableLines() == 0;
   if (options.json) {
     printJsonOf(prober, sampler, seconds.count(), good);
   } else {
     print(prober, sampler, seconds.count());
   }
   return good ? ExitStatus::good : ExitStatus::wrong;
-}
-
-/// Empty, or what is wrong with the value of --sample.
-std::string checkSample(const std::string& value) {
-  constexpr std::size_t mostDigits = 9;
-  const bool isNumber = !value.empty() && value.size() <= mostDigits &&
-                        value.find_first_not_of("0123456789") == std::string::npos;
-  return isNumber || value == everyEntry ? "" : "a number of up to nine digits, or all";
-}
-
-}  // namespace
-
-void addProbe(CLI::App& program, Task& task) {
-  const auto options = std::make_shared<ProbeOptions>();
-  CLI::App* const verb =
-      program.add_subcommand("probe", "asks the running servers for entries of the input");
-  options->common.addTo(*verb);
-  verb->add_option("--sample", options->sample,
-                   "how many entries are looked for, drawn evenly, or all; base entries always "
-                   "are; default 1000")
-      ->option_text("N")
-      ->check(CLI::Validator(checkSample, "", "sample"));
-  verb->add_flag("--others", options->others,
-                 "look for each entry at all other servers too, where it must not be");
-  CLI::Option* const dn =
-      verb->add_option("-D,--bind-dn", options->login.bindDn, "name to bind with; default: anonymous")
-          ->option_text("DN");
-  CLI::Option* const password =
-      verb->add_option("-y,--password-file", options->passwordFile,
-                       "file with the password, whose last line end does not count")
-          ->option_text("FILE");
-  dn->needs(password);
-  password->needs(dn);
-  verb->add_flag("--starttls", options->login.startTls, "begin with StartTLS, which has to work");
-  verb->add_option("--ca", options->login.caFile, "certificates to trust, in PEM form")
-      ->option_text("FILE");
-  verb->add_option("--timeout", options->login.timeout,
-                   "seconds to wait for a server, default 10")
-      ->option_text("SECONDS")
-      ->check(CLI::Range(1, 3600));
-  verb->add_option("--limit", options->limit, "how many entries are named, default 20")
-      ->option_text("N");
-  addJson(*verb, options->json);
-  verb->footer(
-      "Each entry has to be at the server that the hash of its name says, base entries and those\n"
-      "below cn=localhost at every one. One that is not at its own is looked for at the others. A\n"
-      "server that does not answer is given up; its share counts as unreachable. Referrals are\n"
-      "not followed.");
-  verb->callback([options, &task] { task = [options] { return probe(*options); }; });
 }

@@ -15,7 +15,7 @@
 #include "admin/OutputFile.h"
 #include "admin/Routes.h"
 #include "admin/Unsettled.h"
-#include "admin/VerifyOptions.h"
+#include "admin/UnusedFiles.h"
 #include "admin/verbs.h"
 #include "admin/verifyNames.h"
 #include "driver/prepareProcess.h"
@@ -24,6 +24,7 @@ namespace {
 
 std::vector<std::string> namesOf(const std::vector<OutputFile>& files) {
   std::vector<std::string> names;
+  names.reserve(files.size());
   for (const OutputFile& file : files) {
     names.push_back(file.name);
   }
@@ -50,16 +51,16 @@ ComparisonContext contextFor(Differences& differences, Unsettled& unsettled, Rou
 /// Gives what a split would write to the comparisons of the files.
 class Verifier : public DiscardingObserver {
  public:
-  Verifier(const VarnelConfig& config, const std::vector<OutputFile>& files, Differences& differences,
-           Unsettled& unsettled, Routes& routes)
+  Verifier(const VarnelConfig& config, const std::vector<OutputFile>& files,
+           Differences& differences, Unsettled& unsettled, Routes& routes)
       : inputFile_(config.inputFile_),
         differences_(differences),
         unsettled_(unsettled),
         context_(contextFor(differences, unsettled, routes, files.size())) {
     for (const OutputFile& file : files) {
       const bool headerAlone = file.hasDefaultName && file.name == config.defaultOutputFile_;
-      files_.push_back(std::make_unique<FileComparison>(context_, files_.size(), file.name,
-                                                        headerAlone));
+      files_.push_back(
+          std::make_unique<FileComparison>(context_, files_.size(), file.name, headerAlone));
       byName_[file.name] = files_.back().get();
     }
   }
@@ -174,7 +175,8 @@ void printResult(const Verifier& verifier, const Differences& differences) {
   result["entries"] = verifier.entries();
   nlohmann::ordered_json files = nlohmann::ordered_json::array();
   for (const auto& file : verifier.files()) {
-    files.push_back({{"file", file->name()}, {"entries", file->entries()}, {"bytes", file->bytes()}});
+    files.push_back(
+        {{"file", file->name()}, {"entries", file->entries()}, {"bytes", file->bytes()}});
   }
   result["files"] = files;
   differences.addTo(result);
@@ -209,30 +211,13 @@ ExitStatus verifyFiles(const ConfigurationReading& reading, const VerifyOptions&
   return differences.none() ? ExitStatus::good : ExitStatus::wrong;
 }
 
+}  // namespace
+
 ExitStatus verify(const VerifyOptions& options) {
   options.common.loadSchema();
-  const ConfigurationReading reading(options.common.configFile);
+  const ConfigurationReading reading(options.common.configFile, std::make_shared<UnusedFiles>());
   if (!reading.printErrors()) {
     return ExitStatus::wrong;
   }
   return options.names ? verifyNames(reading, options) : verifyFiles(reading, options);
-}
-
-}  // namespace
-
-void addVerify(CLI::App& program, Task& task) {
-  const auto options = std::make_shared<VerifyOptions>();
-  CLI::App* const verb =
-      program.add_subcommand("verify", "compares the output files with the input");
-  options->common.addTo(*verb);
-  verb->add_flag("--names", options->names,
-                 "the files are exports of the running servers: compare the names only");
-  verb->add_option("--limit", options->limit, "how many differences are named, default 20")
-      ->option_text("N");
-  addJson(*verb, options->json);
-  verb->footer(
-      "Each entry of the input has to stand, byte for byte and in order, in exactly the files\n"
-      "where it belongs, and nothing else. A file may be compressed since then, and have .gz,\n"
-      ".bz2, .xz or .zst behind its name.");
-  verb->callback([options, &task] { task = [options] { return verify(*options); }; });
 }

@@ -103,8 +103,8 @@ class NamesVerifier {
 
   /// What is done with each name that a file is to have, or has: the file's number, the name, its
   /// line, its side, and its DN.
-  using Visit = std::function<void(std::uint32_t, const Fingerprint&, Side,
-                                   const ldifsplit::SplitRecord&)>;
+  using Visit =
+      std::function<void(std::uint32_t, const Fingerprint&, Side, const ldifsplit::SplitRecord&)>;
   /// What is done with a name that stands in a file and belongs into others.
   using Misplaced =
       std::function<void(std::uint32_t, const Fingerprint&, const ldifsplit::SplitRecord&)>;
@@ -186,9 +186,8 @@ void NamesVerifier::readExport(std::uint32_t number, bool isFirst, const Visit& 
     return;
   }
   const auto each = [&](const ldifsplit::SplitRecord& record, const Fingerprint& print) {
-    const bool belongs =
-        std::any_of(record.files.begin(), record.files.end(),
-                    [&](const std::string* name) { return *name == file.name; });
+    const bool belongs = std::any_of(record.files.begin(), record.files.end(),
+                                     [&](const std::string* name) { return *name == file.name; });
     if (belongs) {
       visit(number, print, Side::found, record);
     } else if (misplaced != nullptr) {
@@ -232,8 +231,8 @@ void NamesVerifier::noteMisplaced(std::uint32_t file, const Fingerprint& print,
 void NamesVerifier::run() {
   for (const File& file : files_) {
     if (file.stored.empty()) {
-      differences_.add({Difference::missingFile, file.name, 0, "",
-                        "expected an export of the server", 0});
+      differences_.add(
+          {Difference::missingFile, file.name, 0, "", "expected an export of the server", 0});
     }
   }
   readAll(
@@ -305,8 +304,8 @@ void NamesVerifier::compare(const Name* begin, const Name* end) {
       std::find_if(begin, end, [](const Name& name) { return name.side == Side::found; });
   const std::ptrdiff_t expectedCount = found - begin;
   const std::ptrdiff_t foundCount = end - found;
-  const auto surplus =
-      static_cast<std::uint64_t>(std::max(foundCount, expectedCount) - std::min(foundCount, expectedCount));
+  const auto surplus = static_cast<std::uint64_t>(std::max(foundCount, expectedCount) -
+                                                  std::min(foundCount, expectedCount));
   if (foundCount == 0 && misplaced_.count(begin->print) == 0) {
     open(Difference::missing, *begin, 1);
   } else if (expectedCount == 0) {

@@ -3,8 +3,8 @@
 #define ADMIN_VERIFYNAMES_H
 
 #include "admin/ConfigurationReading.h"
-#include "admin/VerifyOptions.h"
 #include "admin/exitStatus.h"
+#include "admin/verbs.h"
 
 /// Compares the names of the entries in each output file, which may have been exported anew, with
 /// those that the input gives to it, and prints the result.

@@ -127,9 +127,10 @@ void Warnings::ofBaseDns() {
     while (!startsWithSeveralValues(inner) && walk.up()) {
       const std::string outer(walk.data(), walk.size());
       if (names.count(outer) != 0) {
-        const std::string line = std::to_string(reading_.lines().lineOfBaseDn(outer));
-        add(reading_.lines().lineOfBaseDn(baseDn),
-            "the base DN is below that of line " + line + ", " + outer, baseDn,
+        std::string what = "the base DN is below that of line ";
+        what += std::to_string(reading_.lines().lineOfBaseDn(outer));
+        what += ", " + outer;
+        add(reading_.lines().lineOfBaseDn(baseDn), what, baseDn,
             "this inner one wins: its entries go to its own servers alone");
         break;
       }

@@ -13,7 +13,6 @@
 #include <vector>
 
 #include "actors/normalizeDn.h"
-#include "admin/CommonOptions.h"
 #include "admin/ConfigurationReading.h"
 #include "admin/Routing.h"
 #include "admin/StandardOutput.h"
@@ -246,11 +245,7 @@ void findEachLine(Finder& finder, StandardOutput& output) {
   }
 }
 
-struct WhereOptions {
-  CommonOptions common;
-  bool json = false;
-  std::vector<std::string> names;
-};
+}  // namespace
 
 ExitStatus where(const WhereOptions& options) {
   options.common.loadSchema();
@@ -276,27 +271,4 @@ ExitStatus where(const WhereOptions& options) {
   }
   answers->finish();
   return finder.status();
-}
-
-}  // namespace
-
-void addWhere(CLI::App& program, Task& task) {
-  const auto options = std::make_shared<WhereOptions>();
-  CLI::App* const verb = program.add_subcommand("where", "which server holds a name");
-  options->common.addTo(*verb);
-  addJson(*verb, options->json);
-  verb->add_option("DN", options->names,
-                   "names in any spelling; without one, names from standard input, one a line")
-      ->option_text("...");
-  verb->footer(
-      "Prints a line for each name, its columns separated by tabs:\n"
-      "  1  number of the server, from 1; * for every server of the base DN (the base DN\n"
-      "     itself) or of all base DNs (names at and below cn=localhost); - for the parent\n"
-      "  2  URL of the server, or * or -\n"
-      "  3  file of the server, or *; of the parent: the default output file\n"
-      "  4  base DN in normal form, or -\n"
-      "  5  the name as it was given, control bytes in it as \\ and two hexadecimal digits\n"
-      "A name that is no DN has a line on standard error instead.\n"
-      "No file that the configuration names has to be there.");
-  verb->callback([options, &task] { task = [options] { return where(*options); }; });
 }

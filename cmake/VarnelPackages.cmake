@@ -12,6 +12,9 @@ endif()
 set(CPACK_INCLUDE_TOPLEVEL_DIRECTORY OFF)
 set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
 set(CPACK_COMPONENTS_ALL program library development)
+if(TARGET varnelctl)
+  list(APPEND CPACK_COMPONENTS_ALL control)
+endif()
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 # The first line of each description below is its summary.
@@ -31,6 +34,16 @@ set(CPACK_COMPONENT_PROGRAM_DESCRIPTION
 varnel reads the LDIF export of an LDAP directory once and writes a file
 for each back-end server: the entries below a partitioned base DN are
 spread by the hash of their names, all others go to the parent server.")
+
+set(CPACK_DEBIAN_CONTROL_PACKAGE_NAME varnelctl)
+set(CPACK_DEBIAN_CONTROL_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_CONTROL_DEBUGINFO_PACKAGE ON)
+set(CPACK_DEBIAN_CONTROL_PACKAGE_RECOMMENDS "varnel")
+set(CPACK_COMPONENT_CONTROL_DESCRIPTION
+  "look at a split of a directory before, during and after it
+varnelctl checks the configuration of varnel, shows what a split would put
+where, splits into all files or none, proves that every entry is where it
+must be, and asks the running servers for them.")
 
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libdirclient1)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 #include "driver/sizeText.h"
 #include "platform/messages/PrintMessage.h"
@@ -65,13 +66,14 @@ std::string withoutBeginning(const std::string& text, std::size_t width) {
   return leftOut + text.substr(begin);
 }
 
-std::string percentOf(std::uint64_t bytes, std::uint64_t all) {
-  constexpr double tenths = 1000;
-  const auto share = all > 0
-                         ? static_cast<std::uint64_t>(
-                               tenths * static_cast<double>(bytes) / static_cast<double>(all) + 0.5)
-                         : 0;
-  return std::to_string(share / 10) + "." + std::to_string(share % 10) + " %";
+double partOf(std::uint64_t bytes, std::uint64_t all) {
+  return all > 0 ? static_cast<double>(bytes) / static_cast<double>(all) : 0;
+}
+
+std::string percentOf(double share) {
+  constexpr double whole = 1000;
+  const long tenths = std::lround(share * whole);
+  return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " %";
 }
 
 Line headOf(std::string text) {
@@ -123,7 +125,8 @@ std::string rowOf(const Line& line, const Widths& widths, std::size_t bar) {
     const std::string blanks(widths[i] - std::min(widths[i], widthOf(cell)), ' ');
     cells[i] = i == fileColumn ? cell + blanks : blanks + cell;
   }
-  const std::string drawn(static_cast<std::size_t>(line.bar * static_cast<double>(bar) + 0.5), '#');
+  const std::string drawn(
+      static_cast<std::size_t>(std::lround(line.bar * static_cast<double>(bar))), '#');
   const std::string row =
       messageText(32, 1, 78, cells[fileColumn].c_str(), cells[entriesColumn].c_str(),
                   cells[sizeColumn].c_str(), cells[shareColumn].c_str(), drawn.c_str());
@@ -158,11 +161,10 @@ std::string ShareTable::text(std::size_t width) const {
     const std::string indent(group.heading.empty() ? 0 : gap, ' ');
     const bool isShared = group.rows.size() > 1;
     for (const Row& row : group.rows) {
-      const bool hasBar = isShared && largest > 0;
       lines.push_back({"",
                        {{indent + text::onOneLine(row.file), std::to_string(row.entries),
-                         sizeText(row.bytes), isShared ? percentOf(row.bytes, all) : ""}},
-                       hasBar ? static_cast<double>(row.bytes) / static_cast<double>(largest) : 0});
+                         sizeText(row.bytes), isShared ? percentOf(partOf(row.bytes, all)) : ""}},
+                       isShared ? partOf(row.bytes, largest) : 0});
     }
   }
   Widths widths = widthsOf(lines);

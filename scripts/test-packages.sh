@@ -28,7 +28,7 @@ inside() {
     rm -rf /tmp/split
     cp -r /usr/share/varnel/examples/split /tmp/split
     # shellcheck disable=SC2086
-    (cd /tmp/split && varnel $options | grep VNL032039I && grep -c '^dn:' ./*.ldif)
+    (cd /tmp/split && varnel $options | grep VNL032039I && grep -c '^dn:' ./*.ldif && varnelctl verify $options)
   done
 
   echo "-- Examples from installed files"
@@ -44,14 +44,15 @@ read cn=Yuki Tanaka,ou=People,dc=example,dc=org'
 
   echo "-- Debug symbols of the program and of the library"
   local file id
-  for file in /usr/bin/varnel "$(echo /usr/lib/*/libdirclient.so.1)"; do
+  for file in /usr/bin/varnel /usr/bin/varnelctl "$(echo /usr/lib/*/libdirclient.so.1)"; do
     id=$(readelf -n "$file" | sed -n 's/.*Build ID: //p')
     readelf -S "/usr/lib/debug/.build-id/${id:0:2}/${id:2}.debug" 2>/dev/null | grep -q debug_info
   done
 
   echo "-- Removing"
   rm -rf /tmp/split /tmp/proxy
-  apt-get purge --yes --quiet varnel libdirclient-dev libdirclient1 varnel-dbgsym libdirclient1-dbgsym >/dev/null
+  apt-get purge --auto-remove --yes --quiet varnel varnelctl libdirclient-dev libdirclient1 \
+    varnel-dbgsym varnelctl-dbgsym libdirclient1-dbgsym >/dev/null
   snapshot >/after
   diff /before /after
 }
@@ -64,7 +65,8 @@ snapshot() {
 }
 
 build_packages() {
-  ./scripts/install-packages.sh g++ cmake ninja-build dpkg-dev file
+  ./scripts/install-packages.sh g++ cmake ninja-build dpkg-dev file \
+    libcli11-dev nlohmann-json3-dev libarchive-dev libldap-dev
   cmake --preset package
   cmake --build --preset package
   cpack --config build/package/CPackConfig.cmake -B "$1"

@@ -19,7 +19,7 @@ from fault_runs import (
     information_printed, outputs_of, run_with_fault, run_with_pause, sample_input,
     status_of, wait_until_stopped,
 )  # fmt: skip
-from varnel_run import DEFAULT_NAME, SUCCESS, UP_TO_SPLIT, m, wait_for
+from varnel_run import DEFAULT_NAME, SUCCESS, UNCOUNTED, UP_TO_SPLIT, m, wait_for
 
 DATA = sample_input(4000)
 OTHER = b"dn: o=rest\n" + b"".join(entries(4800, width=60, first=10_000))
@@ -373,7 +373,7 @@ def test_closed_streams_and_a_failing_write(ready, streams):
         resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))
 
     outcome = fault_runs.split_onto(DATA, fault_runs.FileSize(limit))
-    run = site.run(preexec_fn=prepare)
+    run = site.run(preexec_fn=prepare, environment=UNCOUNTED)
     assert run.status == outcome.status() == 1
     assert site.read("run.log") == b"%d\n" % outcome.line
     assert site.read(outcome.failed_file) == WHOLE[outcome.failed_file][:limit]

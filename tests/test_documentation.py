@@ -64,6 +64,19 @@ def test_first_split_of_the_readme(tmp_path):
             assert printed == block
 
 
+@pytest.mark.skipif("VARNELCTL_BINARY" not in os.environ, reason="varnelctl is not built")
+def test_chapter_of_the_readme_on_varnelctl(tmp_path):
+    setup = re.search(r"```sh\n(.*?)```", section(read("README.md"), "## A first split"), re.DOTALL)[1]
+    assert run("bash", "-c", setup + "varnel", directory=tmp_path).returncode == 0
+    chapter = section(read("README.md"), "## Before, during and after a split")
+    blocks = re.findall(r"```(sh|text)\n(.*?)```", chapter, re.DOTALL)
+    assert [kind for kind, _ in blocks] == ["sh", "text"] * 3
+    for (_, commands), (_, expected) in zip(blocks[::2], blocks[1::2], strict=True):
+        done = run("bash", "-euo", "pipefail", "-c", commands, directory=tmp_path)
+        assert (done.returncode, done.stderr) == (0, "")
+        assert done.stdout == expected
+
+
 def test_second_run_refuses_as_the_readme_says(tmp_path):
     setup = re.search(r"```sh\n(.*?)```", section(read("README.md"), "## A first split"), re.DOTALL)[1]
     run("bash", "-c", setup, directory=tmp_path)

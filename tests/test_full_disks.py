@@ -1,7 +1,6 @@
 """Disks of every size from 4 kB up, and limits on the size of a file: the run says that it failed,
 and at which line, unless every byte is there."""
 
-import resource
 import subprocess
 
 import pytest
@@ -10,6 +9,7 @@ from fault_runs import (
     CONFIGURATION, OUTPUTS, SANITIZED, FileSize, failures_printed, information_printed, outputs_of,
     run_with_fault, sample_input, split_onto,
 )  # fmt: skip
+from varnel_run import with_file_size_limit
 
 PAGE = 4096
 DATA = sample_input(1900)
@@ -172,10 +172,7 @@ def test_file_size_limits(site, restore):
     for limit in LIMITS:
         for name in (*OUTPUTS, "run.log"):
             (site.path / name).unlink(missing_ok=True)
-        run = site.run(
-            restore_signals=restore,
-            preexec_fn=lambda size=limit: resource.setrlimit(resource.RLIMIT_FSIZE, (size, size)),
-        )
+        run = site.run(restore_signals=restore, **with_file_size_limit(limit))
         outcome = split_onto(DATA, FileSize(limit))
         # The log is a file too.
         faults = faults_found(run, contents_of(site, "."), site.read("run.log"), outcome, limit)

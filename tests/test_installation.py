@@ -55,9 +55,25 @@ def cache_entry(name):
 
 def files_of_an_installation(library):
     pages = ["varnel-messages.7", *(template.stem for template in (SOURCES / "docs").glob("*.[1-8].in"))]
-    assert {"varnel.1", "varnelConfig.5"} < set(pages)
+    assert {"varnel.1", "varnelctl.1", "varnelConfig.5"} < set(pages)
+    control = {"bin/varnelctl"} | {
+        f"share/{name}"
+        for name in (
+            "bash-completion/completions/varnelctl",
+            "fish/vendor_completions.d/varnelctl.fish",
+            "zsh/site-functions/_varnelctl",
+        )
+    }
+    if "VARNELCTL_BINARY" not in os.environ:
+        control = set()
+        pages.remove("varnelctl.1")
+    cluster = {
+        f"share/varnel/examples/cluster/{path.name}"
+        for path in (SOURCES / "examples/cluster").iterdir()
+        if path.is_file()
+    }
     version = cache_entry("CMAKE_PROJECT_VERSION")
-    return {
+    return control | cluster | {
         "bin/varnel",
         "lib/cmake/varnel/varnelConfig.cmake",
         f"lib/cmake/varnel/varnelConfig-{cache_entry('CMAKE_BUILD_TYPE').lower()}.cmake",

@@ -9,7 +9,7 @@ import pytest
 from fault_runs import SANITIZED
 from varnel_run import (
     BASE, DEFAULT_NAME, GLOBAL_LINES, HEADER, ONE_SERVER, SUCCESS, URL1, at_line,
-    failed_configuration, failed_split, m,
+    failed_configuration, failed_split, m, with_file_size_limit,
 )  # fmt: skip
 
 RECOVERY = (m(30, DEFAULT_NAME),)
@@ -126,7 +126,7 @@ def test_too_few_open_files_for_the_configuration(site):
 def test_a_file_size_limit_that_shows_when_the_file_is_closed(site):
     site.configure(*ONE_SERVER)
     site.write("in.ldif", b"dn: o=example\na: " + b"x" * 200 + b"\n\n# end\n")
-    site.run(preexec_fn=limited(resource.RLIMIT_FSIZE, 100)).expect(
+    site.run(**with_file_size_limit(100)).expect(
         2, *failed_split(*unwritten(site.absolute("one.ldif"), TOO_LARGE)))
     assert site.read("run.log") == b"4\n"
     assert site.read("one.ldif") == (HEADER + b"\ndn: o=example\na: " + b"x" * 200)[:100]
@@ -135,7 +135,7 @@ def test_a_file_size_limit_that_shows_when_the_file_is_closed(site):
 def test_a_file_size_limit_in_the_tenth_line(site):
     site.configure(*ONE_SERVER)
     site.write("in.ldif", b"dn: o=example\na: " + b"x" * 200 + b"\n" * 9)
-    site.run(preexec_fn=limited(resource.RLIMIT_FSIZE, 100)).expect(
+    site.run(**with_file_size_limit(100)).expect(
         1, *failed_split(*unwritten(site.absolute("one.ldif"), TOO_LARGE)))
     assert site.read("run.log") == b"10\n"
 
@@ -145,7 +145,7 @@ def test_a_file_size_limit_below_the_header_of_the_default_output_file(site):
                    "file: one.ldif")
     site.write("in.ldif", "dn: o=x\n")
     before = site.tree()
-    run = site.run("-d", "1", preexec_fn=limited(resource.RLIMIT_FSIZE, 5))
+    run = site.run("-d", "1", **with_file_size_limit(5))
     run.expect(1, *failed_configuration(m(73, "parent.ldif", TOO_LARGE)))
     assert run.traces()[-2:] == [
         f"c8110000 VarnelConfigException: line 0, input file {DEFAULT_NAME}",
@@ -160,7 +160,7 @@ def test_a_file_size_limit_that_shows_while_the_file_is_written(site):
     site.configure(*ONE_SERVER)
     site.write("in.ldif", data)
     limit = 1_000_000
-    run = site.run(preexec_fn=limited(resource.RLIMIT_FSIZE, limit))
+    run = site.run(**with_file_size_limit(limit))
     run.expect(1, *failed_split(*unwritten(site.absolute("one.ldif"), TOO_LARGE)))
     assert site.read("one.ldif") == (HEADER + b"\n" + data)[:limit]
     # The failure is reported soon after the line that no longer fits, not at the end of the run:

@@ -415,12 +415,13 @@ def test_an_empty_input(site):
     assert run.lines("stderr")[0] == site.absolute("in.ldif") + ":1: error: the input is empty"
 
 
-def test_an_input_that_cannot_be_read(site):
+def test_an_input_that_is_a_directory(site):
     site.configure(*ONE_SERVER)
     os.mkdir(site.path / "in.ldif")
     run = site.run("plan")
-    assert run.status == SYSTEM_FAILED and run.stdout == b""
-    assert b"in.ldif: " in run.stderr
+    assert run.status == WRONG and run.stdout == b""
+    assert run.lines("stderr")[0].startswith("./varnelConfig:2: error: ")
+    assert site.absolute("in.ldif") in run.lines("stderr")[0]
 
 
 def test_a_compressed_input_that_was_cut_short(site):

@@ -13,15 +13,17 @@ import subprocess
 import tempfile
 import threading
 import time
+import typing
 
 import pytest
 
 import fault_runs
 import test_conservation as random_directories
 from fault_runs import OUTPUTS, SANITIZED, fault_at, outputs_of, run_with_fault, sample_input
+from test_foreign_formats import compressed
 from varnel_run import (
     ACTION, BASE, FILE1, FILE2, GLOBAL_LINES, HANG_GUARD_SECONDS, HEADER, INPUT, LOG, ONE_SERVER,
-    REST, SPLIT, TWO_SERVERS, URL1, URL2, Site, m, wait_for,
+    REST, SPLIT, TWO_SERVERS, UNCOUNTED, URL1, URL2, Site, m, wait_for,
 )  # fmt: skip
 
 GOOD, WRONG, MISUSE, SYSTEM_FAILED = 0, 1, 2, 3
@@ -168,11 +170,9 @@ def test_long_names(ctl):
                               "rest.ldif": files["rest.ldif"]})  # fmt: skip
 
 
-@pytest.mark.parametrize("command", ["gzip", "bzip2", "xz", "zstd -q --rm"])
-def test_a_compressed_input(ctl, command):
-    given(ctl, sample_input(4000))
-    subprocess.run([*command.split(), ctl.path / "in.ldif"], check=True)
-    next(ctl.path.glob("in.ldif.*")).rename(ctl.path / "in.ldif")
+@pytest.mark.parametrize("program", ["gzip", "bzip2", "xz", "zstd"])
+def test_a_compressed_input(ctl, program):
+    given(ctl, compressed(program, sample_input(4000)))
     expect_good(ctl, ctl.tree(), outputs_of(sample_input(4000)))
 
 
@@ -312,13 +312,10 @@ def test_an_input_with_a_byte_order_mark(ctl):
     expect_stop(ctl, given(ctl, b"\xef\xbb\xbf" + SMALL), WRONG, 1, "byte order mark")
 
 
-@pytest.mark.parametrize("command, magic", [("gzip", 2), ("xz", 6), ("zstd -q --rm", 4)])
-def test_a_compressed_input_that_was_cut_short(ctl, command, magic):
-    given(ctl, sample_input(4000))
-    subprocess.run([*command.split(), ctl.path / "in.ldif"], check=True)
-    packed = next(ctl.path.glob("in.ldif.*"))
-    data = packed.read_bytes()
-    packed.unlink()
+@pytest.mark.parametrize("program, magic", [("gzip", 2), ("bzip2", 10), ("xz", 6), ("zstd", 4)])
+def test_a_compressed_input_that_was_cut_short(ctl, program, magic):
+    data = compressed(program, sample_input(4000))
+    given(ctl)
     for size in (magic + 4, len(data) // 2, len(data) - 1):
         ctl.write("in.ldif", data[:size])
         before = ctl.tree()
@@ -356,7 +353,7 @@ def test_too_few_descriptors(ctl):
 def test_a_limit_of_file_size(ctl):
     before = given(ctl, sample_input(4000))
     run = subprocess.run(["bash", "-c", 'ulimit -f 64; exec "$@"', "bash", ctl.binary, "split"],
-                         cwd=ctl.path, capture_output=True)  # fmt: skip
+                         cwd=ctl.path, capture_output=True, env={**os.environ, **UNCOUNTED})  # fmt: skip
     assert run.returncode == SYSTEM_FAILED and b"File too large" in run.stderr
     assert ctl.tree() == before
 
@@ -489,26 +486,32 @@ def test_killed_runs_leave_no_half_file(ctl):
     before = given(ctl, data)
     whole = outputs_of(data)
     generator = random.Random(1)
-    began = time.monotonic()
-    assert split(ctl).status == GOOD
-    duration = time.monotonic() - began
-    killed = 0
-    for number in range(KILLED_RUNS):
-        old = {name: b"old" for name in OUTPUTS} if number % 2 else {}
+    durations = []
+    for _ in range(3):
+        began = time.monotonic()
+        assert split(ctl, "--replace").status == GOOD
+        durations.append(time.monotonic() - began)
+    killed, found = 0, {"nothing or the old": 0, "the new": 0, "both": 0}
+    while killed < KILLED_RUNS:
+        old = {name: b"old" for name in OUTPUTS} if killed % 2 else {}
         fault_runs.clear(ctl, {**before, **old})
         process = ctl.start("split", "--replace", stderr=subprocess.DEVNULL)
-        time.sleep(generator.random() * duration * 1.1)
+        time.sleep(generator.random() * min(durations))
         process.kill()
-        killed += process.wait(HANG_GUARD_SECONDS) == -signal.SIGKILL
+        ended = process.wait(HANG_GUARD_SECONDS)
+        assert ended in (GOOD, -signal.SIGKILL)
         tree = ctl.tree()
         for name in OUTPUTS:
-            assert tree.get(name) in (whole[name], old.get(name)), (number, name)
+            assert tree.get(name) in (whole[name], old.get(name)), (killed, name)
         others = set(tree) - {*before, *OUTPUTS}
         assert all(re.fullmatch(r"\..*\.varnelctl-\w{6}", name) for name in others), others
+        if ended == -signal.SIGKILL:
+            killed += 1
+            new = sum(tree.get(name) == whole[name] for name in OUTPUTS)
+            found["both" if 0 < new < 3 else "the new" if new else "nothing or the old"] += 1
         assert split(ctl, "--replace").status == GOOD
         assert {name: ctl.read(name) for name in OUTPUTS} == whole
-    print(f"{killed} of {KILLED_RUNS} runs were killed before their end")
-    assert killed > KILLED_RUNS // 10
+    print(f"{killed} runs were killed; under the final names: {found}")
 
 
 # --- Every call fails -----------------------------------------------------------------------------
@@ -554,29 +557,58 @@ def role_of(call):
     return "output" if name in OUTPUTS else name
 
 
-def status_of_fault(call, error, occurrence):
+def status_of_fault(place, error):
     """What a run ends with where this call fails."""
-    role = role_of(call)
-    if call.descriptor in (0, 1, 2):
-        return {GOOD, SYSTEM_FAILED} if call.name == "write" else {GOOD}
+    name, role, before = place.call.name, role_of(place.call), place.occurrence
+    of_the_configuration = {GOOD} if before > 1 else {WRONG}
+    if place.call.descriptor in (0, 1, 2) or name in ("prlimit64", "fcntl"):
+        return {GOOD}
     if role == "temporary":
-        if call.name == "openat":
-            return {SYSTEM_FAILED}
-        if call.name == "close":
-            # Only that of the stream tells whether the last bytes were written.
-            return {GOOD, SYSTEM_FAILED}
-        if call.name in ("write", "fsync", "fchmod"):
-            return {SYSTEM_FAILED}
-        if call.name == "renameat2":
-            return {GOOD} if error == "EINVAL" else {SYSTEM_FAILED}
-        if call.name in ("fchown", "unlink"):
+        if name == "renameat2" and error == "EINVAL":
             return {GOOD}
-        return {GOOD, SYSTEM_FAILED}
-    if role == "in.ldif" and call.name in ("read", "openat"):
-        return {SYSTEM_FAILED, GOOD} if call.name == "openat" else {SYSTEM_FAILED, GOOD}
-    if role in ("varnelConfig", "output", "in.ldif", "site", "run.log") or call.name == "getcwd":
-        return {GOOD, WRONG, SYSTEM_FAILED}
-    return {GOOD, SYSTEM_FAILED}
+        if name in ("openat", "write", "fsync", "fchmod", "renameat2"):
+            return {SYSTEM_FAILED}
+        # Of the three that close it only the stream has something to write. Whether it was removed
+        # is not known where the system does not tell; what it is, has to be known.
+        fails = before == 1 and name in ("close", *STATUS_CALLS)
+        return {SYSTEM_FAILED} if fails else {GOOD}
+    if role == "varnelConfig":
+        # It is looked at for its format and its sections before it is read.
+        if name == "openat":
+            return {WRONG} if before == 2 else {GOOD}
+        if name == "read":
+            return {GOOD} if before < 3 else {WRONG}
+        return {WRONG} if before == 3 and name in STATUS_CALLS else {GOOD}
+    if role == "in.ldif":
+        if name == "openat":
+            return {SYSTEM_FAILED} if before == 0 else {GOOD}
+        if name == "read":
+            return {GOOD} if before == 0 else {SYSTEM_FAILED}
+        return of_the_configuration if name in STATUS_CALLS else {GOOD}
+    if role == "run.log":
+        return of_the_configuration
+    if role == "output":
+        return {GOOD, SYSTEM_FAILED} if before > 1 else {WRONG}
+    if role == "site":
+        if name in STATUS_CALLS:
+            return {GOOD, WRONG}
+        return {GOOD} if name == "close" else {SYSTEM_FAILED}
+    return {WRONG} if name == "getcwd" else set()
+
+
+STATUS_CALLS = ("newfstatat", "fstat", "statx")
+
+
+class Place(typing.NamedTuple):
+    call: fault_runs.Call
+    occurrence: int  # how many of this name and path there were before
+
+
+def place_of(calls, index):
+    first = fault_runs.first_call_of_main(calls)
+    call = calls[index]
+    before = sum((x.name, x.path) == (call.name, call.path) for x in calls[first:index])
+    return Place(call, before)
 
 
 def state_is_good(ctl, before, whole, status):
@@ -608,7 +640,7 @@ def test_a_call_fails(ctl, name, existing):
             fault = fault_of("fail", good.calls, index, getattr(errno, error))
             result = run_with_fault(ctl, fault, "split", "--replace", calls=CALLS)
             where = f"{error} of {call}: {result.shown()}"
-            wanted = status_of_fault(call, error, index)
+            wanted = status_of_fault(place_of(good.calls, index), error)
             roles.add((role_of(call), result.run.status))
             if result.run.status not in wanted:
                 found.append(f"{where}: status not in {wanted}")
@@ -619,7 +651,8 @@ def test_a_call_fails(ctl, name, existing):
             hidden = [x for x in ctl.tree() if x.startswith(".")]
             if not left_behind and hidden:
                 found.append(f"{where}: {hidden} left")
-            if result.run.status != GOOD and call.descriptor != 2 and result.run.stderr == b"":
+            silent = result.run.stderr == b""
+            if (result.run.status != GOOD or name == "unlink") and silent:
                 found.append(f"{where}: not a word")
             fault_runs.clear(ctl, {x: y for x, y in ctl.tree().items() if not x.startswith(".")})
             if split(ctl, "--replace").status != GOOD:
@@ -700,7 +733,8 @@ def test_a_full_disk(ctl):
 def test_every_file_is_on_the_disk_before_the_first_has_its_name(ctl):
     given(ctl)
     calls = [x for x in run_with_fault(ctl, "-", "split", calls=CALLS).calls
-             if x.name in ("fsync", "renameat2", "write") and x.descriptor not in (1, 2)]  # fmt: skip
+             if x.name in ("fsync", "renameat2", "write") and x.descriptor not in (1, 2)
+             and fault_runs.is_of_the_program(ctl, x)]  # fmt: skip
     names = [x.name for x in calls]
     assert names.count("renameat2") == names.count("fsync") - 1 == len(OUTPUTS)
     first, last = names.index("renameat2"), len(names) - 1 - names[::-1].index("renameat2")
