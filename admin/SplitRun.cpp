@@ -12,6 +12,7 @@
 #include "driver/ShareTable.h"
 #include "driver/foreignFormat.h"
 #include "driver/prepareProcess.h"
+#include "driver/terminalWidth.h"
 #include "driver/warnOfMissingEntries.h"
 #include "ldifsplit/LdifSplit.h"
 #include "ldifsplit/openNewLdif.h"
@@ -214,40 +215,23 @@ std::FILE* SplitRun::openOutput(const std::string& name, char* buffer, std::size
 
 void SplitRun::startsRecord(const ldifsplit::SplitRecord& record) {
   line_.store(record.line, std::memory_order_relaxed);
+}
+
+void SplitRun::hasRead(std::uint64_t bytes, std::uint64_t records) {
   if (!isWatched_) {
     return;
   }
-  current_.clear();
-  for (const std::string* name : record.files) {
-    Share*& share = shareOfName_[name];
-    if (share == nullptr) {
-      share = &shares_[*name];
-    }
-    ++share->entries;
-    current_.push_back(share);
-  }
-}
-
-void SplitRun::wrote(const char* /*bytes*/, std::size_t size) {
-  if (!isWatched_) {
-    return;
-  }
-  for (Share* share : current_) {
-    share->bytes += size;
-  }
-  written_ += size;
-  if (written_ >= nextLook_) {
-    showProgress();
-  }
-}
-
-/// The clock is looked at once in so many bytes.
-void SplitRun::showProgress() {
-  constexpr std::uint64_t bytesOfALook = 65536;
-  nextLook_ = written_ + bytesOfALook;
   const std::unique_lock<std::mutex> held = signals_.lock();
   const bool isKnown = input_.size() > 0;
-  progress_.show(isKnown ? input_.taken() : written_, input_.size());
+  progress_.show({isKnown ? input_.taken() : bytes, input_.size(), records});
+}
+
+void SplitRun::ended(const std::vector<ldifsplit::FileCounts>& files) {
+  for (const ldifsplit::FileCounts& counts : files) {
+    Share& share = shares_[*counts.file];
+    share.entries += counts.records;
+    share.bytes += counts.bytes;
+  }
 }
 
 bool SplitRun::goesOnBehind(const ldifsplit::UnusableLine& line) {
@@ -272,7 +256,7 @@ void SplitRun::printShares() const {
     const Share& share = shares_.at(name);
     table.add(name, share.entries, share.bytes);
   }
-  std::fputs(table.text().c_str(), stderr);
+  std::fputs(table.text(terminalWidth(stderr)).c_str(), stderr);
 }
 
 /// On the thread of the signals.

@@ -8,7 +8,6 @@
 #include <exception>
 #include <map>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "actors/LdifActor.h"
@@ -37,7 +36,8 @@ class SplitRun : public ldifsplit::SplitObserver {
   AutoClose openInput(const std::string& name) override;
   std::FILE* openOutput(const std::string& name, char* buffer, std::size_t size) override;
   void startsRecord(const ldifsplit::SplitRecord& record) override;
-  void wrote(const char* bytes, std::size_t size) override;
+  void hasRead(std::uint64_t bytes, std::uint64_t records) override;
+  void ended(const std::vector<ldifsplit::FileCounts>& files) override;
   bool goesOnBehind(const ldifsplit::UnusableLine& line) override;
 
  private:
@@ -54,7 +54,6 @@ class SplitRun : public ldifsplit::SplitObserver {
   void openUnusedStreams();
   ExitStatus publish();
   void say(const std::string& line);
-  void showProgress();
   void printShares() const;
   void undo(int signal);
   [[noreturn]] static void endUnexpectedly();
@@ -70,10 +69,6 @@ class SplitRun : public ldifsplit::SplitObserver {
   std::string unusableLine_;  // what is wrong with it; empty: there is none
   std::atomic<int> line_;     // where the split is, for the other thread
   std::map<std::string, Share> shares_;
-  std::unordered_map<const std::string*, Share*> shareOfName_;
-  std::vector<Share*> current_;  // of the record that began last
-  std::uint64_t written_ = 0;
-  std::uint64_t nextLook_ = 0;  // at so many bytes, whether the progress is to be shown
   std::terminate_handler before_ = nullptr;
   StopSignals signals_;  // the last one: its thread uses the others
 };

@@ -7,7 +7,7 @@
 #include "admin/SplitRun.h"
 #include "admin/existingOutputs.h"
 #include "admin/verbs.h"
-#include "driver/ProgressLine.h"
+#include "driver/terminalWidth.h"
 
 namespace {
 

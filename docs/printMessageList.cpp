@@ -51,7 +51,8 @@ void printForReaders() {
       "Every message begins with an identifier that never changes: `VNL`, the set, the number and a\n"
       "letter. `I` is information, on standard output; `W` a warning and `E` an error, on standard\n"
       "error. Where a text below has `<1>`, the message has the file, line or value in question.\n\n"
-      "Set 032 is of the tool, set 033 of the instance and its schema.");
+      "Set 032 is of the tool, set 033 of the instance and its schema. 75 to 81 of set 032 are the line\n"
+      "and the table that a terminal shows, on standard error and without identifiers.");
   for (const CatalogMessage& message : messageCatalog()) {
     std::printf("\n## VNL%03d%03d%c (%s)\n\n    %s\n", message.set, message.number,
                 message.severity, kindOf(message.severity), readable(message.text).c_str());
@@ -136,6 +137,8 @@ void printPage() {
       ".Ql E\n"
       "an error, on standard error.\n"
       "Set 032 is of the tool, set 033 of the instance and its schema.\n"
+      "The messages 75 to 81 of set 032 are the line and the table that a terminal shows,\n"
+      "on standard error and without identifiers.\n"
       ".Pp\n"
       "Where a text below has\n"
       ".Ql <1> ,\n"

@@ -1,17 +1,14 @@
 #include "driver/ProgressLine.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
-
+#include <termios.h>
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <ostream>
 #include <string>
 
-#include "common/AutoClose.h"
+#include "testsupport/Terminal.h"
 
 namespace {
 
@@ -43,47 +40,52 @@ class Written {
   std::FILE* stream_;
 };
 
-TEST(ProgressLine, TellsShareSizeSpeedAndRest) {
+TEST(ProgressLine, TellsShareRestSizeSpeedAndEntries) {
   const Written written;
   ProgressLine line(written.stream(), start);
-  line.show(250000, 1000000, start + seconds(10));
+  line.show({250000, 1000000, 712}, start + seconds(10));
   EXPECT_EQ(written.text(),
-            "\r[#####...............]  25 %  250 kB of 1.0 MB  25.0 kB/s  30 s left");
+            "\r[####..............]  25 %  30 s left  250 kB of 1.0 MB  25.0 kB/s  712 entries");
 }
 
-TEST(ProgressLine, OfAnUnknownTotalTellsSizeAndSpeed) {
+TEST(ProgressLine, OfAnUnknownTotalTellsSizeSpeedAndEntries) {
   const Written written;
   ProgressLine line(written.stream(), start);
-  line.show(3000, 0, start + seconds(2));
-  EXPECT_EQ(written.text(), "\r3.0 kB  1.5 kB/s");
+  line.show({3000, 0, 4}, start + seconds(2));
+  EXPECT_EQ(written.text(), "\r3.0 kB  1.5 kB/s  4 entries");
 }
 
 TEST(ProgressLine, KnowsNoRestBeforeAnythingIsDone) {
   const Written written;
   ProgressLine line(written.stream(), start);
-  line.show(0, 100, start);
-  EXPECT_EQ(written.text(), "\r[....................]   0 %  0 B of 100 B  0 B/s");
+  line.show({0, 100, 0}, start);
+  EXPECT_EQ(written.text(),
+            "\r[....................]   0 %  ? left  0 B of 100 B  0 B/s  0 entries");
 }
 
-TEST(ProgressLine, TellsMinutes) {
+TEST(ProgressLine, TellsMinutesAndHours) {
   const Written written;
   ProgressLine line(written.stream(), start);
-  line.show(100, 1000000, start + seconds(1));
-  EXPECT_NE(written.text().find("  166 min 39 s left"), std::string::npos) << written.text();
+  line.show({100, 310000, 1}, start + seconds(1));
+  EXPECT_NE(written.text().find("  51 min 39 s left"), std::string::npos) << written.text();
+  line.show({200, 1000200, 1}, start + seconds(2));
+  EXPECT_NE(written.text().find("  2 h 46 min left"), std::string::npos) << written.text();
 }
 
 TEST(ProgressLine, IsNeverBeyondItsEnd) {
   const Written written;
   ProgressLine line(written.stream(), start);
-  line.show(200, 100, start + seconds(1));
-  EXPECT_NE(written.text().find("[####################] 100 %  100 B of 100 B"), std::string::npos);
+  line.show({200, 100, 1}, start + seconds(1));
+  EXPECT_NE(written.text().find("[####################] 100 %  0 s left  100 B of 100 B"),
+            std::string::npos)
+      << written.text();
 }
 
 TEST(ProgressLine, IsWrittenFiveTimesASecond) {
   const Written written;
   ProgressLine line(written.stream(), start);
   for (int i = 0; i <= 1000; ++i) {
-    line.show(1, 0, start + milliseconds(i));
+    line.show({1, 0, 0}, start + milliseconds(i));
   }
   const std::string text = written.text();
   EXPECT_EQ(std::count(text.begin(), text.end(), '\r'), 6);  // at 0, 200, ..., 1000
@@ -92,11 +94,11 @@ TEST(ProgressLine, IsWrittenFiveTimesASecond) {
 TEST(ProgressLine, LeavesNothingOfALongerOneBefore) {
   const Written written;
   ProgressLine line(written.stream(), start);
-  line.show(100, 0, start + seconds(1));
+  line.show({100, 0, 0}, start + seconds(1));
   const std::string before = written.text();
-  line.show(1, 0, start + seconds(2));
-  EXPECT_EQ(before, "\r100 B  100 B/s");
-  EXPECT_EQ(written.text().substr(before.size()), "\r1 B  0 B/s    ");
+  line.show({1, 0, 0}, start + seconds(2));
+  EXPECT_EQ(before, "\r100 B  100 B/s  0 entries");
+  EXPECT_EQ(written.text().substr(before.size()), "\r1 B  0 B/s  0 entries    ");
 }
 
 TEST(ProgressLine, IsClearedOnceAndAtTheEnd) {
@@ -105,53 +107,80 @@ TEST(ProgressLine, IsClearedOnceAndAtTheEnd) {
     ProgressLine line(written.stream(), start);
     line.clear();
     EXPECT_EQ(written.text(), "");
-    line.show(1, 0, start + seconds(1));
+    line.show({1, 0, 0}, start + seconds(1));
     line.clear();
     line.clear();
-    EXPECT_EQ(written.text(), "\r1 B  1 B/s\r          \r");
-    line.show(1, 0, start + seconds(2));
+    EXPECT_EQ(written.text(), "\r1 B  1 B/s  0 entries\r                     \r");
+    line.show({1, 0, 0}, start + seconds(2));
   }
-  EXPECT_EQ(written.text(), "\r1 B  1 B/s\r          \r\r1 B  0 B/s\r          \r");
+  EXPECT_EQ(written.text(),
+            "\r1 B  1 B/s  0 entries\r                     \r"
+            "\r1 B  0 B/s  0 entries\r                     \r");
 }
 
-class Terminal {
- public:
-  explicit Terminal(unsigned short columns) : main_(::posix_openpt(O_RDWR | O_NOCTTY)) {
-    ::grantpt(main_);
-    ::unlockpt(main_);
-    side_.reset(std::fopen(::ptsname(main_), "w"));
-    struct winsize size {};
-    size.ws_row = 1;
-    size.ws_col = columns;
-    ::ioctl(main_, TIOCSWINSZ, &size);
-  }
-  ~Terminal() { ::close(main_); }
-  Terminal(const Terminal&) = delete;
-  Terminal& operator=(const Terminal&) = delete;
+// --- Widths
+// ---------------------------------------------------------------------------------------
 
-  std::FILE* stream() const { return side_.get(); }
-  std::string shown() const {
-    std::array<char, 4096> bytes{};
-    const ssize_t size = ::read(main_, bytes.data(), bytes.size());
-    return {bytes.data(), size > 0 ? static_cast<std::size_t>(size) : 0};
-  }
-
- private:
-  int main_;
-  AutoClose side_;
+struct Fit {
+  unsigned short columns;
+  const char* text;
 };
 
-TEST(ProgressLine, IsNarrowerThanTheTerminal) {
-  const Terminal terminal(12);
-  EXPECT_TRUE(isTerminal(terminal.stream()));
-  ProgressLine line(terminal.stream(), start);
-  line.show(250000, 1000000, start + seconds(10));
-  EXPECT_EQ(terminal.shown(), "\r[#####.....");
+void PrintTo(const Fit& fit, std::ostream* out) {
+  *out << fit.columns;
 }
 
-TEST(ProgressLine, KnowsAFileFromATerminal) {
-  const AutoClose file(std::tmpfile());
-  EXPECT_FALSE(isTerminal(file.get()));
+class ProgressLineFit : public ::testing::TestWithParam<Fit> {};
+
+TEST_P(ProgressLineFit, HasWholeFiguresAndABarInTheRest) {
+  const Terminal terminal(GetParam().columns);
+  ProgressLine line(terminal.stream(), start);
+  line.show({250000, 1000000, 712}, start + seconds(10));
+  EXPECT_EQ(terminal.shown(), GetParam().text);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Widths, ProgressLineFit,
+    ::testing::Values(
+        Fit{200,
+            "\r[#####...............]  25 %  30 s left  250 kB of 1.0 MB  25.0 kB/s  712 entries"},
+        Fit{82,
+            "\r[#####...............]  25 %  30 s left  250 kB of 1.0 MB  25.0 kB/s  712 entries"},
+        Fit{81,
+            "\r[####...............]  25 %  30 s left  250 kB of 1.0 MB  25.0 kB/s  712 entries"},
+        Fit{67, "\r[#....]  25 %  30 s left  250 kB of 1.0 MB  25.0 kB/s  712 entries"},
+        Fit{66, "\r 25 %  30 s left  250 kB of 1.0 MB  25.0 kB/s  712 entries"},
+        Fit{59, "\r 25 %  30 s left  250 kB of 1.0 MB  25.0 kB/s  712 entries"},
+        Fit{58, "\r[##.......]  25 %  30 s left  250 kB of 1.0 MB  25.0 kB/s"},
+        Fit{20, "\r 25 %  30 s left"}));
+
+TEST(ProgressLine, IsNotThereBelowTwentyColumns) {
+  const Terminal terminal(19);
+  ProgressLine line(terminal.stream(), start);
+  line.show({250000, 1000000, 712}, start + seconds(10));
+  std::fputs("nothing before", terminal.stream());
+  std::fflush(terminal.stream());
+  EXPECT_EQ(terminal.shown(), "nothing before");
+}
+
+TEST(ProgressLine, FollowsATerminalThatIsMadeNarrower) {
+  const Terminal terminal(80);
+  ProgressLine line(terminal.stream(), start);
+  line.show({250000, 1000000, 712}, start + seconds(10));
+  terminal.shown();
+  terminal.resize(40);
+  line.show({250000, 1000000, 712}, start + seconds(11));
+  EXPECT_EQ(terminal.shown(), "\r 25 %  33 s left  250 kB of 1.0 MB     ");
+}
+
+TEST(ProgressLine, DoesNotWaitForATerminalThatTakesNothing) {
+  const Terminal terminal(80);
+  ProgressLine line(terminal.stream(), start);
+  ASSERT_EQ(::tcflow(::fileno(terminal.stream()), TCOOFF), 0);
+  line.show({1, 0, 0}, start);
+  ASSERT_EQ(::tcflow(::fileno(terminal.stream()), TCOON), 0);
+  line.show({2, 0, 0}, start + seconds(1));
+  EXPECT_EQ(terminal.shown(), "\r2 B  2 B/s  0 entries");
 }
 
 }  // namespace

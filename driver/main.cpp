@@ -19,12 +19,14 @@
 #include "config/VarnelConfig.h"
 #include "config/VarnelConfigException.h"
 #include "config/configKeys.h"
+#include "driver/WatchedSplit.h"
 #include "driver/commandLineOptions.h"
 #include "driver/explainFailure.h"
 #include "driver/findLastLineSplit.h"
 #include "driver/getOptArgs.h"
 #include "driver/loadSchemaFiles.h"
 #include "driver/prepareProcess.h"
+#include "driver/terminalWidth.h"
 #include "driver/traceConfig.h"
 #include "driver/warnOfMissingEntries.h"
 #include "ldifsplit/LdifSplit.h"
@@ -100,10 +102,15 @@ std::size_t countFilesOfSplit(const std::map<std::string, LdifActor*>& actors) {
   return actors.at(cryptoDN)->getOutputFiles().size() + 2;
 }
 
+/// `watched`: who shows the split on a terminal; a null pointer: nobody.
 void split(const VarnelConfig& config, const std::map<std::string, LdifActor*>& actors,
-           std::FILE* log) {
+           std::FILE* log, WatchedSplit* watched) {
   try {
     TRACE(traceProgress, "About to call ldifSplit()\n");
+    if (watched != nullptr) {
+      watched->run(config, actors);
+      return;
+    }
     ldifsplit::ldifSplit(config.inputFile_, actors, config.defaultOutputFile_, config.reserved_, 0);
   } catch (const ldifsplit::LdifSplitException& failure) {
     TRACE(traceError, "Caught LdifSplitException: %s, line number: %d\n", failure.message().c_str(),
@@ -173,10 +180,16 @@ int main(int argc, char** argv) {
     warnOfTooManyFiles(countFilesOfSplit(actors));
     TRACE(traceProgress, "Printing the BEGINNING_SPLIT message\n");
     PrintMessage(messageSet, 1, 37, configFile.c_str());
-    split(config, actors, log);
+    // Whoever reads the messages from a file or a pipe gets those alone.
+    WatchedSplit watched(stderr);
+    const bool isWatched = isTerminal(stderr);
+    split(config, actors, log, isWatched ? &watched : nullptr);
     TRACE(traceProgress, "Finished ldifSplit() successfully\n");
     warnOfMissingEntries(config.baseDNlist(), actors);
     PrintMessage(messageSet, 1, 39);
+    if (isWatched) {
+      watched.printShares(config, actors);
+    }
   }
   std::fclose(log);
   return 0;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <set>
@@ -69,6 +70,12 @@ struct ParsedLine {
 struct Target {
   const std::string* name;
   std::FILE* stream;
+  FileCounts* counts;
+};
+
+struct OpenFile {
+  std::FILE* stream;
+  FileCounts counts;
 };
 
 /// Lines of one record that stand together in the reader's block as the record's only file is to
@@ -86,13 +93,14 @@ class Splitter {
   Splitter(const std::string& inputFile, const std::map<std::string, LdifActor*>& actors,
            const std::string& defaultOutputFile, int firstLine, SplitObserver* observer)
       : observer_(observer),
+        recordObserver_(observer != nullptr && observer->wantsRecords() ? observer : nullptr),
         inputFile_(inputFile),
         baseDNs_(keysOf(actors)),
         baseDnIndex_(baseDNs_),
         defaultOutputFile_(&defaultOutputFile),
         firstLine_(firstLine),
         input_(openInput()),
-        reader_(input_.get()),
+        reader_(input_.get(), watcher()),
         outputs_(countOutputFiles(actors), files()) {
     for (const auto& actor : actors) {
       actors_.push_back(actor.second);
@@ -106,6 +114,8 @@ class Splitter {
   static std::size_t countOutputFiles(const std::map<std::string, LdifActor*>& actors);
   SplitObserver& files() const;
   AutoClose openInput() const;
+  LineReader::Watcher watcher() const;
+  void tellCounts() const;
   void readFirstLine();
   void readPhysicalLine();
   void readContinuations();
@@ -122,7 +132,7 @@ class Splitter {
   bool leaveOut(bool isDn, const char* text, std::size_t size);
   void route(const char* dn, std::size_t size);
   FileNames outputFiles(std::size_t baseDn);
-  std::FILE* streamOf(const std::string& name);
+  OpenFile& openFile(const std::string& name, std::size_t baseDn);
 
   void extendRun();
   void takeOrdinaryLines();
@@ -142,7 +152,8 @@ class Splitter {
   void warnOfLineBeforeTheFirstDn(const char* line, std::size_t size);
   void warnOfMissingLineEnd() const;
 
-  SplitObserver* const observer_;  // a null pointer: nobody
+  SplitObserver* const observer_;        // a null pointer: nobody
+  SplitObserver* const recordObserver_;  // the same, or a null pointer
   const std::string& inputFile_;
   const std::vector<std::string> baseDNs_;
   const BaseDnIndex baseDnIndex_;
@@ -154,11 +165,12 @@ class Splitter {
   LineCounter lineNumber_;  // of the last physical line of the logical line at hand
   ParseCopy parseCopy_;
   OutputFileSet outputs_;
-  std::unordered_map<const std::string*, std::FILE*> streams_;  // of the files that are open
-  dirclient::NormalDn currentDn_;                               // of the current record
-  std::vector<Target> targets_;  // its files; none before the first record
-  Run run_;                      // of its lines, held by the reader
-  bool sawDn_ = false;           // a "dn" line was read
+  std::unordered_map<const std::string*, OpenFile> openFiles_;
+  std::uint64_t records_ = 0;
+  dirclient::NormalDn currentDn_;  // of the current record
+  std::vector<Target> targets_;    // its files; none before the first record
+  Run run_;                        // of its lines, held by the reader
+  bool sawDn_ = false;             // a "dn" line was read
 
   /// Of the overlong physical line whose pieces are read: whether its start was dropped, and
   /// whether the piece before the one at hand was.
@@ -210,6 +222,26 @@ AutoClose Splitter::openInput() const {
   return input;
 }
 
+/// Who is told of the blocks that are read; nobody where nobody watches the split.
+LineReader::Watcher Splitter::watcher() const {
+  if (observer_ == nullptr) {
+    return {};
+  }
+  return [this](std::uint64_t bytes) { observer_->hasRead(bytes, records_); };
+}
+
+void Splitter::tellCounts() const {
+  if (observer_ == nullptr) {
+    return;
+  }
+  std::vector<FileCounts> counts;
+  counts.reserve(openFiles_.size());
+  for (const auto& file : openFiles_) {
+    counts.push_back(file.second.counts);
+  }
+  observer_->ended(counts);
+}
+
 void Splitter::run() {
   readFirstLine();
   for (bool first = true; !reader_.atEnd(); first = false) {
@@ -223,6 +255,7 @@ void Splitter::run() {
   writeRun();
   warnOfMissingLineEnd();
   outputs_.closeAll(lineNumber_.number());
+  tellCounts();
 }
 
 void Splitter::readFirstLine() {
@@ -424,11 +457,14 @@ void Splitter::route(const char* dn, std::size_t size) {
   const FileNames files = outputFiles(baseDn);
   targets_.clear();
   for (const std::string* name : files) {
-    targets_.push_back({name, streamOf(*name)});
-    prefetchForWrite(targets_.back().stream);
+    OpenFile& file = openFile(*name, baseDn);
+    targets_.push_back({name, file.stream, &file.counts});
+    ++file.counts.records;
+    prefetchForWrite(file.stream);
   }
-  if (observer_ != nullptr) {
-    observer_->startsRecord({lineNumber_.number(), dn, size, currentDn_, baseDn, files});
+  ++records_;
+  if (recordObserver_ != nullptr) {
+    recordObserver_->startsRecord({lineNumber_.number(), dn, size, currentDn_, baseDn, files});
   }
 }
 
@@ -437,15 +473,15 @@ FileNames Splitter::outputFiles(std::size_t baseDn) {
                                      : actors_[baseDn]->getOutputFilename(currentDn_);
 }
 
-/// The stream of an output file, which is opened at its first record. A name that an actor lists is
-/// always at the same place, so that the place finds the stream again.
-std::FILE* Splitter::streamOf(const std::string& name) {
-  std::FILE*& stream = streams_[&name];
-  if (stream == nullptr) {
+/// An output file, which is opened at its first record. A name that an actor lists is always at the
+/// same place, so that the place finds the file again, and no other base DN's.
+OpenFile& Splitter::openFile(const std::string& name, std::size_t baseDn) {
+  OpenFile& file = openFiles_[&name];
+  if (file.stream == nullptr) {
     outputs_.open(name);
-    stream = outputs_.stream(name);
+    file = {outputs_.stream(name), {&name, baseDn, 0, 0}};
   }
-  return stream;
+  return file;
 }
 
 /// Adds the logical line at hand to the run.
@@ -474,9 +510,10 @@ void Splitter::writeRun() {
   if (run_.size == 0) {
     return;
   }
-  if (observer_ != nullptr) {
-    observer_->wrote(reader_.held(), run_.size);
+  if (recordObserver_ != nullptr) {
+    recordObserver_->wrote(reader_.held(), run_.size);
   }
+  targets_.front().counts->bytes += run_.size;
   const std::size_t taken = std::fwrite(reader_.held(), 1, run_.size, targets_.front().stream);
   if (taken != run_.size) {
     writeRunLineByLine(taken);
@@ -532,13 +569,14 @@ void Splitter::writeRunLineByLine(std::size_t taken) {
 
 /// Writes the start of a record to each of its files, and warns where it is that of a later piece.
 void Splitter::writeRecordStart(const char* dn, std::size_t size) {
-  if (observer_ != nullptr) {
-    observer_->wrote("\ndn: ", 5);
-    observer_->wrote(dn, size);
-    observer_->wrote("\n", 1);
+  if (recordObserver_ != nullptr) {
+    recordObserver_->wrote("\ndn: ", 5);
+    recordObserver_->wrote(dn, size);
+    recordObserver_->wrote("\n", 1);
   }
   for (const Target& target : targets_) {
     traceStart(target);
+    target.counts->bytes += 5 + size + 1;
     // A failure here stays in the stream and shows at the latest when it is closed.
     std::fwrite("\ndn: ", 5, 1, target.stream);
     std::fwrite(dn, size, 1, target.stream);
@@ -552,10 +590,11 @@ void Splitter::writeRecordStart(const char* dn, std::size_t size) {
 }
 
 void Splitter::writeLine(const char* line, std::size_t size) const {
-  if (observer_ != nullptr && !targets_.empty()) {
-    observer_->wrote(line, size);
+  if (recordObserver_ != nullptr && !targets_.empty()) {
+    recordObserver_->wrote(line, size);
   }
   for (const Target& target : targets_) {
+    target.counts->bytes += size;
     if (std::fwrite(line, size, 1, target.stream) != 1) {
       throwWriteFailure(target, lineNumber_.number());
     }
@@ -645,6 +684,7 @@ void ldifSplit(const std::string& inputFile, std::map<std::string, LdifActor*> a
 void ldifSplit(const std::string& inputFile, const std::map<std::string, LdifActor*>& actors,
                const std::string& defaultOutputFile,
                SplitObserver& observer) throw(LdifSplitException, SplitOutputException) {
+  TRACE(traceProgress, "entering function ldifsplit::ldifSplit(%s)\n", inputFile.c_str());
   Splitter(inputFile, actors, defaultOutputFile, 0, &observer).run();
 }
 

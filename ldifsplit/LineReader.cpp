@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 namespace ldifsplit {
 namespace {
@@ -22,8 +23,11 @@ std::unique_ptr<char[]> newBlock(std::size_t capacity) {
 constexpr std::size_t LineReader::maximalPhysicalLine;
 constexpr std::size_t LineReader::padding;
 
-LineReader::LineReader(std::FILE* stream)
-    : file_(::fileno(stream)), capacity_(initialCapacity), block_(newBlock(capacity_)) {
+LineReader::LineReader(std::FILE* stream, Watcher watcher)
+    : file_(::fileno(stream)),
+      watcher_(std::move(watcher)),
+      capacity_(initialCapacity),
+      block_(newBlock(capacity_)) {
   block_[0] = '\n';
 }
 
@@ -67,6 +71,10 @@ bool LineReader::fill() {
   } while (count < 0 && errno == EINTR);
   if (count > 0) {
     dataEnd_ += static_cast<std::size_t>(count);
+    bytesRead_ += static_cast<std::uint64_t>(count);
+    if (watcher_) {
+      watcher_(bytesRead_);
+    }
   }
   if (count < 0 && readError_ == 0) {
     readError_ = errno;

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <memory>
 
 #include "platform/ldif/ldifLineKind.h"
@@ -27,9 +28,12 @@ class LineReader {
   /// So many bytes behind a logical line can always be read; what they hold means nothing.
   static constexpr std::size_t padding = 64;
 
+  /// Is told behind each block how many bytes were read in all.
+  using Watcher = std::function<void(std::uint64_t)>;
+
   /// Reads from the descriptor of `stream`, past the stream's own buffer: the stream must not have
-  /// been read from, and stays open.
-  explicit LineReader(std::FILE* stream);
+  /// been read from, and stays open. `watcher` may be empty.
+  explicit LineReader(std::FILE* stream, Watcher watcher = {});
 
   /// Starts a new logical line with the next physical line. False where nothing could be read: a
   /// read error, or the end of the input.
@@ -160,6 +164,8 @@ class LineReader {
   void makeRoom();
 
   int file_;
+  Watcher watcher_;
+  std::uint64_t bytesRead_ = 0;
   std::size_t capacity_;           // of the block, without the padding
   std::unique_ptr<char[]> block_;  // a line feed, then what was read
   std::size_t dataEnd_ = 1;

@@ -3,8 +3,10 @@
 #define LDIFSPLIT_SPLITOBSERVER_H
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "actors/LdifActor.h"
 #include "common/AutoClose.h"
@@ -31,6 +33,15 @@ struct UnusableLine {
   std::size_t size;
 };
 
+/// What a file got through one base DN. A file that several of them name has one of these for each,
+/// and one for each of their servers that name it.
+struct FileCounts {
+  const std::string* file;
+  std::size_t baseDn;  ///< as in SplitRecord
+  std::uint64_t records;
+  std::uint64_t bytes;  ///< with the empty line before each record
+};
+
 /// Sees a split as it goes, and says where it reads from and writes to. Each function does by
 /// default what a split without an observer does. What the arguments refer to is gone when the
 /// function returns, but for the names of files.
@@ -48,6 +59,17 @@ class SplitObserver {
   /// Opens an output file at its first record and gives it the header of an LDIF file, as
   /// openNewLdif<LdifSplitException> does. The split closes it.
   virtual std::FILE* openOutput(const std::string& name, char* buffer, std::size_t size);
+
+  /// Whether startsRecord() and wrote() are to be called, which takes time for each record. Asked
+  /// once, before anything is opened.
+  virtual bool wantsRecords() const { return true; }
+
+  /// A block of the input was read. So many bytes were read up to now, and so many records began in
+  /// the blocks before.
+  virtual void hasRead(std::uint64_t /*bytes*/, std::uint64_t /*records*/) {}
+
+  /// The split ended well. The files that were opened, in no order.
+  virtual void ended(const std::vector<FileCounts>& /*files*/) {}
 
   /// A record begins. The bytes that follow are its.
   virtual void startsRecord(const SplitRecord& /*record*/) {}

@@ -16,7 +16,8 @@ OF_THE_TOOL = {
     27: "E0", 28: "I0", 30: "I1", 33: "E2", 34: "E1", 36: "W1", 37: "I1", 39: "I0", 40: "E1",
     41: "E1", 43: "I1", 46: "E1", 48: "E2", 49: "E1", 51: "E2", 52: "E1", 60: "W2", 61: "W2",
     62: "E4", 63: "W1", 64: "W1", 65: "W2", 66: "W2", 67: "W2", 68: "W1", 69: "W2", 70: "W2",
-    71: "W2", 72: "W3", 73: "E2", 74: "E2",
+    71: "W2", 72: "W3", 73: "E2", 74: "E2", 75: "I6", 76: "I3", 77: "I0", 78: "I5", 79: "I1",
+    80: "I0", 81: "I0",
 }  # fmt: skip
 OF_INSTANCE_AND_SCHEMA = {
     1: "E1", 2: "E2", 3: "E3", 4: "E4", 5: "E4", 6: "E4", 7: "E4", 8: "W4",
@@ -84,7 +85,7 @@ def printed_messages():
         if name in THE_FACILITY | OF_PROBLEMS:
             continue
         constants = {key: int(value) for key, value in CONSTANT.findall(text)}
-        for call in re.finditer(r"\bPrintMessage(?=\()", text):
+        for call in re.finditer(r"\b(?:PrintMessage|messageText)(?=\()", text):
             message_set, one, number, *rest = arguments_behind(text, call.end())
             assert one == "1", name
             if (name, number) in PASSED_ON:

@@ -36,11 +36,11 @@ TOOL = [
     ["actor_factory", "ldifsplit", "referrals"],
     ["driver", "command_line_options"],
     ["admin", "varnel"],
-    ["print_completion", "varnelctl"],
+    ["varnelctl"],
 ]
 # What serves tests, documentation and measurements; nothing above uses it.
 FOLDERS_BESIDE = {"bench", "docs", "fuzz", "testsupport"}
-TARGETS_BESIDE = {"instance_with_test_registry", "print_options", "string_prep_lines"}
+TARGETS_BESIDE = {"instance_with_test_registry", "print_completion", "print_options", "string_prep_lines"}
 
 TARGETS = [target for target in build_targets.targets() if target.kind != "varnel_unit_tests"]
 UNIT_TESTS = [target for target in build_targets.targets() if target.kind == "varnel_unit_tests"]

@@ -75,6 +75,10 @@ std::string messageLineOf(int set, int number, const char* const* arguments, int
   return line + textOf(message, arguments, count);
 }
 
+std::string messageTextOf(int set, int number, const char* const* arguments, int count) {
+  return textOf(findMessage(set, number), arguments, count);
+}
+
 void printMessageLine(const std::string& line) {
   const bool isInformation = line.size() > severityAt && line[severityAt] == 'I';
   std::FILE* stream = isInformation ? stdout : stderr;

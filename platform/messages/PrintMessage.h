@@ -24,6 +24,10 @@ void printMessageWithArguments(int set, int number, const char* const* arguments
 /// The line that printMessageWithArguments() prints, without its line end.
 std::string messageLineOf(int set, int number, const char* const* arguments, int count);
 
+/// Its text alone, with the arguments in their places: for what a terminal shows otherwise than in
+/// lines of messages.
+std::string messageTextOf(int set, int number, const char* const* arguments, int count);
+
 /// Prints such a line on the stream of its severity.
 void printMessageLine(const std::string& line);
 
@@ -33,6 +37,13 @@ template <typename... More>
 void PrintMessage(int set, int /*one*/, int number, const char* first, More... more) {
   const char* const arguments[] = {first, more...};
   printMessageWithArguments(set, number, arguments, 1 + static_cast<int>(sizeof...(more)));
+}
+
+/// messageTextOf() with arguments that are all `const char*`, as PrintMessage takes them.
+template <typename... Arguments>
+std::string messageText(int set, int /*one*/, int number, Arguments... arguments) {
+  const char* const list[] = {arguments..., nullptr};
+  return messageTextOf(set, number, list, static_cast<int>(sizeof...(arguments)));
 }
 
 /// Registers the name of the error file; a null pointer registers none. No message is written to

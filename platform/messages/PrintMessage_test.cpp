@@ -46,9 +46,10 @@ TEST_P(CatalogRow, UsesEachOfItsPlacesAndNoOther) {
 }
 
 TEST_P(CatalogRow, FormatsWithItsArgumentsOnTheStreamOfItsSeverity) {
-  const char* const arguments[] = {"<first>", "<second>", "<third>", "<fourth>"};
+  const char* const arguments[] = {"<first>",  "<second>", "<third>",
+                                   "<fourth>", "<fifth>",  "<sixth>"};
   const CatalogMessage message = GetParam();
-  ASSERT_LE(message.argumentCount, 4);
+  ASSERT_LE(message.argumentCount, 6);
   const CapturedOutput output = captured([&] {
     printMessageWithArguments(message.set, message.number, arguments, message.argumentCount);
   });

@@ -134,6 +134,14 @@ constexpr CatalogMessage catalog[] = {
      "File %1$s is %2$s, which is not read as it stands. Hand over the plain text by a pipe: "
      "\"zcat FILE | varnel\" (or bzcat, xzcat, zstdcat; \"tail -c +4 FILE | varnel\" behind a "
      "byte order mark) with \"inputfile: /dev/stdin\" or, for the configuration, -f /dev/stdin."},
+    // What a terminal shows, without these identifiers: a line that is written anew, and a table.
+    {32, 75, 'I', 6, "%1$s  %2$s left  %3$s of %4$s  %5$s/s  %6$s entries"},
+    {32, 76, 'I', 3, "%1$s  %2$s/s  %3$s entries"},
+    {32, 77, 'I', 0, "file | entries | size | share"},
+    {32, 78, 'I', 5, "%1$s  %2$s  %3$s  %4$s  %5$s"},
+    {32, 79, 'I', 1, "Base DN %1$s"},
+    {32, 80, 'I', 0, "each of these files"},
+    {32, 81, 'I', 0, "Below no base DN"},
 
     // Set 33, numbers 1 to 19: the instance (platform/instance).
     {33, 1, 'E', 1,
