@@ -60,7 +60,7 @@ void StopSignals::wait() {
     }
     undo_(signal);
     // The lock is never released: the process ends here.
-    std::signal(signal, SIG_DFL);
+    static_cast<void>(std::signal(signal, SIG_DFL));
     sigset_t this_one;
     ::sigemptyset(&this_one);
     ::sigaddset(&this_one, signal);

@@ -31,8 +31,8 @@ void prepareProcess() {
     }
   }
   ::umask(S_IRWXG | S_IRWXO);
-  std::signal(SIGPIPE, SIG_IGN);
-  std::signal(SIGXFSZ, SIG_IGN);
+  static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+  static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
 }
 
 void warnOfTooManyFiles(std::size_t count) {

@@ -578,8 +578,8 @@ void Splitter::writeRecordStart(const char* dn, std::size_t size) {
     traceStart(target);
     target.counts->bytes += 5 + size + 1;
     // A failure here stays in the stream and shows at the latest when it is closed.
-    std::fwrite("\ndn: ", 5, 1, target.stream);
-    std::fwrite(dn, size, 1, target.stream);
+    static_cast<void>(std::fwrite("\ndn: ", 5, 1, target.stream));
+    static_cast<void>(std::fwrite(dn, size, 1, target.stream));
     if (std::fwrite("\n", 1, 1, target.stream) != 1) {
       throwWriteFailure(target, lineNumber_.number());
     }

@@ -82,7 +82,7 @@ std::string messageTextOf(int set, int number, const char* const* arguments, int
 void printMessageLine(const std::string& line) {
   const bool isInformation = line.size() > severityAt && line[severityAt] == 'I';
   std::FILE* stream = isInformation ? stdout : stderr;
-  std::fwrite((line + '\n').data(), 1, line.size() + 1, stream);
+  static_cast<void>(std::fwrite((line + '\n').data(), 1, line.size() + 1, stream));
   std::fflush(stream);
 }
 
