@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cinttypes>
+#include <cmath>
 #include <cstdio>
 
 #include "platform/text/onOneLine.h"
@@ -26,7 +27,7 @@ std::string percent(double share) {
 
 std::string bar(double share) {
   constexpr double full = 16;
-  return std::string(static_cast<std::size_t>(share / 100 * full + 0.5), '#');
+  return std::string(static_cast<std::size_t>(std::lround(share / 100 * full)), '#');
 }
 
 std::string counted(std::uint64_t number, const std::string& noun, const std::string& plural) {

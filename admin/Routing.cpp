@@ -11,6 +11,7 @@ namespace {
 
 std::vector<std::string> keysOf(const std::map<std::string, LdifActor*>& actors) {
   std::vector<std::string> keys;
+  keys.reserve(actors.size());
   for (const auto& actor : actors) {
     keys.push_back(actor.first);
   }

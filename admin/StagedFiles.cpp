@@ -171,9 +171,10 @@ void StagedFiles::replace(File& file) const {
     throw SystemError::of(file.name);
   }
   if (!rename(file.temporary, file.target, 0)) {
-    const SystemError failure = SystemError::of(file.name);
+    const int reason = errno;
     ::unlink(file.old.c_str());
-    throw failure;
+    errno = reason;
+    throw SystemError::of(file.name);
   }
   file.state = State::kept;
 }

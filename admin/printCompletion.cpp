@@ -100,6 +100,7 @@ std::vector<std::string> namesOf(const Verb& verb) {
 
 void printForBash(const std::vector<Verb>& verbs) {
   std::vector<std::string> names;
+  names.reserve(verbs.size());
   for (const Verb& verb : verbs) {
     names.push_back(verb.name);
   }
@@ -159,9 +160,14 @@ std::string zshOption(const Option& option) {
                                                              : "";
     rest += ":" + option.argument + ":" + kind;
   }
+  const std::string others = "(" + joined(option.names, " ") + ")";
   std::string spec;
   for (const std::string& name : option.names) {
-    spec += " \\\n        " + quoted("(" + joined(option.names, " ") + ")" + name + rest, "");
+    std::string one = others;
+    one += name;
+    one += rest;
+    spec += " \\\n        ";
+    spec += quoted(one, "");
   }
   return spec;
 }
@@ -235,6 +241,7 @@ void printTable(const std::vector<Verb>& verbs) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(bugprone-exception-escape): a build is to fail where there is not even memory
 int main(int argc, char** argv) {
   const std::string what = argc == 2 ? argv[1] : "";
   CLI::App program;
