@@ -99,10 +99,10 @@ void ConfigurationReading::take(const Message& message) {
 }
 
 void ConfigurationReading::take(const VarnelConfigException& fault) {
-  const std::vector<Message> messages = std::move(messages_);
+  const std::vector<Message> said = std::move(messages_);
   messages_.clear();
   const bool isOfLine = fault.line() != 0 && fault.line() == config_->lastLine_;
-  for (const Message& message : messages) {
+  for (const Message& message : said) {
     if (!isFollowUp(message, fault, isOfLine)) {
       Finding finding = findingOf(message, config_->configFile_, fault.line());
       complete(finding, message);
@@ -115,7 +115,7 @@ void ConfigurationReading::take(const VarnelConfigException& fault) {
       faultyKeys_.insert(message.arguments[0]);
     }
   }
-  if (messages.empty()) {
+  if (said.empty()) {
     add({true, config_->configFile_, fault.line(), fault.message(), "", ""});
   }
   if (isOfLine) {

@@ -103,12 +103,12 @@ void InputOpener::unpack(int from, int to, bool isPacked) {
     result = ARCHIVE_EOF;
   }
   while (result == ARCHIVE_OK) {
-    const la_ssize_t size = archive_read_data(reader.get(), block.data(), block.size());
-    if (size == 0) {
+    const la_ssize_t unpacked = archive_read_data(reader.get(), block.data(), block.size());
+    if (unpacked == 0) {
       result = ARCHIVE_EOF;
-    } else if (size < 0) {
+    } else if (unpacked < 0) {
       result = ARCHIVE_FATAL;
-    } else if (!writeAll(to, block.data(), static_cast<std::size_t>(size))) {
+    } else if (!writeAll(to, block.data(), static_cast<std::size_t>(unpacked))) {
       break;
     }
   }

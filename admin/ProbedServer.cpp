@@ -40,12 +40,12 @@ std::string ProbedServer::addressOf(const std::string& url) {
     return url;
   }
   const std::unique_ptr<LDAPURLDesc, UrlDeleter> owner(parsed);
-  LDAPURLDesc address{};
-  address.lud_scheme = parsed->lud_scheme;
-  address.lud_host = parsed->lud_host;
-  address.lud_port = parsed->lud_port;
-  address.lud_scope = LDAP_SCOPE_DEFAULT;
-  const std::unique_ptr<char, LdapTextDeleter> text(ldap_url_desc2str(&address));
+  LDAPURLDesc server{};
+  server.lud_scheme = parsed->lud_scheme;
+  server.lud_host = parsed->lud_host;
+  server.lud_port = parsed->lud_port;
+  server.lud_scope = LDAP_SCOPE_DEFAULT;
+  const std::unique_ptr<char, LdapTextDeleter> text(ldap_url_desc2str(&server));
   return text != nullptr ? text.get() : url;
 }
 

@@ -27,15 +27,15 @@ Prober::Prober(const std::vector<std::vector<std::string>>& urls, const ProbeLog
                bool others, std::size_t limit)
     : others_(others), limit_(limit) {
   for (const std::vector<std::string>& ofBase : urls) {
-    std::vector<std::size_t> servers;
-    servers.reserve(ofBase.size());
+    std::vector<std::size_t> numbers;
+    numbers.reserve(ofBase.size());
     for (const std::string& url : ofBase) {
-      servers.push_back(serverOf(url, login));
+      numbers.push_back(serverOf(url, login));
     }
-    serversOf_.push_back(servers);
-    std::sort(servers.begin(), servers.end());
-    servers.erase(std::unique(servers.begin(), servers.end()), servers.end());
-    allServersOf_.push_back(servers);
+    serversOf_.push_back(numbers);
+    std::sort(numbers.begin(), numbers.end());
+    numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
+    allServersOf_.push_back(numbers);
   }
 }
 

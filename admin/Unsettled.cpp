@@ -207,11 +207,11 @@ void Unsettled::take(std::size_t expected, std::size_t found, Difference::Kind k
 }
 
 std::string Unsettled::filesOf(const std::string& dn) {
-  std::string names;
+  std::string text;
   for (const std::string& file : routes_.filesOf(dn)) {
-    names += (names.empty() ? "" : " ") + file;
+    text += (text.empty() ? "" : " ") + file;
   }
-  return names;
+  return text;
 }
 
 void Unsettled::settleFound() {

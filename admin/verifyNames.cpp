@@ -333,27 +333,27 @@ void NamesVerifier::nameOpen() {
     return;
   }
   std::map<Name, Open*> wanted;
-  for (Open& open : open_) {
-    wanted[open.name] = &open;
+  for (Open& each : open_) {
+    wanted[each.name] = &each;
   }
   readAll(
       false,
       [&](std::uint32_t file, const Fingerprint& print, Side side,
           const ldifsplit::SplitRecord& record) {
-        const auto open = wanted.find({print, file, record.line, side});
-        if (open != wanted.end()) {
-          open->second->dn.assign(record.dn, record.dnSize);
+        const auto found = wanted.find({print, file, record.line, side});
+        if (found != wanted.end()) {
+          found->second->dn.assign(record.dn, record.dnSize);
         }
       },
       nullptr);
   std::stable_sort(open_.begin(), open_.end(), [](const Open& a, const Open& b) {
     return std::tie(a.name.file, a.name.line) < std::tie(b.name.file, b.name.line);
   });
-  for (const Open& open : open_) {
-    const std::string& file = files_[open.name.file].name;
-    const bool isInput = open.name.side == Side::expected;
+  for (const Open& each : open_) {
+    const std::string& file = files_[each.name.file].name;
+    const bool isInput = each.name.side == Side::expected;
     std::string expected = "expected here the entry";
-    switch (open.kind) {
+    switch (each.kind) {
       case Difference::foreign:
         expected = "expected no such name: the input has none";
         break;
@@ -366,8 +366,8 @@ void NamesVerifier::nameOpen() {
       default:
         break;
     }
-    differences_.add({open.kind, file, isInput ? 0 : open.name.line, open.dn, expected,
-                      isInput ? open.name.line : 0});
+    differences_.add({each.kind, file, isInput ? 0 : each.name.line, each.dn, expected,
+                      isInput ? each.name.line : 0});
   }
 }
 

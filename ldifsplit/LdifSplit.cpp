@@ -101,7 +101,7 @@ class Splitter {
         firstLine_(firstLine),
         input_(openInput()),
         reader_(input_.get(), watcher()),
-        outputs_(countOutputFiles(actors), files()) {
+        outputs_(countOutputFiles(actors), opener()) {
     for (const auto& actor : actors) {
       actors_.push_back(actor.second);
     }
@@ -112,7 +112,7 @@ class Splitter {
  private:
   static std::vector<std::string> keysOf(const std::map<std::string, LdifActor*>& actors);
   static std::size_t countOutputFiles(const std::map<std::string, LdifActor*>& actors);
-  SplitObserver& files() const;
+  SplitObserver& opener() const;
   AutoClose openInput() const;
   LineReader::Watcher watcher() const;
   void tellCounts() const;
@@ -207,13 +207,13 @@ std::size_t Splitter::countOutputFiles(const std::map<std::string, LdifActor*>& 
 }
 
 /// Who opens the input and the output files.
-SplitObserver& Splitter::files() const {
+SplitObserver& Splitter::opener() const {
   static SplitObserver plain;
   return observer_ != nullptr ? *observer_ : plain;
 }
 
 AutoClose Splitter::openInput() const {
-  AutoClose input = files().openInput(inputFile_);
+  AutoClose input = opener().openInput(inputFile_);
   if (input == nullptr) {
     noteSystemFailure(inputFile_);
     TRACE(traceError, "error opening ldif input file: %s. errno: %d\n", inputFile_.c_str(), errno);
