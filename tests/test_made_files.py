@@ -113,3 +113,59 @@ def test_page_of_messages_has_each_once_with_its_text():
         assert kind == kinds[severity]
         expected = " ".join(re.sub(r"%(\d)\$s", r"<\1>", text).split())
         assert shown == expected or shown.startswith(expected + " SEE ALSO")
+
+
+@pytest.mark.skipif("VARNELCTL_BINARY" not in os.environ, reason="varnelctl is not built")
+@pytest.mark.parametrize(
+    "words, offered",
+    [
+        (["pr"], ["probe"]),
+        (["plan", "--se"], ["--servers"]),
+        (["check", "-f", "split."], ["split.conf"]),
+        (["verify", "-I", "inst"], ["instance"]),
+        (["fold", "split."], ["split.conf"]),
+        (["plan", "--servers", ""], []),
+    ],
+    ids=["verbs", "options", "files", "directories", "arguments", "numbers"],
+)
+def test_completion_of_varnelctl_works_in_bash(words, offered, files):
+    line = " ".join(f"'{word}'" for word in ["varnelctl", *words])
+    printed = run(
+        "bash", "--norc", "-c",
+        f"source {MADE / 'varnelctl.bash-completion'}; COMP_WORDS=({line}); COMP_CWORD={len(words)}; "
+        'COMPREPLY=(); _varnelctl; printf "%s\\n" "${COMPREPLY[@]}"',
+        directory=files,
+    )  # fmt: skip
+    assert printed.split() == offered
+
+
+@pytest.mark.skipif("VARNELCTL_BINARY" not in os.environ, reason="varnelctl is not built")
+@pytest.mark.skipif(shutil.which("fish") is None, reason="fish is not installed")
+def test_completion_of_varnelctl_works_in_fish(files):
+    def offered(line):
+        printed = run(
+            "fish", "--no-config", "-c",
+            f"source {MADE / 'varnelctl.fish-completion'}; complete -C '{line}'", directory=files,
+        )  # fmt: skip
+        return [row.split("\t")[0] for row in printed.splitlines()]
+
+    assert offered("varnelctl pr") == ["probe"]
+    assert offered("varnelctl plan --se") == ["--servers"]
+    assert offered("varnelctl check -f split.") == ["split.conf"]
+
+
+@pytest.mark.skipif("VARNELCTL_BINARY" not in os.environ, reason="varnelctl is not built")
+@pytest.mark.skipif(shutil.which("zsh") is None, reason="zsh is not installed")
+@pytest.mark.parametrize(
+    "line, offered",
+    [("varnelctl pro", "varnelctl probe"), ("varnelctl check -f spl", "varnelctl check -f split.conf")],
+    ids=["verbs", "files"],
+)
+def test_completion_of_varnelctl_works_in_zsh(line, offered, files):
+    functions = files / "functions"
+    functions.mkdir()
+    shutil.copy(MADE / "varnelctl.zsh-completion", functions / "_varnelctl")
+    (files / "session.zsh").write_text(ZSH_SESSION)
+    printed = run("zsh", "-f", files / "session.zsh", functions, line, directory=files)
+    echoed = re.sub(r"\x1b\[[0-9;?]*[A-Za-z]|[\x07\x08\r]", "", printed)
+    assert offered in echoed

@@ -549,3 +549,38 @@ def test_example_of_the_instance_page(directory):
     (directory / "in.ldif").write_text(ENTRY)
     done = varnel(directory, "-I", "./instance")
     assert (done.returncode, re.findall(r"^VNL033\d+E", done.stderr, re.MULTILINE)) == (0, [])
+
+
+# --- The second program --------------------------------------------------------------------------------
+
+with_varnelctl = pytest.mark.skipif("VARNELCTL_BINARY" not in os.environ, reason="varnelctl is not built")
+
+
+def options_of_varnelctl():
+    """(verb, names of the option, name of its argument or empty), as the program reads them."""
+    printed = subprocess.run(
+        [BUILD / "admin/print_completion", "table"], capture_output=True, encoding="utf-8", check=True
+    ).stdout
+    rows = [line.split("\t") for line in printed.splitlines()]
+    return [(verb, names.split(), argument) for verb, names, argument, _ in rows]
+
+
+@with_varnelctl
+def test_page_of_varnelctl_has_each_option_of_each_verb():
+    page = rendered_page.rendered("varnelctl.1")
+    common = {"-f", "--config", "-I", "--instance", "--json", "-h", "--help"}
+    description = rendered_page.section(page, "DESCRIPTION")
+    told = dict(re.findall(r"^   (\w+)\n((?:(?!   \w).*\n?)*)", description, re.MULTILINE))
+    for verb, names, _ in options_of_varnelctl():
+        for name in set(names) - common:
+            assert re.search(rf"(?<![\w-]){re.escape(name)}(?![\w-])", told[verb]), (verb, name)
+    for name in common | {"--version"}:
+        assert re.search(rf"(?<![\w-]){re.escape(name)}(?![\w-])", description), name
+
+
+@with_varnelctl
+def test_synopsis_of_varnelctl_has_each_verb():
+    synopsis = rendered_page.section(rendered_page.rendered("varnelctl.1"), "SYNOPSIS")
+    named = re.findall(r"^ +varnelctl (\w+)", synopsis, re.MULTILINE)
+    verbs = list(dict.fromkeys(verb for verb, _, _ in options_of_varnelctl()))
+    assert named == verbs == ["check", "plan", "split", "verify", "probe", "where", "fold"]
