@@ -199,3 +199,14 @@ def test_warnings_stop_the_builds_of_our_presets_alone():
             assert "-Werror" not in file.read_text(encoding="utf-8"), file
     commands = json.loads((BUILD / "compile_commands.json").read_text())
     assert all("-Werror" in command["command"] for command in commands)
+
+
+@pytest.mark.parametrize("package", ["CLI11", "nlohmann_json", "LibArchive"])
+def test_the_rest_is_built_where_varnelctl_cannot_be(package, tmp_path):
+    cmake = os.environ["VARNEL_CMAKE"]
+    printed = run(
+        cmake, "-S", SOURCES, "-B", tmp_path, "-G", "Ninja", f"-DCMAKE_DISABLE_FIND_PACKAGE_{package}=ON"
+    )
+    assert "varnelctl is not built" in printed
+    targets = run(cmake, "--build", tmp_path, "--target", "help")
+    assert "docs/varnel.bash-completion" in targets and "varnelctl" not in targets
