@@ -132,7 +132,9 @@ build_and_test() {
 
 fuzz() {
   local target targets status=0
-  build fuzz "$@" || return 1
+  # The targets alone, and what they are linked with.
+  mapfile -t targets < <(basename -s .cpp fuzz/*_fuzz.cpp)
+  { cmake --preset fuzz "$@" && cmake --build --preset fuzz -j "$jobs" --target "${targets[@]}"; } || return 1
   mapfile -t targets < <(find build/fuzz -type f -executable -name '*_fuzz' | sort)
   if ((${#targets[@]} == 0)); then
     echo "No fuzz target was built."
