@@ -161,15 +161,15 @@ std::string zshOption(const Option& option) {
     rest += ":" + option.argument + ":" + kind;
   }
   const std::string others = "(" + joined(option.names, " ") + ")";
-  std::string spec;
+  std::string words;
   for (const std::string& name : option.names) {
     std::string one = others;
     one += name;
     one += rest;
-    spec += " \\\n        ";
-    spec += quoted(one, "");
+    words += " \\\n        ";
+    words += quoted(one, "");
   }
-  return spec;
+  return words;
 }
 
 void printForZsh(const std::vector<Verb>& verbs) {

@@ -152,18 +152,18 @@ void printForZsh() {
   std::puts("#compdef varnel\n# Completion of varnel's command line for zsh.\n_arguments -s -S \\");
   const char* separator = "";
   for (const CommandLineOption& option : commandLineOptions) {
-    std::string spec = std::string("-") + option.letter + "[";
+    std::string word = std::string("-") + option.letter + "[";
     for (const char* c = option.meaning; *c != '\0'; ++c) {
       // Brackets end the meaning, and a colon would begin the argument.
-      spec += std::string("[]:\\").find(*c) != std::string::npos ? std::string("\\") + *c
+      word += std::string("[]:\\").find(*c) != std::string::npos ? std::string("\\") + *c
                                                                  : std::string(1, *c);
     }
-    spec += "]";
+    word += "]";
     if (takesArgument(option)) {
-      spec += std::string(":") + option.argumentName + ":" +
+      word += std::string(":") + option.argumentName + ":" +
               offered(option, "_files", "_directories", "(", ")");
     }
-    std::printf("%s  %s", separator, quoted(spec, "").c_str());
+    std::printf("%s  %s", separator, quoted(word, "").c_str());
     separator = " \\\n";
   }
   std::puts("");
