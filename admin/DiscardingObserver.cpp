@@ -1,6 +1,8 @@
 #include "admin/DiscardingObserver.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <exception>
 
 #include "common/SystemFailure.h"
 #include "ldifsplit/LdifSplit.h"
@@ -11,12 +13,11 @@
 namespace {
 
 /// A failure that the system gave a reason for is none of the data.
-DiscardingObserver::End endAt(int line, const std::string& why) {
+void throwSystemFailure() {
   const SystemFailure& failure = notedSystemFailure();
   if (!failure.reason.empty()) {
     throw SystemError(text::onOneLine(failure.file) + ": " + failure.reason);
   }
-  return {false, line, why};
 }
 
 ssize_t takeAll(void* /*cookie*/, const char* /*bytes*/, std::size_t size) {
@@ -31,21 +32,33 @@ DiscardingObserver::End DiscardingObserver::run(const std::string& file,
   failure_.clear();
   errno = 0;
   noteSystemFailure(file);  // what was noted before is none of this run's
-  End end{true, 0, ""};
+  End end{Stop::none, 0, ""};
   try {
     ldifsplit::ldifSplit(file, actors, defaultOutputFile, *this);
   } catch (const ldifsplit::LdifSplitException& stop) {
     if (!failure_.empty()) {
       throw SystemError(failure_);
     }
-    end = endAt(stop.line(), stop.line() == 1 ? "the input is empty" : stop.message());
+    end = stop.line() == 1 ? End{Stop::emptyInput, 1, "the input is empty"}
+                           : End{Stop::noFile, stop.line(), stop.message()};
   } catch (const ldifsplit::SplitOutputException& stop) {
-    end = endAt(stop.line(), "this line has no type and cannot be written");
+    end = {Stop::unwritableLine, stop.line(), "this line has no type and cannot be written"};
   }
-  if (end.isWhole) {
-    input_.requireWhole();
+  // What was not unpacked whole may look like anything.
+  input_.requireWhole();
+  if (!end.isWhole()) {
+    throwSystemFailure();
   }
   return end;
+}
+
+AutoClose DiscardingObserver::openInput(const std::string& name) {
+  // No other exception may leave a function that the engine calls.
+  try {
+    return input_.open(name);
+  } catch (const std::exception& failure) {
+    fail(SystemError(name + ": " + failure.what()));
+  }
 }
 
 std::FILE* DiscardingObserver::openOutput(const std::string& name, char* buffer, std::size_t size) {
@@ -60,7 +73,9 @@ std::FILE* DiscardingObserver::openOutput(const std::string& name, char* buffer,
   if (stream == nullptr) {
     fail(SystemError::of(name));
   }
-  std::setvbuf(stream, buffer, _IOFBF, size);
+  // A small buffer stays in the processor's first cache.
+  constexpr std::size_t largestBuffer = 4096;
+  std::setvbuf(stream, buffer, _IOFBF, std::min(size, largestBuffer));
   return stream;
 }
 

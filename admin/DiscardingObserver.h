@@ -18,18 +18,28 @@
 /// derived class looks at it. Lines that would end a split are passed over.
 class DiscardingObserver : public ldifsplit::SplitObserver {
  public:
-  /// How far the engine came.
-  struct End {
-    bool isWhole;     ///< to the end of the file
-    int line;         ///< else: where it stopped; 0: at none in particular
-    std::string why;  ///< and why
+  /// What no split can go on behind.
+  enum class Stop {
+    none,
+    emptyInput,
+    unwritableLine,  ///< it has no type
+    noFile,          ///< of a DN
   };
 
-  /// Goes through the file. Throws SystemError where it cannot be read.
+  /// How far the engine came.
+  struct End {
+    Stop stop;
+    int line;         ///< where it stopped; 0: at none in particular
+    std::string why;  ///< and why
+
+    bool isWhole() const { return stop == Stop::none; }
+  };
+
+  /// Goes through the file. Throws SystemError where it cannot be read, or not be unpacked whole.
   End run(const std::string& file, const std::map<std::string, LdifActor*>& actors,
           const std::string& defaultOutputFile);
 
-  AutoClose openInput(const std::string& name) override { return input_.open(name); }
+  AutoClose openInput(const std::string& name) override;
   std::FILE* openOutput(const std::string& name, char* buffer, std::size_t size) override;
   bool goesOnBehind(const ldifsplit::UnusableLine& line) final;
 

@@ -329,7 +329,7 @@ void FileComparison::makeRoom() {
   while (expected_.size() > context_.window) {
     // What belongs in the file may be expected later; what does not never is.
     const bool mayCome = !found_.empty() && patience_ < patience * context_.window &&
-                         context_.routes.belongsIn(found_.front().print.dn(), name_);
+                         context_.routing.belongsIn(found_.front().print.dn(), name_);
     if (found_.empty() || mayCome) {
       ++patience_;
       dropExpected(1);

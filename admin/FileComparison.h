@@ -12,14 +12,14 @@
 #include "admin/EntryPrint.h"
 #include "admin/KeyedHash.h"
 #include "admin/ReadAhead.h"
-#include "admin/Routes.h"
+#include "admin/Routing.h"
 #include "admin/Unsettled.h"
 
 /// What all comparisons of a run share.
 struct ComparisonContext {
   Differences& differences;
   Unsettled& unsettled;
-  Routes& routes;
+  const Routing& routing;
   KeyedHash::Key key;
   std::size_t capacity;  ///< bytes of a file to look at
   std::size_t window;    ///< entries of a file to look ahead at

@@ -1,17 +1,9 @@
 #include "admin/PlannedSplit.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <exception>
 
 #include "admin/exitStatus.h"
-#include "common/SystemFailure.h"
-#include "ldifsplit/LdifSplit.h"
-#include "ldifsplit/LdifSplitException.h"
-#include "ldifsplit/SplitOutputException.h"
 #include "platform/dirclient/NormalDn.h"
-#include "platform/text/lastError.h"
 
 namespace {
 
@@ -47,10 +39,6 @@ const char* decidingPart(const dirclient::NormalDn& dn, const dirclient::NormalD
   return text.data() + begin;
 }
 
-ssize_t discard(void* /*cookie*/, const char* /*bytes*/, std::size_t size) {
-  return static_cast<ssize_t>(size);
-}
-
 }  // namespace
 
 Tally PlannedSplit::BaseDn::total() const {
@@ -74,22 +62,20 @@ PlannedSplit::PlannedSplit(const Routing& routing, InputRemarks& remarks, int ot
 }
 
 void PlannedSplit::run(const std::string& inputFile) {
-  try {
-    ldifsplit::ldifSplit(inputFile, routing_.actors(), routing_.defaultOutputFile(), *this);
-  } catch (const ldifsplit::LdifSplitException& stop) {
-    if (!failure_.empty()) {
-      throw SystemError(failure_);
-    }
-    opener_.requireWhole();
-    const std::string& reason = notedSystemFailure().reason;
-    if (!reason.empty() || stop.line() != 1) {
-      throw SystemError(inputFile + ": " + (reason.empty() ? stop.message() : reason));
-    }
-    remarks_.add(InputRemarks::emptyInput, stop.line(), "");
-  } catch (const ldifsplit::SplitOutputException& stop) {
-    remarks_.add(InputRemarks::unwritableLine, stop.line(), "");
+  const End end =
+      DiscardingObserver::run(inputFile, routing_.actors(), routing_.defaultOutputFile());
+  switch (end.stop) {
+    case Stop::none:
+      break;
+    case Stop::emptyInput:
+      remarks_.add(InputRemarks::emptyInput, end.line, "");
+      break;
+    case Stop::unwritableLine:
+      remarks_.add(InputRemarks::unwritableLine, end.line, "");
+      break;
+    case Stop::noFile:
+      throw SystemError(inputFile + ": " + end.why);
   }
-  opener_.requireWhole();
   finishRecord();
 }
 
@@ -134,35 +120,6 @@ std::map<std::string, Tally> PlannedSplit::byFile() const {
 
 const Tally& PlannedSplit::moved(std::size_t baseDn, std::size_t from, std::size_t to) const {
   return baseDns_[baseDn].moves[from * otherServers_ + to];
-}
-
-AutoClose PlannedSplit::openInput(const std::string& name) {
-  // No exception of the library may go through the engine.
-  try {
-    AutoClose input = opener_.open(name);
-    if (input == nullptr) {
-      failure_ = name + ": " + text::lastError();
-    }
-    return input;
-  } catch (const std::exception& failure) {
-    failure_ = name + ": " + failure.what();
-    return nullptr;
-  }
-}
-
-/// A stream that takes everything and keeps nothing, without a file. Its buffer is so small that it
-/// stays in the processor's first cache.
-std::FILE* PlannedSplit::openOutput(const std::string& name, char* buffer, std::size_t size) {
-  constexpr std::size_t largestBuffer = 4096;
-  cookie_io_functions_t functions{};
-  functions.write = discard;
-  std::FILE* const stream = ::fopencookie(nullptr, "w", functions);
-  if (stream == nullptr) {
-    failure_ = name + ": " + text::lastError();
-    throw ldifsplit::LdifSplitException(0, failure_);
-  }
-  std::setvbuf(stream, buffer, _IOFBF, std::min(size, largestBuffer));
-  return stream;
 }
 
 void PlannedSplit::startsRecord(const ldifsplit::SplitRecord& record) {
@@ -219,7 +176,6 @@ void PlannedSplit::wrote(const char* /*bytes*/, std::size_t size) {
   bytes_ += size;
 }
 
-bool PlannedSplit::goesOnBehind(const ldifsplit::UnusableLine& line) {
+void PlannedSplit::passesOver(const ldifsplit::UnusableLine& line) {
   remarks_.add(line);
-  return true;
 }

@@ -4,21 +4,19 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <map>
 #include <string>
 #include <vector>
 
-#include "admin/InputOpener.h"
+#include "admin/DiscardingObserver.h"
 #include "admin/InputRemarks.h"
 #include "admin/LargestSubtree.h"
 #include "admin/Routing.h"
-#include "common/AutoClose.h"
 #include "ldifsplit/SplitObserver.h"
 
 /// Goes through an input by the engine of the split, whose output is thrown away, and counts what
 /// would go where. Bytes are those that the output files would have, but for their headers.
-class PlannedSplit : public ldifsplit::SplitObserver {
+class PlannedSplit : public DiscardingObserver {
  public:
   /// What goes to the servers of one base DN.
   struct BaseDn {
@@ -61,13 +59,11 @@ class PlannedSplit : public ldifsplit::SplitObserver {
   /// What would move between two servers, by their places, if the base DN had the other number.
   const Tally& moved(std::size_t baseDn, std::size_t from, std::size_t to) const;
 
-  AutoClose openInput(const std::string& name) override;
-  std::FILE* openOutput(const std::string& name, char* buffer, std::size_t size) override;
   void startsRecord(const ldifsplit::SplitRecord& record) override;
   void wrote(const char* bytes, std::size_t size) override;
-  bool goesOnBehind(const ldifsplit::UnusableLine& line) override;
 
  private:
+  void passesOver(const ldifsplit::UnusableLine& line) override;
   void finishRecord();
   void startsRecordOfServer(const ldifsplit::SplitRecord& record, std::size_t server);
 
@@ -77,8 +73,6 @@ class PlannedSplit : public ldifsplit::SplitObserver {
   std::size_t crypto_ = 0;  // the index of its base DN
   std::vector<BaseDn> baseDns_;
   Tally parent_;
-  InputOpener opener_;
-  std::string failure_;  // of opening the input or an output
 
   // The record at hand: where its bytes count once they are known.
   Tally* tally_ = nullptr;             // a null pointer: there is none yet

@@ -1,5 +1,6 @@
 #include "admin/Routing.h"
 
+#include <algorithm>
 #include <cassert>
 
 #include "actors/CryptoActor.h"
@@ -67,4 +68,26 @@ std::size_t Routing::serverOf(const dirclient::NormalDn& dn, std::size_t baseDn,
 
 std::size_t Routing::serverOf(const dirclient::NormalDn& dn, std::size_t baseDn) const {
   return serverOf(dn, baseDn, baseDns_[baseDn].actor->getOutputFilename(dn));
+}
+
+std::vector<std::string> Routing::filesOf(const std::string& dn) const {
+  dirclient::NormalDn normal;
+  normal.normalize(dn.data(), dn.size(), schemaInitialized);
+  if (normal.empty()) {
+    return {};
+  }
+  const std::size_t baseDn = baseDnOf(normal);
+  if (baseDn == noBaseDn) {
+    return {defaultOutputFile()};
+  }
+  std::vector<std::string> names;
+  for (const std::string* name : baseDns_[baseDn].actor->getOutputFilename(normal)) {
+    names.push_back(*name);
+  }
+  return names;
+}
+
+bool Routing::belongsIn(const std::string& dn, const std::string& file) const {
+  const std::vector<std::string> names = filesOf(dn);
+  return std::find(names.begin(), names.end(), file) != names.end();
 }

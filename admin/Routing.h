@@ -55,6 +55,13 @@ class Routing {
   /// The same where the actor has not been asked yet.
   std::size_t serverOf(const dirclient::NormalDn& dn, std::size_t baseDn) const;
 
+  /// The files of an entry of that name, which may be in any spelling; none where it is no usable
+  /// DN.
+  std::vector<std::string> filesOf(const std::string& dn) const;
+
+  /// Whether the file is among them.
+  bool belongsIn(const std::string& dn, const std::string& file) const;
+
   const std::string& defaultOutputFile() const { return config_.defaultOutputFile_; }
 
  private:

@@ -208,7 +208,7 @@ void Unsettled::take(std::size_t expected, std::size_t found, Difference::Kind k
 
 std::string Unsettled::filesOf(const std::string& dn) {
   std::string text;
-  for (const std::string& file : routes_.filesOf(dn)) {
+  for (const std::string& file : routing_.filesOf(dn)) {
     text += (text.empty() ? "" : " ") + file;
   }
   return text;
@@ -233,7 +233,7 @@ void Unsettled::settleFound() {
     const std::string dn = there.print.dn();
     const bool isKnown = foundIsKnown_[i] || names_.has(RecentNames::hash(dn.data(), dn.size()));
     const std::string places = filesOf(dn);
-    if (routes_.belongsIn(dn, file)) {
+    if (routing_.belongsIn(dn, file)) {
       say(there.file, isKnown ? Difference{Difference::doubled, file, there.print.line, dn,
                                            "expected in this file once", 0}
                               : Difference{Difference::foreign, file, there.print.line, dn,

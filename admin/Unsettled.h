@@ -11,7 +11,7 @@
 
 #include "admin/Differences.h"
 #include "admin/EntryPrint.h"
-#include "admin/Routes.h"
+#include "admin/Routing.h"
 
 /// Fingerprints of the names that went by last, a bounded number of them.
 class RecentNames {
@@ -52,8 +52,8 @@ class Unsettled {
     std::string before;  ///< DN of the entry that stands before it
   };
 
-  Unsettled(Differences& differences, Routes& routes, const std::vector<std::string>& files)
-      : differences_(differences), routes_(routes), files_(files) {}
+  Unsettled(Differences& differences, const Routing& routing, const std::vector<std::string>& files)
+      : differences_(differences), routing_(routing), files_(files) {}
 
   void add(Expected entry);
   void add(Found entry);
@@ -93,7 +93,7 @@ class Unsettled {
   std::string filesOf(const std::string& dn);
 
   Differences& differences_;
-  Routes& routes_;
+  const Routing& routing_;
   const std::vector<std::string>& files_;
   RecentNames names_;
   std::vector<Expected> expected_;

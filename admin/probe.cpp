@@ -271,7 +271,7 @@ ExitStatus probe(ProbeOptions options) {
   const auto begin = std::chrono::steady_clock::now();
   const DiscardingObserver::End end =
       sampler.run(config.inputFile_, actors, config.defaultOutputFile_);
-  if (!end.isWhole) {
+  if (!end.isWhole()) {
     sampler.noteUnusable(end.line, end.why);
   }
   sampler.finish();

@@ -6,14 +6,13 @@
 #include <unordered_map>
 #include <vector>
 
-#include "actors/ldifActorFactory.h"
 #include "admin/ConfigurationReading.h"
 #include "admin/Differences.h"
 #include "admin/DiscardingObserver.h"
 #include "admin/FileComparison.h"
 #include "admin/KeyedHash.h"
 #include "admin/OutputFile.h"
-#include "admin/Routes.h"
+#include "admin/Routing.h"
 #include "admin/Unsettled.h"
 #include "admin/UnusedFiles.h"
 #include "admin/verbs.h"
@@ -32,7 +31,7 @@ std::vector<std::string> namesOf(const std::vector<OutputFile>& files) {
 }
 
 /// So much of each file is looked at that a run over few is quick and one over many stays small.
-ComparisonContext contextFor(Differences& differences, Unsettled& unsettled, Routes& routes,
+ComparisonContext contextFor(Differences& differences, Unsettled& unsettled, const Routing& routing,
                              std::size_t files) {
   constexpr std::size_t allBytes = std::size_t{8} * 1024 * 1024;
   constexpr std::size_t mostBytes = std::size_t{256} * 1024;
@@ -42,7 +41,7 @@ ComparisonContext contextFor(Differences& differences, Unsettled& unsettled, Rou
   constexpr std::size_t leastEntries = 64;
   return {differences,
           unsettled,
-          routes,
+          routing,
           KeyedHash::newKey(),
           std::max(leastBytes, std::min(mostBytes, allBytes / files)),
           std::max(leastEntries, std::min(mostEntries, allEntries / files))};
@@ -52,11 +51,11 @@ ComparisonContext contextFor(Differences& differences, Unsettled& unsettled, Rou
 class Verifier : public DiscardingObserver {
  public:
   Verifier(const VarnelConfig& config, const std::vector<OutputFile>& files,
-           Differences& differences, Unsettled& unsettled, Routes& routes)
+           Differences& differences, Unsettled& unsettled, const Routing& routing)
       : inputFile_(config.inputFile_),
         differences_(differences),
         unsettled_(unsettled),
-        context_(contextFor(differences, unsettled, routes, files.size())) {
+        context_(contextFor(differences, unsettled, routing, files.size())) {
     for (const OutputFile& file : files) {
       const bool headerAlone = file.hasDefaultName && file.name == config.defaultOutputFile_;
       files_.push_back(
@@ -185,17 +184,16 @@ void printResult(const Verifier& verifier, const Differences& differences) {
 
 ExitStatus verifyFiles(const ConfigurationReading& reading, const VerifyOptions& options) {
   const VarnelConfig& config = reading.config();
-  const std::map<std::string, LdifActor*> actors = ldifActorFactory(config);
   const std::vector<OutputFile> outputs = outputFilesOf(reading.files());
   const std::vector<std::string> names = namesOf(outputs);
   warnOfTooManyFiles(names.size() + 1);
   Differences differences(options.limit);
-  Routes routes(actors, config.defaultOutputFile_);
-  Unsettled unsettled(differences, routes, names);
-  Verifier verifier(config, outputs, differences, unsettled, routes);
+  const Routing routing(config);
+  Unsettled unsettled(differences, routing, names);
+  Verifier verifier(config, outputs, differences, unsettled, routing);
   const DiscardingObserver::End end =
-      verifier.run(config.inputFile_, actors, config.defaultOutputFile_);
-  if (!end.isWhole) {
+      verifier.run(config.inputFile_, routing.actors(), config.defaultOutputFile_);
+  if (!end.isWhole()) {
     differences.add({Difference::unusableLine, config.inputFile_, end.line, "",
                      end.why + ": a split stops here", 0});
   }

@@ -169,7 +169,7 @@ void NamesVerifier::readInput(bool isFirst, const Visit& visit) {
   NameReader reader(key_, each, isFirst ? NameReader::Fault(fault) : nullptr);
   const DiscardingObserver::End end =
       reader.run(config_.inputFile_, actors_, config_.defaultOutputFile_);
-  if (!end.isWhole && isFirst) {
+  if (!end.isWhole() && isFirst) {
     differences_.add({Difference::unusableLine, config_.inputFile_, end.line, "",
                       end.why + ": a split stops here", 0});
   }
@@ -197,7 +197,7 @@ void NamesVerifier::readExport(std::uint32_t number, bool isFirst, const Visit& 
   const auto fault = [&](const ldifsplit::UnusableLine& line) { noteFault(file.stored, line, ""); };
   NameReader reader(key_, each, isFirst ? NameReader::Fault(fault) : nullptr);
   const DiscardingObserver::End end = reader.run(file.stored, actors_, config_.defaultOutputFile_);
-  if (!end.isWhole && isFirst) {
+  if (!end.isWhole() && isFirst) {
     differences_.add({Difference::unusableLine, file.stored, end.line, "", end.why, 0});
   }
 }
