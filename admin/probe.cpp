@@ -3,49 +3,39 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
-#include <map>
 #include <memory>
 #include <random>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "actors/CryptoActor.h"
-#include "actors/ldifActorFactory.h"
 #include "admin/ConfigurationReading.h"
 #include "admin/Differences.h"
 #include "admin/DiscardingObserver.h"
 #include "admin/Prober.h"
+#include "admin/Routing.h"
 #include "admin/UnusedFiles.h"
 #include "admin/verbs.h"
 #include "platform/text/onOneLine.h"
 
 namespace {
 
-/// The URLs of the servers of each base DN, in the order of the actors' keys. The crypto subtree is
-/// at every server.
-std::vector<std::vector<std::string>> urlsOf(const VarnelConfig& config,
-                                             const std::map<std::string, LdifActor*>& actors) {
+/// The URLs of the servers of each base DN, in the order of the routing. The crypto subtree is at
+/// every server.
+std::vector<std::vector<std::string>> urlsOf(const Routing& routing) {
   std::vector<std::vector<std::string>> urls;
   std::vector<std::string> all;
-  for (const auto& actor : actors) {
-    std::vector<std::string> ofBase;
-    const auto section = config.baseDNSections_.find(actor.first);
-    if (actor.first != cryptoDN && section != config.baseDNSections_.end()) {
-      // Behind the last server there is a spare record.
-      for (std::size_t i = 0; i + 1 < section->second.size(); ++i) {
-        ofBase.push_back(section->second[i].front().second);
-      }
+  for (const Routing::BaseDn& baseDn : routing.baseDns()) {
+    urls.emplace_back();
+    for (const Routing::Server& server : baseDn.servers) {
+      urls.back().push_back(server.url);
+      all.push_back(server.url);
     }
-    all.insert(all.end(), ofBase.begin(), ofBase.end());
-    urls.push_back(ofBase);
   }
-  std::size_t number = 0;
-  for (const auto& actor : actors) {
-    if (actor.first == cryptoDN) {
-      urls[number] = all;
+  for (std::size_t i = 0; i < urls.size(); ++i) {
+    if (routing.baseDns()[i].isCrypto) {
+      urls[i] = all;
     }
-    ++number;
   }
   return urls;
 }
@@ -54,32 +44,24 @@ std::vector<std::vector<std::string>> urlsOf(const VarnelConfig& config,
 /// always. Without a size every entry is looked for as it comes.
 class Sampler : public DiscardingObserver {
  public:
-  Sampler(const VarnelConfig& config, const std::map<std::string, LdifActor*>& actors,
-          Prober& prober, bool takesAll, std::size_t size)
-      : inputFile_(config.inputFile_),
+  Sampler(const std::string& inputFile, const Routing& routing, Prober& prober, bool takesAll,
+          std::size_t size)
+      : inputFile_(inputFile),
+        routing_(routing),
         prober_(prober),
         takesAll_(takesAll),
         size_(size),
-        random_(std::random_device()()) {
-    for (const auto& actor : actors) {
-      keys_.push_back(actor.first);
-      actors_.push_back(actor.second);
-    }
-  }
+        random_(std::random_device()()) {}
 
   void startsRecord(const ldifsplit::SplitRecord& record) override {
-    if (record.baseDn == ldifsplit::BaseDnIndex::none) {
+    if (record.baseDn == Routing::noBaseDn) {
       ++withoutServer_;
       return;
     }
-    const bool isBase = record.normalDn.text() == keys_[record.baseDn];
-    std::size_t server = ProbedEntry::everyServer;
-    if (!isBase && keys_[record.baseDn] != cryptoDN) {
-      // An actor names its files by their place in its list.
-      server = static_cast<std::size_t>(*record.files.begin() -
-                                        actors_[record.baseDn]->getOutputFiles().data());
-    }
-    ProbedEntry entry{"", record.line, record.baseDn, server};
+    const std::size_t server = routing_.serverOf(record.normalDn, record.baseDn, record.files);
+    const bool isBase = record.normalDn.text() == routing_.baseDns()[record.baseDn].normal.text();
+    ProbedEntry entry{"", record.line, record.baseDn,
+                      server == Routing::allServers ? ProbedEntry::everyServer : server};
     if (takesAll_ || isBase) {
       entry.dn.assign(record.dn, record.dnSize);
       ++(isBase ? baseEntries_ : entries_);
@@ -131,13 +113,12 @@ class Sampler : public DiscardingObserver {
   }
 
  private:
-  const std::string inputFile_;
+  const std::string& inputFile_;
+  const Routing& routing_;
   Prober& prober_;
   const bool takesAll_;
   const std::size_t size_;
   std::mt19937_64 random_;
-  std::vector<std::string> keys_;    // the base DNs
-  std::vector<LdifActor*> actors_;   // by the same index
   std::vector<ProbedEntry> sample_;  // at most size_
   std::uint64_t entries_ = 0;        // that the sample is drawn from
   std::uint64_t baseEntries_ = 0;
@@ -262,15 +243,15 @@ ExitStatus probe(ProbeOptions options) {
     options.login.password = readPassword(options.passwordFile);
   }
   const VarnelConfig& config = reading.config();
-  const std::map<std::string, LdifActor*> actors = ldifActorFactory(config);
+  const Routing routing(config);
   const bool takesAll = options.sample == ProbeOptions::everyEntry;
-  Prober prober(urlsOf(config, actors), options.login, options.others, options.limit);
-  Sampler sampler(config, actors, prober, takesAll,
+  Prober prober(urlsOf(routing), options.login, options.others, options.limit);
+  Sampler sampler(config.inputFile_, routing, prober, takesAll,
                   takesAll ? 0 : static_cast<std::size_t>(std::stoull(options.sample)));
   prober.connect();
   const auto begin = std::chrono::steady_clock::now();
   const DiscardingObserver::End end =
-      sampler.run(config.inputFile_, actors, config.defaultOutputFile_);
+      sampler.run(config.inputFile_, routing.actors(), config.defaultOutputFile_);
   if (!end.isWhole()) {
     sampler.noteUnusable(end.line, end.why);
   }
