@@ -100,11 +100,15 @@ def test_a_dozen_parts_stay_in_order(site):
 
 
 def test_two_hosts_give_what_one_run_gives(site):
-    """The command goes through ssh as it does to a host; here it is a script that runs it on this machine."""
+    """The command goes through ssh as it does to a host; here it is a script that runs it on this machine, in the
+    environment of a login."""
     configure = blocks("On many cores")[0].split("\n")[0]
     (split,) = blocks("On many machines")
     ssh = site / "ssh"
-    ssh.write_text(f'#!/bin/bash\nwhile [[ $1 == -* ]]; do shift; done\necho "$1" >>{site}/hosts\nshift\neval "$@"\n')
+    ssh.write_text(
+        "#!/bin/bash\nexport SHELL=/bin/sh\nwhile [[ $1 == -* ]]; do shift; done\n"
+        f'echo "$1" >>{site}/hosts\nshift\neval "$@"\n'
+    )
     ssh.chmod(0o755)
     split = split.replace("parallel ", f"parallel --ssh {ssh} ").replace("/var/tmp/split", str(site))
     run_well(f"{configure}\n{split}", site)
