@@ -59,11 +59,16 @@ def directory():
     shutil.rmtree(made)
 
 
-def add_tls(server, directory):
+def make_certificate(directory, name):
     """A certificate for loopback that nobody trusts by itself."""
-    key, certificate = directory / "key.pem", directory / "certificate.pem"
+    key, certificate = directory / f"{name}.key", directory / f"{name}.pem"
     run_well("openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "30", "-keyout", key,
              "-out", certificate, "-subj", "/CN=127.0.0.1", "-addext", "subjectAltName=IP:127.0.0.1")  # fmt: skip
+    return key, certificate
+
+
+def add_tls(server, directory):
+    key, certificate = make_certificate(directory, "server")
     lines = f"TLSCertificateFile {certificate}\nTLSCertificateKeyFile {key}\n"
     server.config.write_text(server.config.read_text().replace("database mdb\n", lines + "database mdb\n", 1))
     return certificate
@@ -267,6 +272,46 @@ def test_starttls(site):
         site.configure([server.url for server in site.servers])
     result = result_of(site, "probe", "--sample", "all", *trusted, status=WRONG)
     assert counts(result) == {"found": len(site.names[0]), "unreachable": PEOPLE + 1 - len(site.names[0])}
+
+
+@pytest.mark.parametrize("more", [(), ("--starttls",)])
+def test_ldaps(site, more):
+    """There StartTLS has nothing to begin."""
+    site.configure([site.servers[0].secure_url] * SERVERS)
+    try:
+        arguments = ["--sample", "all", *more]
+        result = result_of(site, "probe", *arguments, "--ca", str(site.certificate), status=WRONG)
+        assert [each["url"] for each in result["servers"]] == [site.servers[0].secure_url]
+        assert counts(result) == {"found": len(site.names[0]) + 1, "missing": PEOPLE - len(site.names[0])}
+    finally:
+        site.configure([server.url for server in site.servers])
+
+
+def test_one_server_by_ldaps_and_the_others_not(site):
+    urls = [server.url for server in site.servers]
+    site.configure([site.servers[0].secure_url, *urls[1:]])
+    try:
+        result = result_of(site, "probe", "--sample", "all", "--others", "--ca", str(site.certificate), status=GOOD)
+        assert counts(result) == {"found": PEOPLE + 1}
+    finally:
+        site.configure(urls)
+
+
+def test_a_certificate_that_is_not_trusted(site):
+    """That of another server is no reason to trust this one, whatever the system trusts."""
+    _, other = make_certificate(site.path, "other")
+    urls = [server.url for server in site.servers]
+    site.configure([site.servers[0].secure_url, *urls[1:]])
+    try:
+        environment = {**os.environ, "LDAPTLS_REQCERT": "never", "LDAPTLS_CACERT": str(site.certificate)}
+        done = control(site, "probe", "--sample", "all", "--json", "--ca", str(other), env=environment)
+        result = verified_split.json.loads(done.stdout)
+        share = len(site.names[0]) + 1
+        assert done.returncode == WRONG
+        assert counts(result) == {"found": PEOPLE + 1 - share, "unreachable": share}
+        assert [bool(each["failure"]) for each in result["servers"]] == [True, False, False]
+    finally:
+        site.configure(urls)
 
 
 def test_an_unusable_line_of_the_input(site):
