@@ -162,7 +162,7 @@ heading "Packages"
   g++ cmake ninja-build clang clang-format clang-tidy libclang-rt-14-dev \
   libgtest-dev libgmock-dev libbenchmark-dev python3 python3-pytest slapd ldap-utils openssl mandoc shellcheck \
   valgrind cppcheck zstd make pkg-config zsh fish libcli11-dev nlohmann-json3-dev libarchive-dev libldap-dev \
-  389-ds-base parallel python3-ldap
+  389-ds-base parallel python3-ldap openssh-server openssh-client
 
 if [[ -x scripts/fetch-389-schema.sh ]]; then
   heading "Schema files of another server, as test input"
