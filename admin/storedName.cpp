@@ -8,7 +8,7 @@
 
 std::string storedName(const std::string& name) {
   for (const char* const ending : {"", ".gz", ".bz2", ".xz", ".zst"}) {
-    const std::string stored = name + ending;
+    std::string stored = name + ending;
     struct stat status {};
     if (::stat(stored.c_str(), &status) == 0) {
       return stored;
