@@ -190,7 +190,7 @@ def test_the_plan_goes_on_behind_unusable_lines(site, seed):
         else:
             spoilt += b"\nsecret line\n"
             number = spoilt.count(b"\n")
-            text.append(f"{number}: error: no line of LDIF")
+            text.append(f"{number}: error: no line of LDIF, {OVERLONG}")
         expected[kind].append(number)
     assert all(expected.values())
     site.write("in.ldif", spoilt)
@@ -208,6 +208,7 @@ def test_the_plan_goes_on_behind_unusable_lines(site, seed):
     assert site.split().status != 0
 
 
+OVERLONG = "where it is the rest of a line of more than 4095 bytes, fold the input with varnelctl fold"
 KEYS = {60: "in_pieces", 66: "dn_in_other_case", 67: "before_the_first_dn", 69: "no_line_end",
         70: "change_record"}  # fmt: skip
 
