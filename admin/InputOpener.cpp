@@ -25,11 +25,6 @@ struct ArchiveCloser {
 
 using Archive = std::unique_ptr<archive, ArchiveCloser>;
 
-bool isCompressed(const std::string& name) {
-  const std::string format = foreignFormat(name);
-  return format.find("compressed") != std::string::npos;
-}
-
 /// False where nobody reads any more.
 bool writeAll(int file, const char* bytes, std::size_t size) {
   while (size > 0) {
@@ -67,7 +62,7 @@ AutoClose InputOpener::open(const std::string& name) {
     size_ = static_cast<std::uint64_t>(status.st_size);
   }
   file_ = ::fileno(stream.get());
-  const bool isPacked = isCompressed(name);
+  const bool isPacked = isCompressed(foreignFormat(name));
   if (isFile && !isPacked) {
     return stream;
   }

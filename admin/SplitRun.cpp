@@ -150,7 +150,7 @@ ExitStatus SplitRun::split(const std::map<std::string, LdifActor*>& actors) {
 ExitStatus SplitRun::stopForInput(int line) {
   const std::string format = foreignFormat(config_.inputFile_);
   if (!unusableLine_.empty()) {
-    const bool hasMark = line == 1 && format.find("compressed") == std::string::npos;
+    const bool hasMark = line == 1 && !isCompressed(format);
     return stop(line, unusableLine_ + (hasMark && !format.empty() ? " (it is " + format + ")" : ""),
                 ExitStatus::wrong);
   }
