@@ -2,11 +2,10 @@
 
 #include <algorithm>
 #include <csignal>
-#include <cstdlib>
 #include <exception>
-#include <new>
 
 #include "actors/ldifActorFactory.h"
+#include "admin/endUnexpectedly.h"
 #include "common/SystemFailure.h"
 #include "config/configKeys.h"
 #include "driver/ShareTable.h"
@@ -267,19 +266,10 @@ void SplitRun::undo(int signal) {
                text::onOneLine(config_.inputFile_).c_str(), nameOf(signal), nothingChanged);
 }
 
-/// An exception that a split cannot pass on: there is no memory left.
 void SplitRun::endUnexpectedly() {
   if (theRun != nullptr) {
     theRun->progress_.clear();
     theRun->files_.remove();
   }
-  try {
-    throw;
-  } catch (const std::bad_alloc&) {
-    std::fputs("varnelctl: out of memory", stderr);
-  } catch (...) {
-    std::fputs("varnelctl: unexpected failure", stderr);
-  }
-  std::fprintf(stderr, "%s\n", nothingChanged);
-  std::_Exit(static_cast<int>(ExitStatus::systemFailed));
+  ::endUnexpectedly(nothingChanged);
 }

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "admin/commandLine.h"
+#include "admin/endUnexpectedly.h"
 #include "admin/exitStatus.h"
 #include "driver/prepareProcess.h"
 
@@ -29,6 +30,7 @@ ExitStatus run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   prepareProcess();
+  std::set_terminate([] { endUnexpectedly(""); });
   ExitStatus status = ExitStatus::systemFailed;
   try {
     status = run(argc, argv);

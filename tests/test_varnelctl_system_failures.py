@@ -1,5 +1,8 @@
 """What varnelctl does where the system or the data fails it, whatever the verb: status 3 and a reason."""
 
+import resource
+
+import fault_runs
 import pytest
 from test_foreign_formats import compressed
 from varnelctl_run import GOOD, SYSTEM_FAILED, ControlSite
@@ -19,6 +22,17 @@ def site(binary, directory):
 def expect_failure(run, reason):
     assert (run.status, run.stdout) == (SYSTEM_FAILED, b""), run
     assert run.lines("stderr")[-1].startswith("varnelctl: ") and reason in run.lines("stderr")[-1], run
+
+
+@pytest.mark.skipif(fault_runs.SANITIZED, reason="a sanitizer takes more address space than that")
+@pytest.mark.parametrize("verb", READING_VERBS, ids=" ".join)
+def test_no_memory(site, verb):
+    site.configure(*ONE_SERVER)
+    # One value, which has to be in memory as a whole.
+    site.write("in.ldif", b"dn: o=example\nx: " + b"\n ".join([b"x" * 4000] * 15_000) + b"\n")
+    megabytes = 100
+    run = site.run(*verb, preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (megabytes << 20,) * 2))
+    expect_failure(run, "out of memory")
 
 
 # --- Compressed data ------------------------------------------------------------------------------
