@@ -476,6 +476,53 @@ def test_a_signal_while_the_files_are_named_comes_too_late(ctl):
     assert ctl.tree() == {**before, **outputs_of(SMALL)}
 
 
+def paused_at(ctl, name, which, calls):
+    """A split that waits before a call on a hidden file; the process, and the process that makes it wait.
+
+    which: how many calls of that name on the file come before.
+    """
+    given_files = ctl.tree()
+    good = run_with_fault(ctl, "-", "split", calls=CALLS)
+    fault_runs.clear(ctl, given_files)
+    found = [i for i, x in enumerate(good.calls)
+             if x.name == name and RANDOM_PART.search(x.path)
+             and place_of(good.calls, i).occurrence == which]  # fmt: skip
+    fault = fault_of("pause", good.calls, found[-1])
+    process = fault_runs.start_with_fault(ctl, fault, "split", calls=calls)
+    fault_runs.wait_until_stopped(process)
+    child = int(pathlib.Path(f"/proc/{process.pid}/task/{process.pid}/children").read_text())
+    return child, process, fault
+
+
+def go_on(ctl, process, fault):
+    process.send_signal(signal.SIGCONT)
+    return fault_runs.finish(ctl, process, fault)
+
+
+def test_a_signal_while_a_failed_split_removes_its_files(ctl):
+    before = given(ctl, SMALL + b"no colon\n")
+    child, process, fault = paused_at(ctl, "unlink", 0, ("unlink",))
+    os.kill(child, signal.SIGINT)
+    result = go_on(ctl, process, fault)
+    assert result.run.status in (WRONG, -signal.SIGINT)
+    assert b"stopped at line " in result.run.stderr
+    assert ctl.tree() == before
+
+
+def test_a_signal_while_a_file_is_opened_leaves_nothing(ctl):
+    """That the file is not made again once it was removed."""
+    before = given(ctl)
+    # The write is that of the last words, so that the process cannot end before the file is opened.
+    child, process, fault = paused_at(ctl, "openat", 1, ("openat", "write"))
+    os.kill(child, signal.SIGINT)
+    limit = time.monotonic() + 0.5  # a program that keeps the files until then passes
+    while any(ctl.path.glob(".*.varnelctl-*")) and time.monotonic() < limit:
+        time.sleep(0.01)
+    result = go_on(ctl, process, fault)
+    assert result.run.status == -signal.SIGINT
+    assert ctl.tree() == before
+
+
 # --- Killed runs ----------------------------------------------------------------------------------
 
 
