@@ -69,3 +69,16 @@ def test_what_follows_compressed_data_from_a_pipe(site, program):
     expect_failure(site.run("split", input=first + b"\n" + second), "stdin")
     assert site.run("split", input=first + second).status == GOOD
     assert site.read("one.ldif").count(b"dn: ") == 2
+
+
+# --- Output files ---------------------------------------------------------------------------------
+
+
+@pytest.mark.parametrize("verb", [["verify"], ["verify", "--names"]], ids=" ".join)
+def test_an_output_file_that_the_system_does_not_tell_of_is_not_missing(site, verb):
+    site.configure(*ONE_SERVER)
+    site.write("in.ldif", FIRST)
+    assert site.run("split").status == GOOD
+    (site.path / "one.ldif").unlink()
+    (site.path / "one.ldif").symlink_to("one.ldif")
+    expect_failure(site.run(*verb), "one.ldif: Too many levels of symbolic links")
