@@ -153,14 +153,18 @@ void NamesVerifier::noteFault(const std::string& file, const ldifsplit::Unusable
 }
 
 void NamesVerifier::readInput(bool isFirst, const Visit& visit) {
+  // Each once, as an export has a base entry, though several servers may have one file.
+  std::vector<std::uint32_t> files;
   const auto each = [&](const ldifsplit::SplitRecord& record, const Fingerprint& print) {
     entries_ += isFirst ? 1 : 0;
-    const std::string* last = nullptr;
+    files.clear();
     for (const std::string* name : record.files) {
-      if (last == nullptr || *name != *last) {
-        visit(numbers_.at(*name), print, Side::expected, record);
-      }
-      last = name;
+      files.push_back(numbers_.at(*name));
+    }
+    std::sort(files.begin(), files.end());
+    files.erase(std::unique(files.begin(), files.end()), files.end());
+    for (const std::uint32_t file : files) {
+      visit(file, print, Side::expected, record);
     }
   };
   const auto fault = [&](const ldifsplit::UnusableLine& line) {
