@@ -31,49 +31,54 @@ using Archive = std::unique_ptr<archive, ArchiveCloser>;
 /// The bytes of a descriptor, as the library asks for them.
 class Source {
  public:
-  explicit Source(int file) : file_(file) {}
+  explicit Source(int file) : file_(file), block_(blockSize), blockBefore_(blockSize) {}
 
-  /// A block; 0 at the end, negative with the reason in errno.
+  /// The size of the next block, which is in data() then; 0 at the end, negative with the reason in
+  /// errno.
   ssize_t readBlock() {
-    std::swap(before_, block_);
-    block_.resize(blockSize);
+    std::swap(blockBefore_, block_);
+    sizeBefore_ = size_;
     ssize_t count = 0;
     do {
       count = ::read(file_, block_.data(), block_.size());
     } while (count < 0 && errno == EINTR);
-    block_.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
-    given_ += block_.size();
+    size_ = count > 0 ? static_cast<std::size_t>(count) : 0;
+    given_ += size_;
     return count;
   }
 
-  const std::vector<char>& block() const { return block_; }
+  const char* data() const { return block_.data(); }
 
   /// Whether behind the first `taken` bytes there are zeros alone, as where a file was padded, or
   /// nothing. Reads to the end.
   bool isPaddingBehind(std::uint64_t taken) {
     // The library looks ahead: by less than two blocks, unless they come in tiny pieces.
-    std::vector<char> known = before_;
-    known.insert(known.end(), block_.begin(), block_.end());
     const std::uint64_t ahead = given_ - taken;
-    if (ahead > known.size()) {
+    if (ahead > size_ + sizeBefore_) {
       return false;
     }
-    const auto isZero = [](char c) { return c == '\0'; };
-    bool isPadding =
-        std::all_of(known.end() - static_cast<std::ptrdiff_t>(ahead), known.end(), isZero);
+    const std::size_t ofLast = std::min<std::size_t>(ahead, size_);
+    bool isPadding = endsWithZeros(blockBefore_.data() + sizeBefore_, ahead - ofLast) &&
+                     endsWithZeros(block_.data() + size_, ofLast);
     ssize_t count = 1;
     while (isPadding && count > 0) {
       count = readBlock();
-      isPadding = count >= 0 && std::all_of(block_.begin(), block_.end(), isZero);
+      isPadding = count >= 0 && endsWithZeros(block_.data() + size_, size_);
     }
     return isPadding;
   }
 
  private:
+  static bool endsWithZeros(const char* end, std::size_t size) {
+    return std::all_of(end - size, end, [](char c) { return c == '\0'; });
+  }
+
   int file_;
   std::vector<char> block_;
-  std::vector<char> before_;  // the one before
-  std::uint64_t given_ = 0;   // bytes in all
+  std::vector<char> blockBefore_;
+  std::size_t size_ = 0;
+  std::size_t sizeBefore_ = 0;
+  std::uint64_t given_ = 0;  // bytes in all
 };
 
 la_ssize_t giveBlock(archive* reader, void* source, const void** bytes) {
@@ -82,7 +87,7 @@ la_ssize_t giveBlock(archive* reader, void* source, const void** bytes) {
   if (count < 0) {
     archive_set_error(reader, errno, "%s", text::lastError().c_str());
   }
-  *bytes = from.block().data();
+  *bytes = from.data();
   return count;
 }
 
