@@ -71,6 +71,13 @@ def test_what_follows_compressed_data_from_a_pipe(site, program):
     assert site.read("one.ldif").count(b"dn: ") == 2
 
 
+def test_a_name_that_a_reason_has_in_it_stays_on_its_line(site):
+    name = "in\x1b[31m\x7f.ldif"
+    site.configure(*(f"inputfile: {name}" if "inputfile" in x else x for x in ONE_SERVER))
+    site.write(name, compressed("gzip", FIRST)[:-9])
+    expect_failure(site.run("plan"), "in\\1B[31m\\7F.ldif: truncated")
+
+
 # --- Output files ---------------------------------------------------------------------------------
 
 
