@@ -192,9 +192,9 @@ std::string InputOpener::unpack(int from, int to, bool isPacked) {
     return reason != nullptr ? reason : "it cannot be unpacked";
   }
   // Two of the formats end for the library wherever no other part of theirs begins.
-  const auto taken = static_cast<std::uint64_t>(archive_filter_bytes(reader.get(), -1));
-  return !isFiltered || source.isPaddingBehind(taken) ? ""
-                                                      : "what follows the compressed data is none";
+  const auto used = static_cast<std::uint64_t>(archive_filter_bytes(reader.get(), -1));
+  return !isFiltered || source.isPaddingBehind(used) ? ""
+                                                     : "what follows the compressed data is none";
 }
 
 void InputOpener::stop() {
