@@ -18,12 +18,12 @@ inside() {
   echo 'slapd slapd/no_configuration boolean true' | debconf-set-selections
   printf '#!/bin/sh\nexit 101\n' >/usr/sbin/policy-rc.d
   chmod 755 /usr/sbin/policy-rc.d
-  apt-get install --yes --quiet --no-install-recommends slapd ldap-utils python3-ldap \
-    gcc libc6-dev make pkg-config python3 libstdc++6 >/dev/null
-  snapshot >/before
-
   echo "-- Installing"
-  apt-get install --yes --quiet /packages/*.deb
+  typed "apt-get install --yes --quiet --no-install-recommends slapd ldap-utils python3-ldap \\
+    gcc libc6-dev make pkg-config python3 libstdc++6 >/dev/null"
+  snapshot >/before
+  typed "apt-get install --yes --quiet /packages/*.deb >/dev/null"
+  typed "dpkg-query --show varnel varnelctl libdirclient1 libdirclient-dev"
   dpkg --install /packages/*.ddeb >/dev/null
   dpkg --audit
   ldconfig --print-cache | grep -q 'libdirclient.so.1 '
@@ -73,10 +73,16 @@ read cn=Yuki Tanaka,ou=People,dc=example,dc=org'
 
   echo "-- Removing"
   rm -rf /tmp/split /tmp/proxy /tmp/cluster.log /tmp/found
-  apt-get purge --auto-remove --yes --quiet varnel varnelctl libdirclient-dev libdirclient1 \
-    varnel-dbgsym varnelctl-dbgsym libdirclient1-dbgsym >/dev/null
+  typed "apt-get purge --auto-remove --yes --quiet varnel varnelctl libdirclient-dev libdirclient1 \\
+    varnel-dbgsym varnelctl-dbgsym libdirclient1-dbgsym >/dev/null"
   snapshot >/after
   diff /before /after
+}
+
+# Shows a command as it is typed, and runs it.
+typed() {
+  printf '$ %s\n' "$1"
+  eval "$1"
 }
 
 # Every file of the root but those in which programs keep their own state.
