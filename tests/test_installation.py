@@ -245,7 +245,7 @@ def test_the_rest_is_built_where_varnelctl_cannot_be(package, tmp_path):
     assert "docs/varnel.bash-completion" in targets and "varnelctl" not in targets
 
 
-def test_the_build_by_hand_of_the_readme_has_no_tests(tmp_path):
+def test_the_build_by_hand_of_the_readme_has_no_tests_and_stops_at_no_warning(tmp_path):
     commands = re.search(r"^To build and install it by hand.*?```\n(.*?)```", (SOURCES / "README.md").read_text("utf-8"),
                          re.DOTALL | re.MULTILINE)[1].splitlines()  # fmt: skip
     assert [line.split()[:2] for line in commands][1:] == [["cmake", "--build"], ["cmake", "--install"]]
@@ -259,6 +259,8 @@ def test_the_build_by_hand_of_the_readme_has_no_tests(tmp_path):
 
     assert "dirclient_test" in tests_of(BUILD)
     assert tests_of(tmp_path) == set()
+    assert "-Wall" in (tmp_path / "build.ninja").read_text("utf-8")
+    assert "-Werror" not in (tmp_path / "build.ninja").read_text("utf-8")
 
 
 def test_the_readme_names_every_package():
