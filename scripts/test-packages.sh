@@ -77,6 +77,7 @@ read cn=Yuki Tanaka,ou=People,dc=example,dc=org'
     varnel-dbgsym varnelctl-dbgsym libdirclient1-dbgsym >/dev/null"
   snapshot >/after
   diff /before /after
+  echo "The root holds the files that it held before, and no other."
 }
 
 # Shows a command as it is typed, and runs it.
@@ -137,7 +138,7 @@ release=$(. /etc/os-release && echo "$VERSION_CODENAME")
 # shellcheck disable=SC2016
 mmdebstrap --quiet --variant=apt --format=null --aptopt="$work/apt.conf" \
   --customize-hook='mkdir "$1/packages"' \
-  --customize-hook="copy-in $(printf '%s ' "$packages"/*deb scripts/test-packages.sh scripts/walk.sh) /packages" \
+  --customize-hook="copy-in $(printf '%s ' "$packages"/*deb scripts/{test-packages,walk}.sh) /packages" \
   --customize-hook='chroot "$1" bash /packages/test-packages.sh --inside' \
   "$release" /dev/null "${sources[@]}"
 echo "The packages are good."

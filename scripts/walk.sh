@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# The whole walk of a user who has nothing but an installation, slapd and ldap-utils: the installed example is checked,
-# split and verified, each file is loaded into a server of its own on a free port of 127.0.0.1, all servers are
-# asked for every entry, and a client finds an entry at the server that varnelctl and the router in C name for
-# another spelling of it. Prints what is typed, behind "$ ", and what that prints. The first step that fails, or
-# that prints something else than it must, ends the walk with a nonzero status. Servers and files end with it.
+# The whole walk of a user who has nothing but an installation, slapd and ldap-utils: the installed example is
+# checked, split and verified, each file is loaded into a server of its own on a free port of 127.0.0.1, all
+# servers are asked for every entry, and a client finds an entry at the server that varnelctl and the router in C
+# name for another spelling of it. Prints what is typed, behind "$ ", and what that prints. The first step that
+# fails, or that prints something else than it must, ends the walk with a nonzero status. Servers and files end
+# with it.
 #
 #   walk.sh [PREFIX]   where varnel is installed (default: /usr)
 #
@@ -35,7 +36,7 @@ finish() {
 }
 trap finish EXIT
 
-# end_server PID-FILE: stops the server, if it runs, and waits until it has closed its data and removed that file.
+# end_server PID-FILE: stops the server, if it runs, and waits until it has closed its data and that file is gone.
 end_server() {
   for _ in $(seq 300); do
     [[ -e $1 ]] || return 0
@@ -90,9 +91,10 @@ urls=("${ports[@]/#/ldap://127.0.0.1:}")
 # --- Before the split ---
 
 step "cp $examples/split/* ."
-step "sed -i -e 's/people1.example.org:389/127.0.0.1:${ports[0]}/' -e 's/people2.example.org:389/127.0.0.1:${ports[1]}/' \\
-  -e 's/people3.example.org:389/127.0.0.1:${ports[2]}/' -e 's/devices1.example.org:389/127.0.0.1:${ports[3]}/' \\
-  -e 's/devices2.example.org:389/127.0.0.1:${ports[4]}/' varnelConfig"
+step "sed -i -e 's/people1.example.org:389/127.0.0.1:${ports[0]}/' \\
+  -e 's/people2.example.org:389/127.0.0.1:${ports[1]}/' -e 's/people3.example.org:389/127.0.0.1:${ports[2]}/' \\
+  -e 's/devices1.example.org:389/127.0.0.1:${ports[3]}/' -e 's/devices2.example.org:389/127.0.0.1:${ports[4]}/' \\
+  varnelConfig"
 step "instance=$examples/instance"
 step 'varnelctl check -I $instance'
 expect '0 errors, 0 warnings'
@@ -107,8 +109,9 @@ grep -q ': all right$' "$printed"
 
 # --- Loading, by the functions of the page ---
 
-step "sed -n '/^localhost=/,/^shared_entries/p;/^start() {/,/^}/p' $prefix/share/doc/varnel/loading.md >functions.sh
-. ./functions.sh"
+step "page=$prefix/share/doc/varnel/loading.md"
+step 'sed -n "/^localhost=/,/^shared_entries/p;/^start() {/,/^}/p" $page >functions.sh'
+step '. ./functions.sh'
 step 'serve() {
   mkdir -p $1/data $1/shared
   cat >$1/slapd.conf <<END
@@ -158,7 +161,8 @@ expect_same "the server that varnelctl names" "$server" "$routed"
 expect_same "the entry found" "$(entry_of 'cn=Yuki Tanaka,ou=People,dc=example,dc=org')" "$(grep . "$printed")"
 step "for other in ${urls[*]:0:3} \\
   ${urls[*]:3}; do
-  [[ \$other == \$server ]] || ldapsearch -x -LLL -H \$other -b \"\$name\" -s base 1.1 || echo \"\$other: status \$?\"
+  [[ \$other == \$server ]] ||
+    ldapsearch -x -LLL -H \$other -b \"\$name\" -s base 1.1 || echo \"\$other: status \$?\"
 done"
 for url in "${urls[@]}"; do
   [[ $url == "$server" ]] || expect "$url: status 32"

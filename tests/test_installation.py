@@ -162,12 +162,9 @@ def test_the_guides_name_the_directories_of_the_build(prefix, guide):
 
 
 def test_the_pages_name_what_is_installed(prefix):
-    built_for = cache_entry("CMAKE_INSTALL_PREFIX")
-    named = {
-        match[1]
-        for page in (prefix / "share/man").rglob("*.[1-8]")
-        for match in re.finditer(rf"^\.(?:It )?Pa {re.escape(built_for)}/(share/\S+)", page.read_text("utf-8"), re.M)
-    }
+    path = re.compile(rf"^\.(?:It )?Pa {re.escape(cache_entry('CMAKE_INSTALL_PREFIX'))}/(share/\S+)", re.MULTILINE)
+    pages = (prefix / "share/man").rglob("*.[1-8]")
+    named = {name for page in pages for name in path.findall(page.read_text("utf-8"))}
     assert {"share/varnel/examples", "share/doc/varnel/loading.md", "share/doc/varnel/messages.md"} < named
     assert [name for name in named if not (prefix / name).exists()] == []
 
@@ -246,8 +243,9 @@ def test_the_rest_is_built_where_varnelctl_cannot_be(package, tmp_path):
 
 
 def test_the_build_by_hand_of_the_readme_has_no_tests_and_stops_at_no_warning(tmp_path):
-    commands = re.search(r"^To build and install it by hand.*?```\n(.*?)```", (SOURCES / "README.md").read_text("utf-8"),
-                         re.DOTALL | re.MULTILINE)[1].splitlines()  # fmt: skip
+    readme = (SOURCES / "README.md").read_text("utf-8")
+    block = re.search(r"^To build and install it by hand.*?```\n(.*?)```", readme, re.DOTALL | re.MULTILINE)[1]
+    commands = block.splitlines()
     assert [line.split()[:2] for line in commands][1:] == [["cmake", "--build"], ["cmake", "--install"]]
     program, *options = commands[0].replace("build/by-hand", str(tmp_path)).split()
     assert program == "cmake" and str(tmp_path) in options
