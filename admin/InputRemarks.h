@@ -20,7 +20,8 @@ class InputRemarks {
     notLdif,           ///< a line that cannot be parsed
     emptyInput,        ///< there is no line at all
     unwritableLine,    ///< a line without a type
-    inPieces,          ///< an overlong line, read in pieces, one of which changes the output
+    inPieces,          ///< an overlong line, read in pieces
+    misreadPiece,      ///< a piece of one that changes the output
     dnInOtherCase,     ///< the first line whose type is "dn" but for its case
     changeRecord,      ///< the first "changetype" line
     beforeTheFirstDn,  ///< the first attribute line before the first "dn" line

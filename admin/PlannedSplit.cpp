@@ -179,3 +179,7 @@ void PlannedSplit::wrote(const char* /*bytes*/, std::size_t size) {
 void PlannedSplit::passesOver(const ldifsplit::UnusableLine& line) {
   remarks_.add(line);
 }
+
+void PlannedSplit::readsInPieces(int line) {
+  remarks_.add(InputRemarks::inPieces, line, "");
+}

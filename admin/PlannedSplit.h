@@ -63,6 +63,7 @@ class PlannedSplit : public DiscardingObserver {
   void wrote(const char* bytes, std::size_t size) override;
 
  private:
+  void readsInPieces(int line) override;
   void passesOver(const ldifsplit::UnusableLine& line) override;
   void finishRecord();
   void startsRecordOfServer(const ldifsplit::SplitRecord& record, std::size_t server);

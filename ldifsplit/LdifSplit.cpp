@@ -145,6 +145,7 @@ class Splitter {
   void noteReadFailure() const;
   void traceReadError() const;
   [[noreturn]] void throwReadError() const;
+  void tellOfPieces(int line);
   [[noreturn]] void throwInvalidLine() const;
   [[noreturn]] void throwWriteFailure(const Target& target, int line) const;
   void warnOfPiece() const;
@@ -172,11 +173,12 @@ class Splitter {
   Run run_;                        // of its lines, held by the reader
   bool sawDn_ = false;             // a "dn" line was read
 
-  /// Of the overlong physical line whose pieces are read: whether its start was dropped, and
-  /// whether the piece before the one at hand was.
+  /// Of the overlong physical line whose pieces are read: whether its start was dropped, whether
+  /// the piece before the one at hand was, and whether the observer was told of it.
   struct {
     bool startWasDropped = false;
     bool lastWasDropped = false;
+    bool wasTold = false;
   } overlong_;
 
   /// Which of the warnings that come once in a run were given.
@@ -248,6 +250,11 @@ void Splitter::run() {
     if (!first) {
       readPhysicalLine();
     }
+    if (reader_.startsWithLaterPiece()) {
+      tellOfPieces(lineNumber_.number());
+    } else {
+      overlong_.wasTold = false;
+    }
     readContinuations();
     lineNumber_.next();
     splitLine();
@@ -277,12 +284,24 @@ void Splitter::readPhysicalLine() {
 
 void Splitter::readContinuations() {
   while (reader_.nextIsBlank()) {
+    if (!reader_.endsWithLineFeed()) {
+      // The line that is complete now has not been counted yet.
+      tellOfPieces(lineNumber_.number() + 1);
+    }
     if (!reader_.appendLine()) {
       noteReadFailure();
       writeRun();
       throwReadError();
     }
     lineNumber_.next();
+  }
+}
+
+/// Of an overlong physical line, once, by the number of its first piece.
+void Splitter::tellOfPieces(int line) {
+  if (observer_ != nullptr && !overlong_.wasTold) {
+    overlong_.wasTold = true;
+    observer_->readsInPieces(line);
   }
 }
 

@@ -78,6 +78,10 @@ class SplitObserver {
   /// input: together the empty line before a record, its "dn" line, and its other lines.
   virtual void wrote(const char* /*bytes*/, std::size_t /*size*/) {}
 
+  /// A physical line is read in pieces: more than 4095 bytes, its line end counted. Called at its
+  /// second piece, once a line. `line` is the number of the first; each piece counts as a line.
+  virtual void readsInPieces(int /*line*/) {}
+
   /// Whether the split goes on behind a line that would end it. Of a record without a usable DN no
   /// line is written then; a line that cannot be parsed is left out.
   virtual bool goesOnBehind(const UnusableLine& /*line*/) { return false; }

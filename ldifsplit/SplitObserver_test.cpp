@@ -119,6 +119,38 @@ TEST_F(Observed, AnObserverThatDoesNotGoOnLeavesTheFailureAsItIs) {
   }
 }
 
+/// Writes down the lines that are read in pieces.
+class Pieces : public ldifsplit::SplitObserver {
+ public:
+  void readsInPieces(int line) override { lines.push_back(line); }
+
+  std::vector<int> lines;
+};
+
+TEST_F(Observed, OfEachOverlongLineItsFirstPieceIsTold) {
+  const std::string start = "sn: " + std::string(4091, 'x');  // as long as a piece
+  Pieces pieces;
+  split("dn: cn=x,o=b\n"                        // line 1
+            + start.substr(1) + "\n"            // 2: its line end is the last byte that fits
+            + start + "\n"                      // 3, and the line end as 4
+            + start + "a: 1\n"                  // 5 and 6
+            + "b: 2\n"                          // 7
+            + start + start + start + "c: 3\n"  // 8 to 11
+            + start + " joined\n"               // 12 and 13, one logical line
+            + " folded\n"                       // 14
+            + "d: y\n " + start.substr(1) + " joined\n"  // 15; 16 and 17
+            + "e: 4\n",                                  // 18
+        pieces);
+  EXPECT_EQ(pieces.lines, (std::vector<int>{3, 5, 8, 12, 16}));
+}
+
+TEST_F(Observed, ALastLineAsLongAsAPieceIsNotReadInPieces) {
+  Pieces pieces;
+  const std::string line = "sn: " + std::string(4091, 'x');
+  split("dn: cn=x,o=b\n" + line, pieces);
+  EXPECT_EQ(pieces.lines, std::vector<int>{});
+}
+
 /// Reads from another file than the one that is named, and writes to others.
 class Elsewhere : public ldifsplit::SplitObserver {
  public:
