@@ -8,13 +8,14 @@ import re
 import shutil
 import subprocess
 
+import memcheck
 import pytest
 
 SOURCES = pathlib.Path(os.environ["VARNEL_SOURCES"])
 BINARY = pathlib.Path(os.environ["VARNEL_BINARY"]).resolve()
 FILES = ["people1", "people2", "people3", "devices1", "devices2", "parent"]
 PEOPLE = "ou=People,dc=example,dc=org"
-PATIENCE = 300
+PATIENCE = memcheck.patience(300)
 
 
 def blocks(heading, page="docs/scale.md"):
