@@ -17,7 +17,7 @@ TIMES_SLOWER = 10
 PROGRAMS = ("VARNEL_BINARY", "VARNELCTL_BINARY")
 
 # What is still reachable at the end is no leak: exit() leaves the objects of all functions alone.
-OPTIONS = ("--quiet", "--leak-check=full", "--show-leak-kinds=definite", "--vgdb=no")
+OPTIONS = ("--quiet", "--leak-check=full", "--show-leak-kinds=definite", "--read-inline-info=no", "--vgdb=no")
 
 # Why a test does without.
 WRITES_FILES = "valgrind writes files of its own, which the limit would cut"
