@@ -30,13 +30,13 @@ def pytest_sessionstart(session):
 @pytest.fixture(scope="session", autouse=memcheck.ON)
 def no_finding_of_memcheck_in_the_end():
     yield
-    assert not (found := memcheck.take_reports()), found
+    assert not (found := memcheck.take_findings()), found
 
 
 @pytest.fixture(autouse=memcheck.ON)
 def no_finding_of_memcheck(no_finding_of_memcheck_in_the_end):
     yield
-    assert not (found := memcheck.take_reports()), found
+    assert not (found := memcheck.take_findings()), found
 
 
 @pytest.fixture(scope="session")

@@ -75,12 +75,17 @@ def wrap_programs():
             os.environ[name] = str(wrap(pathlib.Path(os.environ[name]).resolve()))
 
 
-def take_reports():
-    """What was found in the processes that have ended since the last call."""
+def findings_in(report):
+    # A run whose streams were closed when it started writes its messages there, too.
+    lines = report.read_text(encoding="utf-8", errors="replace").splitlines(keepends=True)
+    return "".join(line for line in lines if line.startswith(f"=={report.name}=="))
+
+
+def take_findings():
+    """Those in the processes that have ended since the last call."""
     found = []
     for report in sorted((place() / "reports").iterdir()):
-        if pathlib.Path("/proc", report.name).exists():
-            continue
-        found.append(report.read_text(encoding="utf-8", errors="replace"))
-        report.unlink()
+        if not pathlib.Path("/proc", report.name).exists():
+            found.append(findings_in(report))
+            report.unlink()
     return "".join(found)
