@@ -1,8 +1,7 @@
+#include <array>
 #include <chrono>
 #include <cinttypes>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <random>
 #include <string>
@@ -16,6 +15,7 @@
 #include "admin/Routing.h"
 #include "admin/UnusedFiles.h"
 #include "admin/verbs.h"
+#include "common/AutoClose.h"
 #include "platform/text/onOneLine.h"
 
 namespace {
@@ -214,12 +214,14 @@ void printJsonOf(const Prober& prober, const Sampler& sampler, double seconds, b
 
 /// The whole file without its last line end.
 std::string readPassword(const std::string& name) {
-  std::ifstream file(name, std::ios::binary);
-  if (!file) {
-    throw SystemError::of(text::onOneLine(name));
+  const AutoClose file(std::fopen(name.c_str(), "rb"));
+  std::string password;
+  std::array<char, 256> block{};
+  std::size_t size = 0;
+  while (file != nullptr && (size = std::fread(block.data(), 1, block.size(), file.get())) != 0) {
+    password.append(block.data(), size);
   }
-  std::string password((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  if (file.bad()) {
+  if (file == nullptr || std::ferror(file.get()) != 0) {
     throw SystemError::of(text::onOneLine(name));
   }
   if (!password.empty() && password.back() == '\n') {
