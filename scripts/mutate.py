@@ -410,7 +410,7 @@ def report(results, seed):
 
 def conduct(options, temporary):
     names = copy_sources()
-    drawn = draw(all_mutants(names, set(options.places)), options.n, options.s)
+    drawn = draw(all_mutants(names, set(options.places)), options.n, options.s)[options.f - 1 :]
     if not drawn:
         sys.exit("There is nothing to mutate there.")
     if options.l:
@@ -470,11 +470,18 @@ def guarded(action, temporary):
     return os.waitstatus_to_exitcode(status)
 
 
+def ordinal(text):
+    if int(text) < 1:
+        raise argparse.ArgumentTypeError("the first one is 1")
+    return int(text)
+
+
 def main():
     parser = argparse.ArgumentParser(prog="mutate.sh", usage="see the head of scripts/mutate.sh")
     parser.add_argument("-n", type=int, default=150)
     parser.add_argument("-s", type=int, default=1)
     parser.add_argument("-j", type=int, default=os.cpu_count())
+    parser.add_argument("-f", type=ordinal, default=1)
     parser.add_argument("-l", action="store_true")
     parser.add_argument("places", nargs="*")
     options = parser.parse_args()

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Tests the tests: puts small faults into the sources, one at a time, and tells which ones no test notices.
-# mutate.sh [-n COUNT] [-s SEED] [-j JOBS] [-l] [FILE | FILE:LINE]...
+# mutate.sh [-n COUNT] [-s SEED] [-f FIRST] [-j JOBS] [-l] [FILE | FILE:LINE]...
 #   -n COUNT    how many mutants (default 150), spread evenly over the code of the product
 #   -s SEED     which ones (default 1); the same seed takes the same ones of the same sources
+#   -f FIRST    leaves out those before this one, in the order of -l, to go on with a run that was broken off
 #   -j JOBS     how many at a time (default: the number of processors)
 #   -l          only lists the mutants, those included that will turn out not to compile
 #   FILE        only mutants of these sources, or of these lines of them

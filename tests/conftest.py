@@ -7,9 +7,36 @@ import tempfile
 
 import pytest
 
+import memcheck
+
 pytest.register_assert_rewrite("varnel_run")
 
-import varnel_run  # noqa: E402  (behind the registration above)
+if memcheck.ON:
+    # Before a test reads where the programs are.
+    memcheck.wrap_programs()
+
+import varnel_run  # noqa: E402  (behind the lines above)
+
+
+def pytest_sessionstart(session):
+    reporter = session.config.pluginmanager.get_plugin("terminalreporter")
+    if memcheck.ON and reporter:
+        # ctest waits longer behind this line.
+        reporter.write_line("The programs run under valgrind.")
+        reporter.flush()
+
+
+# What a process does that outlives its test fails a later one, or this.
+@pytest.fixture(scope="session", autouse=memcheck.ON)
+def no_finding_of_memcheck_in_the_end():
+    yield
+    assert not (found := memcheck.take_findings()), found
+
+
+@pytest.fixture(autouse=memcheck.ON)
+def no_finding_of_memcheck(no_finding_of_memcheck_in_the_end):
+    yield
+    assert not (found := memcheck.take_findings()), found
 
 
 @pytest.fixture(scope="session")

@@ -21,6 +21,7 @@ import tempfile
 import time
 
 import ldap
+import memcheck
 import pytest
 
 pytestmark = pytest.mark.skipif(
@@ -32,7 +33,7 @@ BINARY = pathlib.Path(os.environ["VARNEL_BINARY"]).resolve()
 LIBRARY = BINARY.parent / "libdirclient.so.1"
 LOOKUPS = int(os.environ.get("VARNEL_LOOKUPS", "1000"))
 CLIENTS = 4
-PATIENCE = 300
+PATIENCE = memcheck.patience(300)
 SUFFIX = "dc=example,dc=org"
 PEOPLE, DEVICES, SHARED = f"ou=People,{SUFFIX}", f"ou=Devices,{SUFFIX}", "cn=localhost"
 ADMIN, ADMIN_PASSWORD = f"cn=admin,{SUFFIX}", "secret"

@@ -2,9 +2,10 @@
 
 import subprocess
 
+import memcheck
 import pytest
 
-from varnel_run import BASE, DEFAULT_NAME, HEADER, MEMCHECK, SUCCESS, TWO_SERVERS, m
+from varnel_run import BASE, DEFAULT_NAME, HEADER, SUCCESS, TWO_SERVERS, m
 
 ENTRY = b"dn: ou=above\nou: above\n"
 RESULT = HEADER + b"\ndn: ou=above\nou: above\n"
@@ -164,7 +165,7 @@ def test_a_missing_configuration_file(site):
 
 @pytest.mark.parametrize("name", ["LANG", "LC_ALL", "TMPDIR", "HOME", "GETOPT"])
 def test_no_environment_variable_changes_a_run(ready, name):
-    if MEMCHECK and name == "TMPDIR":
+    if memcheck.ON and name == "TMPDIR":
         pytest.skip("valgrind needs that directory for itself")
     ready.run(environment={name: "tr_TR.UTF-8"}).expect(0, *SUCCESS)
     assert_split(ready)

@@ -3,6 +3,7 @@ wrong and fails."""
 
 import random
 
+import memcheck
 import pytest
 
 from varnel_run import DEFAULT_NAME, TWO_SERVERS, m
@@ -45,7 +46,7 @@ def complete_lines(size):
 
 
 def test_every_beginning_of_a_configuration(site):
-    for size in range(len(TEXT) + 1):
+    for size in memcheck.some(range(len(TEXT) + 1)):
         run = run_orderly(site, TEXT[:size])
         tree = set(site.tree()) - GIVEN
         # A line that is cut off in its file name names another file, whose name is shorter.
@@ -70,7 +71,7 @@ def test_configurations_with_random_faults(site, seed):
     generator = random.Random(seed)
     # No slash: every file stays in the directory of the test.
     faults = b"\n\n\r \0\t::=,+#\\\"axz019\xff"
-    for _ in range(40):
+    for _ in memcheck.some(range(40)):
         data = bytearray(TEXT)
         for _ in range(generator.choice([1, 1, 2, 6])):
             at = generator.randrange(len(data))
@@ -88,6 +89,6 @@ def test_configurations_with_random_faults(site, seed):
 def test_lines_in_random_order(site, seed):
     generator = random.Random(seed)
     lines = [*TWO_SERVERS, "basedn: o=other", "dn: o=x", "parenturl: x", "", "# comment"]
-    for _ in range(30):
+    for _ in memcheck.some(range(30)):
         chosen = generator.choices(lines, k=generator.randrange(1, 16))
         run_orderly(site, ("\n".join(chosen) + "\n").encode())

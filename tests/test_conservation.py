@@ -4,6 +4,7 @@ lost, nothing is added, nothing is in a wrong file."""
 import base64
 import random
 
+import memcheck
 import pytest
 import split_model
 
@@ -196,7 +197,7 @@ SMALL = (
 
 def test_every_beginning_of_an_input(site):
     configure(site)
-    stops = {expect_as_modelled(site, SMALL[:size]).stop for size in range(len(SMALL) + 1)}
+    stops = {expect_as_modelled(site, SMALL[:size]).stop for size in memcheck.some(range(len(SMALL) + 1))}
     assert None in stops and len(stops) > 5
 
 
@@ -204,7 +205,7 @@ def test_every_beginning_of_an_input(site):
 def test_inputs_with_random_faults(site, seed):
     generator = random.Random(seed)
     configure(site)
-    for _ in range(40):
+    for _ in memcheck.some(range(40)):
         data = bytearray(SMALL)
         for _ in range(generator.choice([1, 1, 2, 5])):
             at = generator.randrange(len(data))
@@ -225,7 +226,7 @@ def test_inputs_with_overlong_lines(site, seed):
     configure(site)
     starts = [b"a: ", b"dn: cn=x", b"dn: o=example", b"#", b"\n", b"\r", b" ", b"\0", b"b: 1\n",
               b"sn:: ", b"no colon"]  # fmt: skip
-    for _ in range(20):
+    for _ in memcheck.some(range(20)):
         data = b"dn: o=example\n"
         for _ in range(generator.randrange(1, 8)):
             start = generator.choice(starts)

@@ -6,6 +6,7 @@ import re
 import shutil
 import subprocess
 
+import memcheck
 import message_texts
 import pytest
 
@@ -33,7 +34,7 @@ def cache_entry(name):
 def run(*command, directory):
     environment = {**os.environ, "PATH": f"{BINARY.parent}:{os.environ['PATH']}"}
     return subprocess.run(
-        command, cwd=directory, env=environment, capture_output=True, encoding="utf-8", timeout=60
+        command, cwd=directory, env=environment, capture_output=True, encoding="utf-8", timeout=memcheck.patience(60)
     )
 
 

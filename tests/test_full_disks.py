@@ -3,6 +3,7 @@ and at which line, unless every byte is there."""
 
 import subprocess
 
+import memcheck
 import pytest
 
 from fault_runs import (
@@ -15,7 +16,7 @@ PAGE = 4096
 DATA = sample_input(1900)
 WHOLE = outputs_of(DATA)
 PAGES_NEEDED = sum(-(-len(content) // PAGE) for content in WHOLE.values())
-STEP = 8 if SANITIZED else 1
+STEP = 8 if SANITIZED or memcheck.ON else 1
 
 ON_DISK = [
     line.replace(": ", ": disk/") if line.endswith(tuple(OUTPUTS)) else line

@@ -7,11 +7,12 @@ import pathlib
 import re
 import subprocess
 
+import memcheck
 import message_texts
 import pytest
 
 BUILD = pathlib.Path(os.environ["VARNEL_BUILD"]).resolve()
-PROGRAM = pathlib.Path(os.environ["VARNEL_BINARY"]).resolve()
+PROGRAM = memcheck.itself(pathlib.Path(os.environ["VARNEL_BINARY"]).resolve())
 LIBRARY = BUILD / "libdirclient.so"
 
 

@@ -4,6 +4,7 @@ import os
 import resource
 import subprocess
 
+import memcheck
 import pytest
 
 from fault_runs import SANITIZED
@@ -55,10 +56,12 @@ def from_the_first_server(count):
     return [f"{i}.ldif" for i in range(count)]
 
 
+WITHOUT_VALGRIND = pytest.mark.skipif(memcheck.ON, reason=memcheck.NEEDS_DESCRIPTORS)
 # To look at the memory of an exception, a sanitizer opens files of its own.
 WITHOUT_SANITIZER = pytest.mark.skipif(SANITIZED, reason="a sanitizer needs descriptors, too")
 
 
+@WITHOUT_VALGRIND
 @WITHOUT_SANITIZER
 @pytest.mark.parametrize("hard", [20, 100, OPEN_BEFORE + NEEDED - 2])
 def test_too_few_open_files_for_the_servers_that_have_entries(many_servers, hard):
@@ -73,6 +76,7 @@ def test_too_few_open_files_for_the_servers_that_have_entries(many_servers, hard
         assert site.read(name) == (HEADER if int(name[:-5]) < opened else b"")
 
 
+@WITHOUT_VALGRIND
 @pytest.mark.parametrize("hard", [20, OPEN_BEFORE + NEEDED - 1])
 def test_too_few_open_files_do_no_harm_where_not_all_get_entries(many_servers, hard):
     site = many_servers
@@ -90,12 +94,14 @@ def test_the_warning_comes_before_the_split_begins(many_servers):
     ]  # fmt: skip
 
 
+@WITHOUT_VALGRIND
 def test_just_enough_open_files(many_servers):
     site = many_servers
     site.run(preexec_fn=limited(resource.RLIMIT_NOFILE, OPEN_BEFORE + NEEDED)).expect(0, *SUCCESS)
     assert site.read("299.ldif") == HEADER + b"\ndn: o=example\n"
 
 
+@WITHOUT_VALGRIND
 def test_a_soft_limit_is_raised(many_servers):
     site = many_servers
     _, hard = resource.getrlimit(resource.RLIMIT_NOFILE)
@@ -104,6 +110,7 @@ def test_a_soft_limit_is_raised(many_servers):
     site.run(preexec_fn=limited(resource.RLIMIT_NOFILE, 20, hard)).expect(0, *SUCCESS)
 
 
+@WITHOUT_VALGRIND
 @pytest.mark.skipif(
     bool(os.environ.get("VARNEL_SANITIZE")), reason="a sanitizer's checks need open files too"
 )

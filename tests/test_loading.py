@@ -18,6 +18,7 @@ import subprocess
 import tempfile
 import time
 
+import memcheck
 import pytest
 
 SOURCES = pathlib.Path(os.environ["VARNEL_SOURCES"])
@@ -25,7 +26,7 @@ BINARY = pathlib.Path(os.environ["VARNEL_BINARY"]).resolve()
 EXAMPLES = SOURCES / "examples"
 INSTALLED_EXAMPLES = "/usr/local/share/varnel/examples"
 OTHER_SERVER = "389 Directory Server"
-PATIENCE = 300
+PATIENCE = memcheck.patience(300)
 MEMORY = pathlib.Path("/dev/shm")
 PASSWORD_OF_THE_PAGE = "not secret at all"
 PEOPLE = "ou=People,dc=example,dc=org"

@@ -13,6 +13,7 @@ import re
 import shutil
 import subprocess
 
+import memcheck
 import message_texts
 import pytest
 import rendered_page
@@ -107,7 +108,7 @@ def configuration_of(lines):
 
 def varnel(directory, *options, **more):
     return subprocess.run(
-        [BINARY, *options], cwd=directory, capture_output=True, encoding="utf-8", timeout=60, **more
+        [BINARY, *options], cwd=directory, capture_output=True, encoding="utf-8", timeout=memcheck.patience(60), **more
     )
 
 
@@ -411,7 +412,7 @@ def shell(script, directory, **environment):
         cwd=directory,
         capture_output=True,
         encoding="utf-8",
-        timeout=60,
+        timeout=memcheck.patience(60),
         env={**os.environ, "PATH": f"{BINARY.parent}:{os.environ['PATH']}", **environment},
     )
 
@@ -493,7 +494,7 @@ def cron_job(directory, varnel_page):
             cwd="/",
             capture_output=True,
             encoding="utf-8",
-            timeout=60,
+            timeout=memcheck.patience(60),
             env={"PATH": f"{directory}/bin:{BINARY.parent}:{os.environ['PATH']}", "EXPORT": str(export)},
         )
 

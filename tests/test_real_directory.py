@@ -18,6 +18,7 @@ import socket
 import subprocess
 import time
 
+import memcheck
 import pytest
 
 SUFFIX = "dc=example,dc=com"
@@ -80,7 +81,7 @@ def run(*command, **options):
         stdin=subprocess.DEVNULL,
         stdout=subprocess.PIPE,
         stderr=subprocess.PIPE,
-        timeout=300,
+        timeout=memcheck.patience(300),
         **options,
     )
     return done

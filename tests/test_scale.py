@@ -11,6 +11,7 @@ import socket
 import subprocess
 import time
 
+import memcheck
 import pytest
 from test_real_directory import find_program
 
@@ -18,7 +19,7 @@ SOURCES = pathlib.Path(os.environ["VARNEL_SOURCES"])
 BINARY = pathlib.Path(os.environ["VARNEL_BINARY"]).resolve()
 FILES = ["people1", "people2", "people3", "devices1", "devices2", "parent"]
 PEOPLE = "ou=People,dc=example,dc=org"
-PATIENCE = 300
+PATIENCE = memcheck.patience(300)
 
 
 def blocks(heading, page="docs/scale.md"):

@@ -8,6 +8,7 @@ import random
 import shlex
 import subprocess
 
+import memcheck
 import pytest
 
 from test_foreign_formats import compressed
@@ -379,6 +380,7 @@ def limited(command, limit):
     return ["bash", "-c", f"{limit}; exec \"$@\"", "bash", *command]
 
 
+@pytest.mark.skipif(memcheck.ON, reason=memcheck.NEEDS_DESCRIPTORS)
 def test_too_few_descriptors(ctl):
     ctl.configure(*GLOBAL_LINES, BASE, *itertools.chain(
         *([f"url: ldap://{i}", f"file: {i}.ldif"] for i in range(40))))  # fmt: skip

@@ -15,6 +15,7 @@ import threading
 import time
 import typing
 
+import memcheck
 import pytest
 
 import fault_runs
@@ -338,6 +339,7 @@ def test_no_directory_for_a_file(ctl):
     assert ctl.tree() == before
 
 
+@pytest.mark.skipif(memcheck.ON, reason=memcheck.NEEDS_DESCRIPTORS)
 def test_too_few_descriptors(ctl):
     lines = [*GLOBAL_LINES, BASE]
     for i in range(40):
@@ -350,6 +352,7 @@ def test_too_few_descriptors(ctl):
     assert ctl.tree() == before
 
 
+@pytest.mark.skipif(memcheck.ON, reason=memcheck.WRITES_FILES)
 def test_a_limit_of_file_size(ctl):
     before = given(ctl, sample_input(4000))
     run = subprocess.run(["bash", "-c", 'ulimit -f 64; exec "$@"', "bash", ctl.binary, "split"],
@@ -358,6 +361,7 @@ def test_a_limit_of_file_size(ctl):
     assert ctl.tree() == before
 
 
+@pytest.mark.skipif(memcheck.ON, reason=memcheck.NEEDS_MEMORY)
 @pytest.mark.skipif(SANITIZED, reason="a sanitizer takes more address space than that")
 def test_no_memory(ctl):
     """At each limit the run is whole, or says that it is not and leaves nothing."""

@@ -2,8 +2,6 @@
 
 A Site is a fresh directory. Its run() returns a Run, whose expect() compares the exit status and,
 stream by stream, every message with its arguments; tree() is the directory's content by bytes.
-With VARNEL_MEMCHECK=1 in the environment the program runs under valgrind's memcheck, and any finding
-changes its exit status to MEMCHECK_STATUS; what was found stands in MEMCHECK_REPORTS.
 What counts the lines that were run (VARNEL_COVERAGE=1) complains on standard error where it cannot keep its
 counts, in runs without privileges or descriptors; a Run leaves that out.
 The warnings that the input gives by its content are worked out by expect() with a plain model, so that
@@ -19,32 +17,17 @@ import shutil
 import stat
 import subprocess
 import sys
-import tempfile
 import time
 
+import memcheck
 import message_texts
 import pytest
 import split_model
 
 # Long enough for a sanitizer build on a busy machine: a guard against a run that hangs.
-HANG_GUARD_SECONDS = 240
+HANG_GUARD_SECONDS = memcheck.patience(240)
 
 NOBODY = 65534
-
-MEMCHECK = os.environ.get("VARNEL_MEMCHECK") == "1"
-MEMCHECK_STATUS = 99
-MEMCHECK_REPORTS = pathlib.Path(tempfile.gettempdir()) / "varnel-memcheck"
-# What is still reachable at the end is no leak: exit() leaves the objects of all functions alone.
-MEMCHECK_COMMAND = [
-    "valgrind",
-    "--quiet",
-    f"--error-exitcode={MEMCHECK_STATUS}",
-    "--leak-check=full",
-    "--show-leak-kinds=definite",
-    "--errors-for-leak-kinds=definite",
-    f"--suppressions={pathlib.Path(__file__).with_name('memcheck.supp')}",
-    f"--log-file={MEMCHECK_REPORTS}/%p",
-]
 
 # A program that counts its lines adds them to files of the build when it ends. Where it may not write
 # all of them, they must not be touched: half a file would take the counts of all other runs with it.
@@ -231,6 +214,8 @@ class Run:
 
 def with_file_size_limit(size):
     """Options of Site.run()."""
+    if memcheck.ON:
+        pytest.skip(memcheck.WRITES_FILES)
     return {
         "preexec_fn": lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (size, size)),
         "environment": UNCOUNTED,
@@ -243,16 +228,6 @@ def wait_for(condition):
     while not condition():
         assert time.monotonic() < deadline
         time.sleep(0.005)
-
-
-def make_memcheck_reports():
-    MEMCHECK_REPORTS.mkdir(exist_ok=True)
-    # For the runs without privileges, too.
-    MEMCHECK_REPORTS.chmod(0o1777)
-
-
-def memcheck_report(pid):
-    return (MEMCHECK_REPORTS / str(pid)).read_text(encoding="utf-8", errors="replace")
 
 
 class Site:
@@ -294,14 +269,9 @@ class Site:
         return found
 
     def start(self, *arguments, name=None, environment=None, **options):
-        if MEMCHECK and name is None:
-            make_memcheck_reports()
-            command = [*MEMCHECK_COMMAND, str(self.binary), *arguments]
-        else:
-            command = [name or str(self.binary), *arguments]
-            options["executable"] = str(self.binary)
+        options["executable"] = str(memcheck.itself(self.binary) if name else self.binary)
         return subprocess.Popen(
-            command,
+            [name or str(self.binary), *arguments],
             cwd=self.path,
             env={**os.environ, **(environment or {})},
             **options,
@@ -318,8 +288,6 @@ class Site:
             except subprocess.TimeoutExpired:
                 process.kill()
                 raise
-        if MEMCHECK:
-            assert process.returncode != MEMCHECK_STATUS, memcheck_report(process.pid)
         # With the schema of an instance names are equal that the model does not know to be.
         modelled = None if "-I" in arguments[:-1] else self
         return Run(process.returncode, stdout or b"", stderr or b"", modelled, input)
@@ -376,5 +344,5 @@ def peak_memory(program, directory, *arguments):
 
 # What a sanitizer keeps of memory that was given back grows.
 MEASURES_MEMORY = pytest.mark.skipif(
-    bool(os.environ.get("VARNEL_SANITIZE")), reason="the memory is that of the sanitizer"
+    bool(os.environ.get("VARNEL_SANITIZE")) or memcheck.ON, reason="the memory is that of the sanitizer or of valgrind"
 )

@@ -247,6 +247,8 @@ const ProblemRow problemRows[] = {
      Problem::Kind::badDefinition, 2, "\"M:1\""},
     {"MacroOfAnUnknownOne", goodDirective + "objectidentifier M N:2\n",
      Problem::Kind::badDefinition, 2, "\"N:2\""},
+    {"MacroOfAnUnknownName", goodDirective + "objectidentifier M N\n", Problem::Kind::badDefinition,
+     2, "\"N\" is neither"},
     {"MacroOfItself", goodDirective + "objectidentifier M M:2\n", Problem::Kind::badDefinition, 2,
      "\"M:2\""},
     {"MacroWithoutOid", goodDirective + "objectidentifier M\n", Problem::Kind::badDefinition, 2,

@@ -61,6 +61,15 @@ TYPED_TEST(BytesOf, EveryByteIsComparedByItself) {
   }
 }
 
+TYPED_TEST(BytesOf, AnAnswerHasAllBitsOfAByteOrNone) {
+  const std::string bytes = "abcdefghijklmnop";
+  std::string stored(text::bytesAtOnce, '?');
+  TypeParam(bytes.data()).equal('b').store(stored.data());
+  EXPECT_EQ(stored, std::string("\0\xFF", 2) + std::string(14, '\0'));
+  TypeParam(bytes.data()).between('o', 'z').store(stored.data());
+  EXPECT_EQ(stored, std::string(14, '\0') + "\xFF\xFF");
+}
+
 TYPED_TEST(BytesOf, SmallLettersAreMadeOfLettersAlone) {
   for (int start = 0; start < 256; start += 16) {
     std::string bytes;
