@@ -3,6 +3,7 @@
 import os
 import pathlib
 import shutil
+import signal
 import tempfile
 
 import pytest
@@ -10,6 +11,11 @@ import pytest
 import memcheck
 
 pytest.register_assert_rewrite("varnel_run")
+
+# Where they are ignored, as in a job in the background, the programs that the tests start would ignore them too.
+for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+    if signal.getsignal(number) == signal.SIG_IGN:
+        signal.signal(number, signal.SIG_DFL)
 
 if memcheck.ON:
     # Before a test reads where the programs are.
