@@ -1,8 +1,8 @@
+#include <array>
 #include <chrono>
 #include <cinttypes>
 #include <cstdio>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <random>
 #include <string>
@@ -218,7 +218,13 @@ std::string readPassword(const std::string& name) {
   if (!file) {
     throw SystemError::of(text::onOneLine(name));
   }
-  std::string password((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  std::string password;
+  // By read(), which says that a read failed; an iterator would throw the library's own words.
+  std::array<char, 256> block{};
+  do {
+    file.read(block.data(), block.size());
+    password.append(block.data(), static_cast<std::size_t>(file.gcount()));
+  } while (file);
   if (file.bad()) {
     throw SystemError::of(text::onOneLine(name));
   }
