@@ -211,6 +211,11 @@ TEST_F(FileComparisonTest, WithoutEntriesTheFileIsEmpty) {
   EXPECT_EQ(compare({}, textOf(strangers(3)), false), (Counts{{wrongHeader, 1}, {foreign, 3}}));
 }
 
+TEST_F(FileComparisonTest, CountsMoreThanItKeepsBehindTheEndOfTheFile) {
+  const int lost = 33000;
+  EXPECT_EQ(compare(people(0, lost), header), (Counts{{missing, lost}, {truncated, 1}}));
+}
+
 /// Removes a block of the entries, puts strangers or a copy of it in, or turns it round.
 void damage(Entries& entries, std::mt19937& random) {
   const auto below = [&](std::size_t end) { return random() % end; };

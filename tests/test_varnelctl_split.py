@@ -718,6 +718,26 @@ def test_a_file_that_appears_meanwhile_is_not_overwritten(ctl, way):
     assert ctl.tree() == {**before, **{name: b"of another" for name in names}}
 
 
+def test_the_default_output_file_is_not_written(ctl):
+    before = given(ctl, SMALL, [x for x in TWO_SERVERS if x != REST])
+    fault = f"fail:0:{errno.ENOSPC}:write:{ctl.path}/.parent.ldif.varnelctl-??????"
+    result = run_with_fault(ctl, fault, "split", calls=CALLS)
+    assert result.run.status == SYSTEM_FAILED, result.shown()
+    assert result.run.stderr == b"varnelctl: parent.ldif: No space left on device\n"
+    assert ctl.tree() == before
+
+
+def test_a_pipe_that_cannot_be_opened(ctl):
+    given(ctl, b"dn: o=elsewhere\no: elsewhere\n")
+    os.mkfifo(ctl.path / "two.ldif")
+    before = ctl.tree()
+    fault = f"failing:0:{errno.EACCES}:openat:{ctl.absolute('two.ldif')}"
+    result = run_with_fault(ctl, fault, "split", calls=CALLS)
+    assert result.run.status == SYSTEM_FAILED, result.shown()
+    assert result.run.lines("stderr")[-1] == f"varnelctl: {ctl.absolute('two.ldif')}: Permission denied"
+    assert ctl.tree() == before
+
+
 def test_a_full_disk(ctl):
     data = sample_input(4000)
     before = given(ctl, data)

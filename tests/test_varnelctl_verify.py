@@ -1,10 +1,13 @@
 """varnelctl verify: the output files against the input, byte for byte."""
 
 import bz2
+import errno
 import gzip
 import lzma
+import os
 import random
 
+import fault_runs
 import pytest
 import split_model
 import test_conservation
@@ -14,6 +17,7 @@ from verified_split import (
 )  # fmt: skip
 
 from varnel_run import GLOBAL_LINES, HEADER
+from varnelctl_run import ControlSite
 
 DATA = ordinary_input()
 LINES = input_lines(DATA)
@@ -417,6 +421,16 @@ def test_what_cannot_be_read(split):
     (split.path / "p1.ldif.gz").mkdir()
     done = control(split, "verify")
     assert done.returncode == SYSTEM_FAILED and b"p1.ldif.gz: " in done.stderr
+
+
+@pytest.mark.parametrize("call, error", [("openat", "EACCES"), ("read", "EIO")])
+def test_a_file_that_fails(binary, split, call, error):
+    ctl = ControlSite(binary, split.path)
+    fault = f"failing:0:{getattr(errno, error)}:{call}:{split.absolute('p1.ldif')}"
+    result = fault_runs.run_with_fault(ctl, fault, "verify")
+    reason = os.strerror(getattr(errno, error))
+    assert result.run.status == SYSTEM_FAILED, result.shown()
+    assert result.run.stderr.decode() == f"varnelctl: {split.absolute('p1.ldif')}: {reason}\n"
 
 
 def test_the_model_routes_as_the_files_say(split):
