@@ -237,13 +237,13 @@ void ConfigurationReading::addForeignFormat() {
   if (foreignFormat_.empty()) {
     return;
   }
-  const bool isCompressed = foreignFormat_.find("compressed") != std::string::npos;
-  if (isCompressed) {
+  const bool isPacked = isCompressed(foreignFormat_);
+  if (isPacked) {
     findings_.clear();  // its bytes are no lines
   }
-  add({true, config_->configFile_, isCompressed ? 0 : 1,
-       isCompressed ? "the file does not hold plain text" : "the file begins with foreign bytes",
-       foreignFormat_, isCompressed ? "unpack it" : "remove the mark"});
+  add({true, config_->configFile_, isPacked ? 0 : 1,
+       isPacked ? "the file does not hold plain text" : "the file begins with foreign bytes",
+       foreignFormat_, isPacked ? "unpack it" : "remove the mark"});
 }
 
 bool ConfigurationReading::isUsable() const {

@@ -6,6 +6,7 @@
 #include <numeric>
 #include <utility>
 
+#include "admin/jsonText.h"
 #include "platform/text/onOneLine.h"
 
 const char* nameOf(Difference::Kind kind) {
@@ -106,6 +107,5 @@ void Differences::addTo(nlohmann::ordered_json& result) const {
 }
 
 void printJson(const nlohmann::ordered_json& result) {
-  using Json = nlohmann::ordered_json;
-  std::printf("%s\n", result.dump(-1, ' ', false, Json::error_handler_t::replace).c_str());
+  std::printf("%s\n", jsonText(result).c_str());
 }

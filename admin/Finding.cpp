@@ -50,7 +50,7 @@ constexpr Row rows[] = {
     {67, -1, 0, 1, "an attribute line before the first dn line belongs to no entry",
      "it is left out"},
     {69, -1, 0, 1, "the last line has no line end", "check that the last entry is whole"},
-    {70, -1, 0, 1, "a change record is copied as if it were an entry",
+    {70, -1, 0, 1, "a change record is taken for an entry",
      "split an export of entries, and apply changes to the servers"},
     {71, 1, -1, -1, "two servers of a base DN have the same URL",
      "mend the line if it was copied and not changed"},

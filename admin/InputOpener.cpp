@@ -6,14 +6,17 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "admin/exitStatus.h"
 #include "driver/foreignFormat.h"
+#include "platform/text/lastError.h"
 
 namespace {
 
@@ -25,9 +28,67 @@ struct ArchiveCloser {
 
 using Archive = std::unique_ptr<archive, ArchiveCloser>;
 
-bool isCompressed(const std::string& name) {
-  const std::string format = foreignFormat(name);
-  return format.find("compressed") != std::string::npos;
+/// The bytes of a descriptor, as the library asks for them.
+class Source {
+ public:
+  explicit Source(int file) : file_(file), block_(blockSize), blockBefore_(blockSize) {}
+
+  /// The size of the next block, which is in data() then; 0 at the end, negative with the reason in
+  /// errno.
+  ssize_t readBlock() {
+    std::swap(blockBefore_, block_);
+    sizeBefore_ = size_;
+    ssize_t count = 0;
+    do {
+      count = ::read(file_, block_.data(), block_.size());
+    } while (count < 0 && errno == EINTR);
+    size_ = count > 0 ? static_cast<std::size_t>(count) : 0;
+    given_ += size_;
+    return count;
+  }
+
+  const char* data() const { return block_.data(); }
+
+  /// Whether behind the first `taken` bytes there are zeros alone, as where a file was padded, or
+  /// nothing. Reads to the end.
+  bool isPaddingBehind(std::uint64_t taken) {
+    // The library looks ahead: by less than two blocks, unless they come in tiny pieces.
+    const std::uint64_t ahead = given_ - taken;
+    if (ahead > size_ + sizeBefore_) {
+      return false;
+    }
+    const std::size_t ofLast = std::min<std::size_t>(ahead, size_);
+    bool isPadding = endsWithZeros(blockBefore_.data() + sizeBefore_, ahead - ofLast) &&
+                     endsWithZeros(block_.data() + size_, ofLast);
+    ssize_t count = 1;
+    while (isPadding && count > 0) {
+      count = readBlock();
+      isPadding = count >= 0 && endsWithZeros(block_.data() + size_, size_);
+    }
+    return isPadding;
+  }
+
+ private:
+  static bool endsWithZeros(const char* end, std::size_t size) {
+    return std::all_of(end - size, end, [](char c) { return c == '\0'; });
+  }
+
+  int file_;
+  std::vector<char> block_;
+  std::vector<char> blockBefore_;
+  std::size_t size_ = 0;
+  std::size_t sizeBefore_ = 0;
+  std::uint64_t given_ = 0;  // bytes in all
+};
+
+la_ssize_t giveBlock(archive* reader, void* source, const void** bytes) {
+  auto& from = *static_cast<Source*>(source);
+  const ssize_t count = from.readBlock();
+  if (count < 0) {
+    archive_set_error(reader, errno, "%s", text::lastError().c_str());
+  }
+  *bytes = from.data();
+  return count;
 }
 
 /// False where nobody reads any more.
@@ -67,22 +128,36 @@ AutoClose InputOpener::open(const std::string& name) {
     size_ = static_cast<std::uint64_t>(status.st_size);
   }
   file_ = ::fileno(stream.get());
-  const bool isPacked = isCompressed(name);
+  const bool isPacked = isCompressed(foreignFormat(name));
   if (isFile && !isPacked) {
     return stream;
   }
-  std::array<int, 2> ends{};
   const int packed = ::dup(file_);
-  if (packed < 0 || ::pipe(ends.data()) != 0) {
-    return nullptr;
+  std::array<int, 2> ends{-1, -1};
+  AutoClose unpacked;
+  if (packed >= 0 && ::pipe(ends.data()) == 0) {
+    unpacked.reset(::fdopen(ends[0], "r"));
+  }
+  if (unpacked == nullptr) {
+    const int reason = errno;
+    for (const int file : {packed, ends[0], ends[1]}) {
+      if (file >= 0) {
+        ::close(file);
+      }
+    }
+    errno = reason;
+    return unpacked;
   }
   file_ = packed;
-  thread_ = std::thread([this, packed, isPacked, to = ends[1]] { unpack(packed, to, isPacked); });
-  return AutoClose(::fdopen(ends[0], "r"));
+  thread_ = std::thread([this, packed, isPacked, to = ends[1]] {
+    fault_ = unpack(packed, to, isPacked);
+    ::close(to);
+  });
+  return unpacked;
 }
 
-/// The thread: unpacks until the end, a fault, or until nobody reads any more.
-void InputOpener::unpack(int from, int to, bool isPacked) {
+/// The thread: unpacks until the end, a fault, which it returns, or until nobody reads any more.
+std::string InputOpener::unpack(int from, int to, bool isPacked) {
   const Archive reader(archive_read_new());
   archive_read_support_filter_gzip(reader.get());
   archive_read_support_filter_bzip2(reader.get());
@@ -90,18 +165,18 @@ void InputOpener::unpack(int from, int to, bool isPacked) {
   archive_read_support_filter_zstd(reader.get());
   archive_read_support_format_raw(reader.get());
   archive_read_support_format_empty(reader.get());
+  Source source(from);
   archive_entry* entry = nullptr;
-  std::vector<char> block(blockSize);
-  int result = archive_read_open_fd(reader.get(), from, blockSize);
+  int result = archive_read_open(reader.get(), &source, nullptr, giveBlock, nullptr);
   if (result == ARCHIVE_OK) {
     result = archive_read_next_header(reader.get(), &entry);
   }
-  if (result == ARCHIVE_OK && isPacked &&
-      archive_filter_code(reader.get(), 0) == ARCHIVE_FILTER_NONE) {
+  const bool isFiltered = archive_filter_code(reader.get(), 0) != ARCHIVE_FILTER_NONE;
+  if (result == ARCHIVE_OK && isPacked && !isFiltered) {
     // Not even its header is whole, so that the library takes it for plain data.
-    fault_ = "truncated input";
-    result = ARCHIVE_EOF;
+    return "truncated input";
   }
+  std::vector<char> block(blockSize);
   while (result == ARCHIVE_OK) {
     const la_ssize_t unpacked = archive_read_data(reader.get(), block.data(), block.size());
     if (unpacked == 0) {
@@ -109,14 +184,17 @@ void InputOpener::unpack(int from, int to, bool isPacked) {
     } else if (unpacked < 0) {
       result = ARCHIVE_FATAL;
     } else if (!writeAll(to, block.data(), static_cast<std::size_t>(unpacked))) {
-      break;
+      return "";
     }
   }
-  if (result != ARCHIVE_OK && result != ARCHIVE_EOF) {
+  if (result != ARCHIVE_EOF) {
     const char* const reason = archive_error_string(reader.get());
-    fault_ = reason != nullptr ? reason : "it cannot be unpacked";
+    return reason != nullptr ? reason : "it cannot be unpacked";
   }
-  ::close(to);
+  // Two of the formats end for the library wherever no other part of theirs begins.
+  const auto used = static_cast<std::uint64_t>(archive_filter_bytes(reader.get(), -1));
+  return !isFiltered || source.isPaddingBehind(used) ? ""
+                                                     : "what follows the compressed data is none";
 }
 
 void InputOpener::stop() {

@@ -24,7 +24,8 @@ class InputOpener {
   AutoClose open(const std::string& name);
 
   /// To be called once the stream is read to its end: waits for the thread, and throws SystemError
-  /// where the data could not be unpacked whole. A split that ended well is no good then.
+  /// where the data could not be unpacked whole, or other bytes than zeros follow it. A split that
+  /// ended well is no good then.
   void requireWhole();
 
   /// How many bytes of the file itself were taken so far; for regular files. May be called from any
@@ -35,7 +36,7 @@ class InputOpener {
   std::uint64_t size() const { return size_; }
 
  private:
-  void unpack(int from, int to, bool isPacked);
+  static std::string unpack(int from, int to, bool isPacked);
   void stop();
 
   std::string name_;

@@ -27,7 +27,7 @@ constexpr KindOfRemark kinds[] = {
      "fold the input with varnelctl fold"},
     {"dn_in_other_case", false, 66, "\"dn\" in other letters starts no entry",
      "write it in small letters"},
-    {"change_record", false, 70, "a change record is copied as if it were an entry",
+    {"change_record", false, 70, "a change record is taken for an entry",
      "split an export of entries"},
     {"before_the_first_dn", false, 67, "lines before the first dn line are left out", ""},
     {"no_line_end", false, 69, "the last line has no line end",

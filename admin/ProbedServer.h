@@ -12,6 +12,7 @@
 #include <map>
 #include <memory>
 #include <string>
+
 #include "admin/ProbeLogin.h"
 
 /// Asks one server over LDAP whether it has entries, many questions at a time. A server that cannot

@@ -2,11 +2,10 @@
 
 #include <algorithm>
 #include <csignal>
-#include <cstdlib>
 #include <exception>
-#include <new>
 
 #include "actors/ldifActorFactory.h"
+#include "admin/endUnexpectedly.h"
 #include "common/SystemFailure.h"
 #include "config/configKeys.h"
 #include "driver/ShareTable.h"
@@ -51,6 +50,11 @@ SplitRun::SplitRun(ConfigurationReading& reading, bool replace, bool isWatched)
 }
 
 SplitRun::~SplitRun() {
+  {
+    // Before the signals are let through again, of which one may end the process at once.
+    const std::unique_lock<std::mutex> held = signals_.lock();
+    files_.remove();
+  }
   std::set_terminate(before_);
   theRun = nullptr;
 }
@@ -97,6 +101,7 @@ void SplitRun::stage() {
   }
   const std::string* const file = files_.temporaryOf(parentFileDefault);
   if (config_.defaultOutputFile_ == parentFileDefault && file != nullptr) {
+    const std::unique_lock<std::mutex> held = signals_.lock();
     try {
       const int closed = std::fclose(openNewLdif<ldifsplit::LdifSplitException>(file->c_str()));
       if (closed != 0) {
@@ -150,7 +155,7 @@ ExitStatus SplitRun::split(const std::map<std::string, LdifActor*>& actors) {
 ExitStatus SplitRun::stopForInput(int line) {
   const std::string format = foreignFormat(config_.inputFile_);
   if (!unusableLine_.empty()) {
-    const bool hasMark = line == 1 && format.find("compressed") == std::string::npos;
+    const bool hasMark = line == 1 && !isCompressed(format);
     return stop(line, unusableLine_ + (hasMark && !format.empty() ? " (it is " + format + ")" : ""),
                 ExitStatus::wrong);
   }
@@ -209,8 +214,11 @@ std::FILE* SplitRun::openOutput(const std::string& name, char* buffer, std::size
   const std::string* const temporary = files_.temporaryOf(name);
   if (temporary == nullptr) {
     streams_[name] = true;
+    return SplitObserver::openOutput(name, buffer, size);  // which may wait for a reader
   }
-  return SplitObserver::openOutput(temporary != nullptr ? *temporary : name, buffer, size);
+  // A file that undo() has removed is not to come back.
+  const std::unique_lock<std::mutex> held = signals_.lock();
+  return SplitObserver::openOutput(*temporary, buffer, size);
 }
 
 void SplitRun::startsRecord(const ldifsplit::SplitRecord& record) {
@@ -264,22 +272,14 @@ void SplitRun::undo(int signal) {
   progress_.clear();
   files_.remove();
   std::fprintf(stderr, "varnelctl: stopped at line %d of %s by %s%s\n", line_.load(),
-               text::onOneLine(config_.inputFile_).c_str(), nameOf(signal), nothingChanged);
+               text::onOneLine(config_.inputFile_).c_str(), nameOf(signal),
+               files_.isAsBefore() ? nothingChanged : "");
 }
 
-/// An exception that a split cannot pass on: there is no memory left.
 void SplitRun::endUnexpectedly() {
   if (theRun != nullptr) {
     theRun->progress_.clear();
     theRun->files_.remove();
   }
-  try {
-    throw;
-  } catch (const std::bad_alloc&) {
-    std::fputs("varnelctl: out of memory", stderr);
-  } catch (...) {
-    std::fputs("varnelctl: unexpected failure", stderr);
-  }
-  std::fprintf(stderr, "%s\n", nothingChanged);
-  std::_Exit(static_cast<int>(ExitStatus::systemFailed));
+  ::endUnexpectedly(nothingChanged);
 }

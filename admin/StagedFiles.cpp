@@ -109,6 +109,9 @@ std::vector<std::string> StagedFiles::publish() {
     throw NameTaken(failure.what() + undo());
   } catch (const SystemError& failure) {
     throw SystemError(failure.what() + undo());
+  } catch (...) {
+    undo();  // memory ran out
+    throw;
   }
   return removeOld();
 }

@@ -43,8 +43,8 @@ class StagedFiles {
 
   /// Has the system write every file to its disk, which must be closed, and then renames all of
   /// them. A file that replaces another gets its mode and, as far as that is allowed, its owner and
-  /// group. Throws SystemError, NameTaken among them, with everything as it was; where even that
-  /// fails, what() says what is where.
+  /// group. Throws SystemError, NameTaken among them, or std::bad_alloc, with everything as it was;
+  /// where even that fails, what() of a SystemError says what is where.
   /// Returns the names under which old files are left that could not be removed.
   std::vector<std::string> publish();
 

@@ -7,8 +7,10 @@
 
 #include <fstream>
 #include <map>
+#include <new>
 #include <sstream>
 
+#include "testsupport/HeapAllocations.h"
 #include "testsupport/TemporaryDirectory.h"
 
 namespace {
@@ -124,6 +126,24 @@ TEST_F(StagedFilesTest, GoBackWhereOneWasRemoved) {
   stage(files, "b", "2");
   ASSERT_EQ(::unlink(files.temporaryOf(path("b"))->c_str()), 0);
   EXPECT_THROW(files.publish(), SystemError);
+  EXPECT_EQ(tree(), (Tree{{"a", "old"}}));
+}
+
+TEST_F(StagedFilesTest, GoBackWhereMemoryRunsOut) {
+  directory_.write("a", "old");
+  StagedFiles files(true);
+  stage(files, "a", "1");
+  stage(files, "b", "2");
+  exhaustMemory(true);
+  bool isTold = false;
+  try {
+    files.publish();
+  } catch (const std::bad_alloc&) {
+    isTold = true;
+  }
+  exhaustMemory(false);
+  EXPECT_TRUE(isTold);
+  EXPECT_TRUE(files.isAsBefore());
   EXPECT_EQ(tree(), (Tree{{"a", "old"}}));
 }
 

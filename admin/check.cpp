@@ -7,6 +7,7 @@
 
 #include "admin/ConfigurationReading.h"
 #include "admin/existingOutputs.h"
+#include "admin/jsonText.h"
 #include "admin/verbs.h"
 #include "admin/warningsOf.h"
 
@@ -35,8 +36,7 @@ void printJson(const ConfigurationReading& reading, const std::vector<Finding>& 
       {"findings", list},
       {"remove", removalOf(existingOutputs(reading.files()))},
   };
-  std::printf("%s\n",
-              result.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+  std::printf("%s\n", jsonText(result).c_str());
 }
 
 void printText(const std::vector<Finding>& findings, std::size_t errors) {

@@ -7,7 +7,7 @@
 
 #include "admin/LookedAtFiles.h"
 
-/// The output files that exist and hold bytes, each name once, in the order of the configuration.
+/// The output files that exist, be they empty, each name once, in the order of the configuration.
 /// Devices and pipes are none: nothing of them is lost.
 std::vector<LookedAtFiles::Use> existingOutputs(const LookedAtFiles& files);
 

@@ -1,5 +1,18 @@
 #include "admin/jsonText.h"
 
+namespace {
+
+template <typename Json>
+std::string onOneLine(const Json& value) {
+  return value.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+}  // namespace
+
 std::string jsonText(const nlohmann::json& value) {
-  return value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  return onOneLine(value);
+}
+
+std::string jsonText(const nlohmann::ordered_json& value) {
+  return onOneLine(value);
 }

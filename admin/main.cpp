@@ -6,8 +6,10 @@
 #include <new>
 
 #include "admin/commandLine.h"
+#include "admin/endUnexpectedly.h"
 #include "admin/exitStatus.h"
 #include "driver/prepareProcess.h"
+#include "platform/text/onOneLine.h"
 
 namespace {
 
@@ -29,13 +31,15 @@ ExitStatus run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   prepareProcess();
+  std::set_terminate([] { endUnexpectedly(""); });
   ExitStatus status = ExitStatus::systemFailed;
   try {
     status = run(argc, argv);
   } catch (const std::bad_alloc&) {
     std::fputs("varnelctl: out of memory\n", stderr);
   } catch (const std::exception& failure) {
-    std::fprintf(stderr, "varnelctl: %s\n", failure.what());
+    // It may have names of files in it, as they stand in the configuration.
+    std::fprintf(stderr, "varnelctl: %s\n", text::onOneLine(failure.what()).c_str());
   }
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
     std::fputs("varnelctl: standard output cannot be written\n", stderr);

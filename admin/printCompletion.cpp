@@ -3,10 +3,9 @@
 //   print_completion bash     for bash
 //   print_completion zsh      for zsh
 //   print_completion fish     for fish
-//   print_completion table    a line for each option of each verb: verb, the option's names with
-//   blanks
-//                             between them, the name of its argument (may be empty) and its
-//                             meaning, separated by tabs; for the tests
+//   print_completion table    for the tests: a line for each option of each verb, with tabs between
+//                             the verb, the option's names, which have blanks between them, the
+//                             name of its argument, which may be empty, and its meaning
 
 #include <CLI/CLI.hpp>
 #include <cstdio>

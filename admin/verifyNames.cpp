@@ -153,14 +153,18 @@ void NamesVerifier::noteFault(const std::string& file, const ldifsplit::Unusable
 }
 
 void NamesVerifier::readInput(bool isFirst, const Visit& visit) {
+  // Each once, as an export has a base entry, though several servers may have one file.
+  std::vector<std::uint32_t> holders;
   const auto each = [&](const ldifsplit::SplitRecord& record, const Fingerprint& print) {
     entries_ += isFirst ? 1 : 0;
-    const std::string* last = nullptr;
+    holders.clear();
     for (const std::string* name : record.files) {
-      if (last == nullptr || *name != *last) {
-        visit(numbers_.at(*name), print, Side::expected, record);
-      }
-      last = name;
+      holders.push_back(numbers_.at(*name));
+    }
+    std::sort(holders.begin(), holders.end());
+    holders.erase(std::unique(holders.begin(), holders.end()), holders.end());
+    for (const std::uint32_t file : holders) {
+      visit(file, print, Side::expected, record);
     }
   };
   const auto fault = [&](const ldifsplit::UnusableLine& line) {

@@ -155,10 +155,9 @@ void Warnings::ofInput() {
   for (const Use& use : reading_.files().uses()) {
     line = use.role == FileRole::input ? use.line : line;
   }
-  const bool isCompressed = format.find("compressed") != std::string::npos;
   add(line, "the input is " + format, input,
-      isCompressed ? "varnelctl reads it as it is, varnel has to be given the plain text"
-                   : "it can be split only without the mark");
+      isCompressed(format) ? "varnelctl reads it as it is, varnel has to be given the plain text"
+                           : "it can be split only without the mark");
 }
 
 /// A split may have all output files and the input open at a time.

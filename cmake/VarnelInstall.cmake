@@ -30,7 +30,8 @@ foreach(page IN LISTS pages ITEMS varnel-messages.7)
   endif()
   install(FILES ${made_docs}/${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT ${component})
 endforeach()
-install(FILES ${made_docs}/messages.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT program)
+install(FILES ${made_docs}/messages.md ${made_docs}/loading.md ${made_docs}/scale.md
+  DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT program)
 
 install(DIRECTORY examples/split DESTINATION ${data}/examples COMPONENT program USE_SOURCE_PERMISSIONS)
 install(DIRECTORY examples/cluster DESTINATION ${data}/examples COMPONENT development USE_SOURCE_PERMISSIONS

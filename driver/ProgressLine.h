@@ -14,8 +14,8 @@
 /// left out, a figure as a whole. Below 20 columns there is no line. Its texts are messages 75 and
 /// 76 without their identifiers, in ASCII.
 ///
-/// Nothing is written by a process in the background, nor to a terminal that takes nothing at the
-/// time: the run does not wait for it.
+/// show() writes nothing in a process in the background, nor to a terminal that takes nothing at
+/// the time: the run does not wait for it.
 class ProgressLine {
  public:
   using Clock = std::chrono::steady_clock;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <termios.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -118,8 +119,7 @@ TEST(ProgressLine, IsClearedOnceAndAtTheEnd) {
             "\r1 B  0 B/s  0 entries\r                     \r");
 }
 
-// --- Widths
-// ---------------------------------------------------------------------------------------
+// --- Widths -------------------------------------------------------------------------------------
 
 struct Fit {
   unsigned short columns;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <ostream>
+#include <string>
 
 namespace {
 
@@ -56,7 +57,7 @@ TEST(ShareTable, CountsCharactersAndEscapesControlBytes) {
 
 struct Fit {
   std::size_t width;
-  const char* text;
+  std::string text;
 };
 
 void PrintTo(const Fit& fit, std::ostream* out) {
@@ -73,43 +74,41 @@ TEST_P(ShareTableFit, ShortensBarsThenNames) {
   EXPECT_EQ(table.text(GetParam().width), GetParam().text);
 }
 
+/// The table with whole names, and what stands behind each row.
+std::string withWholeNames(const std::string& first, const std::string& second) {
+  return "file                       entries   size   share\n"
+         "Base DN OU=\xC3\x84RZTE,DC=EXAMPLE,DC=COM\n"
+         "  /var/lib/\xC3\xA4/server1.ldif        2  100 B  66.7 %" +
+         first +
+         "\n"
+         "  /var/lib/\xC3\xA4/server2.ldif        1   50 B  33.3 %" +
+         second + "\n";
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Widths, ShareTableFit,
-    ::testing::Values(
-        Fit{71,
-            "file                       entries   size   share\n"
-            "Base DN OU=\xC3\x84RZTE,DC=EXAMPLE,DC=COM\n"
-            "  /var/lib/\xC3\xA4/server1.ldif        2  100 B  66.7 %  ####################\n"
-            "  /var/lib/\xC3\xA4/server2.ldif        1   50 B  33.3 %  ##########\n"},
-        Fit{61,
-            "file                       entries   size   share\n"
-            "Base DN OU=\xC3\x84RZTE,DC=EXAMPLE,DC=COM\n"
-            "  /var/lib/\xC3\xA4/server1.ldif        2  100 B  66.7 %  ##########\n"
-            "  /var/lib/\xC3\xA4/server2.ldif        1   50 B  33.3 %  #####\n"},
-        Fit{58,
-            "file                      entries   size   share\n"
-            "Base DN OU=\xC3\x84RZTE,DC=EXAMPLE,DC=COM\n"
-            "...ar/lib/\xC3\xA4/server1.ldif        2  100 B  66.7 %  ########\n"
-            "...ar/lib/\xC3\xA4/server2.ldif        1   50 B  33.3 %  ####\n"},
-        Fit{50,
-            "file              entries   size   share\n"
-            "Base DN OU=\xC3\x84RZTE,DC=EXAMPLE,DC=COM\n"
-            ".../server1.ldif        2  100 B  66.7 %  ########\n"
-            ".../server2.ldif        1   50 B  33.3 %  ####\n"},
-        Fit{49,
-            "file                       entries   size   share\n"
-            "Base DN OU=\xC3\x84RZTE,DC=EXAMPLE,DC=COM\n"
-            "  /var/lib/\xC3\xA4/server1.ldif        2  100 B  66.7 %\n"
-            "  /var/lib/\xC3\xA4/server2.ldif        1   50 B  33.3 %\n"},
-        Fit{32,
-            "file      entries   size   share\n"
-            "Base DN OU=\xC3\x84RZTE,DC=EXAMPLE,D...\n"
-            "....ldif        2  100 B  66.7 %\n"
-            "....ldif        1   50 B  33.3 %\n"},
-        Fit{15,
-            "file      entries   size   share\n"
-            "Base DN OU=\xC3\x84...\n"
-            "....ldif        2  100 B  66.7 %\n"
-            "....ldif        1   50 B  33.3 %\n"}));
+    ::testing::Values(Fit{71, withWholeNames("  ####################", "  ##########")},
+                      Fit{61, withWholeNames("  ##########", "  #####")},
+                      Fit{58,
+                          "file                      entries   size   share\n"
+                          "Base DN OU=\xC3\x84RZTE,DC=EXAMPLE,DC=COM\n"
+                          "...ar/lib/\xC3\xA4/server1.ldif        2  100 B  66.7 %  ########\n"
+                          "...ar/lib/\xC3\xA4/server2.ldif        1   50 B  33.3 %  ####\n"},
+                      Fit{50,
+                          "file              entries   size   share\n"
+                          "Base DN OU=\xC3\x84RZTE,DC=EXAMPLE,DC=COM\n"
+                          ".../server1.ldif        2  100 B  66.7 %  ########\n"
+                          ".../server2.ldif        1   50 B  33.3 %  ####\n"},
+                      Fit{49, withWholeNames("", "")},
+                      Fit{32,
+                          "file      entries   size   share\n"
+                          "Base DN OU=\xC3\x84RZTE,DC=EXAMPLE,D...\n"
+                          "....ldif        2  100 B  66.7 %\n"
+                          "....ldif        1   50 B  33.3 %\n"},
+                      Fit{15,
+                          "file      entries   size   share\n"
+                          "Base DN OU=\xC3\x84...\n"
+                          "....ldif        2  100 B  66.7 %\n"
+                          "....ldif        1   50 B  33.3 %\n"}));
 
 }  // namespace

@@ -43,6 +43,10 @@ bool beginsWith(const std::string& bytes, const std::string& mark) {
 
 }  // namespace
 
+bool isCompressed(const std::string& format) {
+  return format.find("compressed") != std::string::npos;
+}
+
 std::string foreignFormat(const std::string& fileName) {
   struct stat status {};
   if (::stat(fileName.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {

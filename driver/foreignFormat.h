@@ -8,4 +8,7 @@
 /// what is no regular file or cannot be read: opening a pipe could wait for its writer.
 std::string foreignFormat(const std::string& fileName);
 
+/// Whether what foreignFormat() says is that the data is compressed.
+bool isCompressed(const std::string& format);
+
 #endif

@@ -291,6 +291,14 @@ work_10() {
 
 measure_works() {
   local work
+  cat <<'TEXT'
+elapsed     the time of the split, divided by that of the contender named behind "against": 2.00 is
+            twice as long as cp, or as the plain split. For work 10, see docs/performance.md.
+wanted      what it should be at most
+processor   the same of the processor time, which says more where the machine has other work
+medians     the elapsed times themselves: of the contender named, and of the split
+
+TEXT
   print_row work what wanted elapsed processor medians
   for work in {1..10}; do
     if wanted "$work"; then
@@ -303,6 +311,10 @@ measure_works() {
 
 count_instructions() {
   local kind limit
+  cat <<'TEXT'
+What a split executes for one entry more, whatever else the machine does: the same count each time.
+
+TEXT
   for kind in ordinary:4500 small:2600; do
     limit=${kind#*:}
     kind=${kind%:*}
@@ -316,6 +328,11 @@ count_instructions() {
 # Processor time; the largest input decides how long this takes.
 measure_growth() {
   local size round first='' nanoseconds
+  cat <<'TEXT'
+Processor time of an entry, for ever more entries. Divided by the first figure: a split of a hundred times as
+many entries takes a hundred times as long, and no more.
+
+TEXT
   write_config tiny.conf tiny.ldif 3
   for size in ${sizes//,/ }; do
     "$bin/bench/generate_ldif" tiny "$size" >tiny.ldif
@@ -345,6 +362,10 @@ peak_memory() {
 
 measure_memory() {
   local entries=$((megabytes * 1000000 / $(bytes_of ordinary))) servers
+  cat <<'TEXT'
+The most memory that a split had at a time. It depends on the output files, not on the entries.
+
+TEXT
   for servers in 3 300; do
     peak_memory ordinary $((entries / 10)) "$servers"
     peak_memory ordinary "$entries" "$servers"
@@ -360,6 +381,11 @@ print_figure() {
 
 measure_parsers() {
   local bench
+  cat <<'TEXT'
+What the split's own steps take, without files: the check of the input's lines, in bytes a second; the normal
+form of a DN of 60 bytes, from its normal form and from lower case; the hash of that DN.
+
+TEXT
   for bench in ldif dirclient; do
     taskset -c "$core" "$bin/bench/${bench}_bench" --benchmark_out="$bench.csv" \
       --benchmark_out_format=csv 2>/dev/null

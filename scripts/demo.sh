@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Shows the tool at work on a bare Debian 12 or anything above it: installs what is missing, builds,
-# splits the example directory of examples/split and shows what went where. Works in a new temporary
-# directory each time, which it leaves for a closer look.
+# splits the example directory of examples/split and shows what went where. What the installation and the
+# compiler print is shown only where they fail. Works in a new temporary directory each time, which it leaves
+# for a closer look.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 top=$PWD
@@ -14,6 +15,21 @@ heading() {
 run() {
   printf '\n$ %s\n' "$*"
   "$@"
+}
+
+work=$(mktemp -d "${TMPDIR:-/tmp}/varnel-demo.XXXXXX")
+
+# quietly COMMAND...: what it prints is shown if it fails, and then the demo ends.
+quietly() {
+  local status=0
+  "$@" >"$work/output" 2>&1 || status=$?
+  if ((status != 0)); then
+    cat "$work/output"
+    echo "This failed, with status $status: $*"
+    rm -r "$work"
+    exit "$status"
+  fi
+  rm "$work/output"
 }
 
 # The DNs of an LDIF file that varnel wrote: there every DN is one line of plain text.
@@ -29,18 +45,30 @@ show_result() {
   done
 }
 
-heading "Packages"
-./scripts/install-packages.sh g++ cmake ninja-build
+# show_shares FILE...: entries and bytes of each, with a bar of its part of all bytes.
+show_shares() {
+  local all file
+  all=$(cat "$@" | wc -c)
+  for file; do
+    echo "$file $(grep -c '^dn: ' "$file") $(wc -c <"$file")"
+  done | awk -v all="$all" '
+    BEGIN { printf "%-14s %8s %8s  %5s\n", "file", "entries", "bytes", "share" }
+    {
+      bar = sprintf("%" int(40 * $3 / all + 0.5) "s", ""); gsub(/ /, "#", bar)
+      printf "%-14s %8d %8d  %4.1f %%  %s\n", $1, $2, $3, 100 * $3 / all, bar
+    }'
+}
 
-heading "Build"
+heading "Packages and build"
+echo "A minute or two where nothing is there yet."
+quietly ./scripts/install-packages.sh g++ cmake ninja-build
 # The tests need further packages. A build directory that has them already keeps them.
 if [[ ! -f build/release/CMakeCache.txt ]]; then
-  cmake --preset release -DBUILD_TESTING=OFF
+  quietly cmake --preset release -DBUILD_TESTING=OFF
 fi
-cmake --build --preset release --target varnel -j "$(nproc)"
+quietly cmake --build --preset release --target varnel -j "$(nproc)"
 PATH=$top/build/release:$PATH
 
-work=$(mktemp -d "${TMPDIR:-/tmp}/varnel-demo.XXXXXX")
 for copy in split split-by-schema; do
   mkdir "$work/$copy"
   cp examples/split/varnelConfig examples/split/directory.ldif "$work/$copy"
@@ -80,23 +108,33 @@ done
 # diff says by its status that they differ, which they should.
 { diff "$work/split.list" "$work/split-by-schema.list" || true; } | grep '^[<>]'
 rm "$work/split.list" "$work/split-by-schema.list"
-cd "$work/split"
 
 heading "One of the files, ready to be loaded into its server"
 run head -n 12 people1.ldif
 echo "..."
-cat <<TEXT
 
-To load it into a slapd whose only database has the base DN as its suffix, leave out the header and cn=localhost,
-which is below another suffix (slapd.conf also includes examples/instance/staff.schema for the devices):
+heading "The shares"
+cat <<'TEXT'
+By the DN hash, which depends on nothing but the name, the base DN and the number of servers, so that the
+proxy in front of the servers finds each entry where it lies. Over millions of entries the servers of a base
+DN have even shares.
+
+TEXT
+show_shares people?.ldif devices?.ldif parent.ldif
+
+heading "The next step"
+cat <<TEXT
+To load a file into a slapd whose only database has the base DN as its suffix, leave out the header and
+cn=localhost, which is below another suffix (slapd.conf also includes examples/instance/staff.schema for the
+devices):
 
   cd $work/split-by-schema
   awk -v RS= -v ORS='\n\n' 'NR > 1 && !/^dn: ([^\n]*,)?cn=localhost\n/' people1.ldif |
     slapadd -f slapd.conf
 
-docs/loading.md has the whole way from an export to running servers.
-The DN hash depends on nothing but the name, the base DN and the number of servers, so the proxy in
-front of the servers finds each entry where it lies.
+docs/loading.md has the whole way from an export to running servers, and examples/cluster/run.sh starts all
+of it in small: servers with these files, and a router in front.
+For a directory of your own, go on with "A first split" in README.md.
 
 The files are in $work
 TEXT

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# Builds the Debian packages and tries them in a clean root of the same release: lintian, installation, a split,
-# programs built from the installed files alone, debug symbols, removal that leaves nothing behind. Takes
-# minutes and downloads a compiler for the root, so the run of all tests does not call it; the apt sources of
-# this machine serve the root too.
+# Builds the Debian packages and tries them in a clean root of the same release: lintian, installation, the walk
+# from the installed example to an entry that a client finds (scripts/walk.sh), a split without a schema, the
+# examples from the installed files alone, debug symbols, removal that leaves nothing behind. Takes minutes and
+# downloads a compiler and slapd for the root, so the run of all tests does not call it; the apt sources of this
+# machine serve the root too.
 #
 #   VARNEL_PACKAGES   a directory with the packages to try; without it, they are built
 #   VARNEL_KEEP       a directory where the packages that were built are kept
@@ -12,15 +13,23 @@ cd "$(dirname "$0")/.."
 # In the root, as "test-packages.sh --inside": the packages are in /packages.
 inside() {
   export DEBIAN_FRONTEND=noninteractive LC_ALL=C.UTF-8
-  # What is needed beside our packages, so that removing them can be told from removing these.
-  apt-get install --yes --quiet --no-install-recommends gcc libc6-dev make pkg-config python3 libstdc++6 >/dev/null
-  snapshot >/before
-
+  # What is needed beside our packages, so that removing them can be told from removing these. The slapd of the
+  # package has no configuration and is not started.
+  echo 'slapd slapd/no_configuration boolean true' | debconf-set-selections
+  printf '#!/bin/sh\nexit 101\n' >/usr/sbin/policy-rc.d
+  chmod 755 /usr/sbin/policy-rc.d
   echo "-- Installing"
-  apt-get install --yes --quiet /packages/*.deb >/dev/null
+  typed "apt-get install --yes --quiet --no-install-recommends slapd ldap-utils python3-ldap \\
+    gcc libc6-dev make pkg-config python3 libstdc++6 >/dev/null"
+  snapshot >/before
+  typed "apt-get install --yes --quiet /packages/*.deb >/dev/null"
+  typed "dpkg-query --show varnel varnelctl libdirclient1 libdirclient-dev"
   dpkg --install /packages/*.ddeb >/dev/null
   dpkg --audit
   ldconfig --print-cache | grep -q 'libdirclient.so.1 '
+
+  echo "-- The walk"
+  bash /packages/walk.sh
 
   echo "-- A split, without and with a schema"
   local options
@@ -42,6 +51,19 @@ read cn=Yuki Tanaka,ou=People,dc=example,dc=org'
   echo "$by_c"
   [[ $by_c == "$by_python" && $by_c == parent\ ldap://people1.example.org* ]]
 
+  echo "-- The directory in small, with a proxy in front"
+  /usr/share/varnel/examples/cluster/run.sh >/tmp/cluster.log 2>&1 &
+  local cluster=$! front
+  until grep 'Running until' /tmp/cluster.log; do
+    kill -0 "$cluster" || { cat /tmp/cluster.log; return 1; }
+    sleep 0.5
+  done
+  front=$(sed -n 's/^The directory of .* is at \(.*\)\. For example:$/\1/p' /tmp/cluster.log)
+  ldapsearch -x -LLL -H "$front" -b dc=example,dc=org '(cn=Amina Diallo 0)' cn >/tmp/found
+  kill "$cluster"
+  wait "$cluster"
+  [[ $(cat /tmp/found) == $'dn: cn=Amina Diallo 0,ou=People,dc=example,dc=org\ncn: Amina Diallo 0' ]]
+
   echo "-- Debug symbols of the program and of the library"
   local file id
   for file in /usr/bin/varnel /usr/bin/varnelctl "$(echo /usr/lib/*/libdirclient.so.1)"; do
@@ -50,11 +72,18 @@ read cn=Yuki Tanaka,ou=People,dc=example,dc=org'
   done
 
   echo "-- Removing"
-  rm -rf /tmp/split /tmp/proxy
-  apt-get purge --auto-remove --yes --quiet varnel varnelctl libdirclient-dev libdirclient1 \
-    varnel-dbgsym varnelctl-dbgsym libdirclient1-dbgsym >/dev/null
+  rm -rf /tmp/split /tmp/proxy /tmp/cluster.log /tmp/found
+  typed "apt-get purge --auto-remove --yes --quiet varnel varnelctl libdirclient-dev libdirclient1 \\
+    varnel-dbgsym varnelctl-dbgsym libdirclient1-dbgsym >/dev/null"
   snapshot >/after
   diff /before /after
+  echo "The root holds the files that it held before, and no other."
+}
+
+# Shows a command as it is typed, and runs it.
+typed() {
+  printf '$ %s\n' "$1"
+  eval "$1"
 }
 
 # Every file of the root but those in which programs keep their own state.
@@ -109,7 +138,7 @@ release=$(. /etc/os-release && echo "$VERSION_CODENAME")
 # shellcheck disable=SC2016
 mmdebstrap --quiet --variant=apt --format=null --aptopt="$work/apt.conf" \
   --customize-hook='mkdir "$1/packages"' \
-  --customize-hook="copy-in $(printf '%s ' "$packages"/*deb scripts/test-packages.sh) /packages" \
+  --customize-hook="copy-in $(printf '%s ' "$packages"/*deb scripts/{test-packages,walk}.sh) /packages" \
   --customize-hook='chroot "$1" bash /packages/test-packages.sh --inside' \
   "$release" /dev/null "${sources[@]}"
 echo "The packages are good."

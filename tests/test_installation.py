@@ -85,7 +85,9 @@ def files_of_an_installation(library):
         "include/varnel/dirclient.h",
         "include/varnel/ldcf_api_schema.h",
         "share/bash-completion/completions/varnel",
+        "share/doc/varnel/loading.md",
         "share/doc/varnel/messages.md",
+        "share/doc/varnel/scale.md",
         "share/fish/vendor_completions.d/varnel.fish",
         *(f"share/man/man{page[-1]}/{page}" for page in pages),
         "share/varnel/examples/instance/instance.conf",
@@ -151,6 +153,22 @@ def test_the_example_splits_by_the_installed_schema(prefix, tmp_path):
     assert "organizationalUnitName=People" not in (tmp_path / "parent.ldif").read_text(encoding="utf-8")
 
 
+@pytest.mark.parametrize("guide", ["loading.md", "scale.md"])
+def test_the_guides_name_the_directories_of_the_build(prefix, guide):
+    text = (SOURCES / "docs" / guide).read_text(encoding="utf-8")
+    built_for = cache_entry("CMAKE_INSTALL_PREFIX")
+    installed = (prefix / "share/doc/varnel" / guide).read_text(encoding="utf-8")
+    assert installed == text.replace("/usr/local/share", f"{built_for}/share")
+
+
+def test_the_pages_name_what_is_installed(prefix):
+    path = re.compile(rf"^\.(?:It )?Pa {re.escape(cache_entry('CMAKE_INSTALL_PREFIX'))}/(share/\S+)", re.MULTILINE)
+    pages = (prefix / "share/man").rglob("*.[1-8]")
+    named = {name for page in pages for name in path.findall(page.read_text("utf-8"))}
+    assert {"share/varnel/examples", "share/doc/varnel/loading.md", "share/doc/varnel/messages.md"} < named
+    assert [name for name in named if not (prefix / name).exists()] == []
+
+
 @pytest.fixture
 def client(prefix, tmp_path):
     """A directory with a program of the library's user, and the environment to build it in."""
@@ -188,6 +206,18 @@ def test_a_c_program_is_built_by_the_cmake_package(client, prefix):
     assert run(directory / "build/client", env=environment) == "1\n"
 
 
+@pytest.mark.skipif("VARNELCTL_BINARY" not in os.environ, reason="varnelctl is not built")
+def test_the_whole_walk_works_from_an_installation(client, prefix):
+    """From the installed example to loaded servers and an entry that is found; walk.sh compares each step."""
+    _, environment = client
+    done = subprocess.run(
+        [SOURCES / "scripts/walk.sh", prefix], env=environment, capture_output=True, encoding="utf-8",
+        stdin=subprocess.DEVNULL, timeout=300,
+    )  # fmt: skip
+    assert done.returncode == 0, done.stdout + done.stderr
+    assert "\nmail: yuki.tanaka@example.org\n" in done.stdout
+
+
 def test_warnings_stop_the_builds_of_our_presets_alone():
     presets = json.loads((SOURCES / "CMakePresets.json").read_text())["configurePresets"]
     strict = {preset["name"]: preset.get("cacheVariables", {}).get("CMAKE_COMPILE_WARNING_AS_ERROR")
@@ -210,3 +240,31 @@ def test_the_rest_is_built_where_varnelctl_cannot_be(package, tmp_path):
     assert "varnelctl is not built" in printed
     targets = run(cmake, "--build", tmp_path, "--target", "help")
     assert "docs/varnel.bash-completion" in targets and "varnelctl" not in targets
+
+
+def test_the_build_by_hand_of_the_readme_has_no_tests_and_stops_at_no_warning(tmp_path):
+    readme = (SOURCES / "README.md").read_text("utf-8")
+    block = re.search(r"^To build and install it by hand.*?```\n(.*?)```", readme, re.DOTALL | re.MULTILINE)[1]
+    commands = block.splitlines()
+    assert [line.split()[:2] for line in commands][1:] == [["cmake", "--build"], ["cmake", "--install"]]
+    program, *options = commands[0].replace("build/by-hand", str(tmp_path)).split()
+    assert program == "cmake" and str(tmp_path) in options
+    run(os.environ["VARNEL_CMAKE"], *options, cwd=SOURCES)
+
+    def tests_of(build):
+        targets = run(os.environ["VARNEL_CMAKE"], "--build", build, "--target", "help")
+        return set(re.findall(r"^(\w*_test): phony$", targets, re.MULTILINE))
+
+    assert "dirclient_test" in tests_of(BUILD)
+    assert tests_of(tmp_path) == set()
+    assert "-Wall" in (tmp_path / "build.ninja").read_text("utf-8")
+    assert "-Werror" not in (tmp_path / "build.ninja").read_text("utf-8")
+
+
+def test_the_readme_names_every_package():
+    packages = (SOURCES / "cmake/VarnelPackages.cmake").read_text("utf-8")
+    made = re.findall(r"^set\(CPACK_DEBIAN_\w+_PACKAGE_NAME (\S+)\)$", packages, re.MULTILINE)
+    readme = (SOURCES / "README.md").read_text("utf-8")
+    paragraph = re.search(r"^To make Debian packages of it,.*?:$", readme, re.DOTALL | re.MULTILINE)[0]
+    assert re.findall("`(.*?)`", paragraph) == ["varnel", "varnelctl", "libdirclient1", "libdirclient-dev"]
+    assert set(made) == set(re.findall("`(.*?)`", paragraph))

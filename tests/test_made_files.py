@@ -77,19 +77,25 @@ zpty -d session
 """
 
 
+needs_varnelctl = pytest.mark.skipif("VARNELCTL_BINARY" not in os.environ, reason="varnelctl is not built")
+
+
 @pytest.mark.skipif(shutil.which("zsh") is None, reason="zsh is not installed")
 @pytest.mark.parametrize(
     "line, offered",
     [
         ("varnel -f spl", "varnel -f split.conf"),
         ("varnel -I inst", "varnel -I instance/"),
+        pytest.param("varnelctl pro", "varnelctl probe", marks=needs_varnelctl),
+        pytest.param("varnelctl check -f spl", "varnelctl check -f split.conf", marks=needs_varnelctl),
     ],
-    ids=["files", "directories"],
+    ids=["files", "directories", "verbs", "files behind a verb"],
 )
 def test_completion_works_in_zsh(line, offered, files):
     functions = files / "functions"
     functions.mkdir()
-    shutil.copy(MADE / "varnel.zsh-completion", functions / "_varnel")
+    program = line.split()[0]
+    shutil.copy(MADE / f"{program}.zsh-completion", functions / f"_{program}")
     (files / "session.zsh").write_text(ZSH_SESSION)
     printed = run("zsh", "-f", files / "session.zsh", functions, line, directory=files)
     # The shell echoes what was typed and then what it added.
@@ -115,7 +121,7 @@ def test_page_of_messages_has_each_once_with_its_text():
         assert shown == expected or shown.startswith(expected + " SEE ALSO")
 
 
-@pytest.mark.skipif("VARNELCTL_BINARY" not in os.environ, reason="varnelctl is not built")
+@needs_varnelctl
 @pytest.mark.parametrize(
     "words, offered",
     [
@@ -139,7 +145,7 @@ def test_completion_of_varnelctl_works_in_bash(words, offered, files):
     assert printed.split() == offered
 
 
-@pytest.mark.skipif("VARNELCTL_BINARY" not in os.environ, reason="varnelctl is not built")
+@needs_varnelctl
 @pytest.mark.skipif(shutil.which("fish") is None, reason="fish is not installed")
 def test_completion_of_varnelctl_works_in_fish(files):
     def offered(line):
@@ -152,20 +158,3 @@ def test_completion_of_varnelctl_works_in_fish(files):
     assert offered("varnelctl pr") == ["probe"]
     assert offered("varnelctl plan --se") == ["--servers"]
     assert offered("varnelctl check -f split.") == ["split.conf"]
-
-
-@pytest.mark.skipif("VARNELCTL_BINARY" not in os.environ, reason="varnelctl is not built")
-@pytest.mark.skipif(shutil.which("zsh") is None, reason="zsh is not installed")
-@pytest.mark.parametrize(
-    "line, offered",
-    [("varnelctl pro", "varnelctl probe"), ("varnelctl check -f spl", "varnelctl check -f split.conf")],
-    ids=["verbs", "files"],
-)
-def test_completion_of_varnelctl_works_in_zsh(line, offered, files):
-    functions = files / "functions"
-    functions.mkdir()
-    shutil.copy(MADE / "varnelctl.zsh-completion", functions / "_varnelctl")
-    (files / "session.zsh").write_text(ZSH_SESSION)
-    printed = run("zsh", "-f", files / "session.zsh", functions, line, directory=files)
-    echoed = re.sub(r"\x1b\[[0-9;?]*[A-Za-z]|[\x07\x08\r]", "", printed)
-    assert offered in echoed

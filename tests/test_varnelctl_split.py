@@ -476,6 +476,60 @@ def test_a_signal_while_the_files_are_named_comes_too_late(ctl):
     assert ctl.tree() == {**before, **outputs_of(SMALL)}
 
 
+def paused_at(ctl, name, which, calls):
+    """A split that waits before a call on a hidden file; the process, and the process that makes it wait.
+
+    which: how many calls of that name on the file come before.
+    """
+    given_files = ctl.tree()
+    good = run_with_fault(ctl, "-", "split", calls=CALLS)
+    fault_runs.clear(ctl, given_files)
+    found = [i for i, x in enumerate(good.calls)
+             if x.name == name and RANDOM_PART.search(x.path)
+             and place_of(good.calls, i).occurrence == which]  # fmt: skip
+    fault = fault_of("pause", good.calls, found[-1])
+    process = fault_runs.start_with_fault(ctl, fault, "split", calls=calls)
+    fault_runs.wait_until_stopped(process)
+    child = int(pathlib.Path(f"/proc/{process.pid}/task/{process.pid}/children").read_text())
+    return child, process, fault
+
+
+def give_time_to(condition):
+    """For what a program at fault would do next; a good one does not, and loses half a second."""
+    limit = time.monotonic() + 0.5
+    while not condition() and time.monotonic() < limit:
+        time.sleep(0.01)
+
+
+def go_on(ctl, process, fault):
+    process.send_signal(signal.SIGCONT)
+    return fault_runs.finish(ctl, process, fault)
+
+
+def test_a_signal_while_a_failed_split_removes_its_files(ctl):
+    before = given(ctl, SMALL + b"no colon\n")
+    child, process, fault = paused_at(ctl, "unlink", 0, ("unlink",))
+    os.kill(child, signal.SIGINT)
+    give_time_to(lambda: "State:\tZ" in pathlib.Path(f"/proc/{child}/status").read_text())
+    result = go_on(ctl, process, fault)
+    assert result.run.status in (WRONG, -signal.SIGINT)
+    assert b"stopped at line " in result.run.stderr
+    assert ctl.tree() == before
+
+
+def test_a_signal_while_a_file_is_opened_leaves_nothing(ctl):
+    """That the file is not made again once it was removed."""
+    before = given(ctl)
+    # The write is that of the last words, so that the process cannot end before the file is opened.
+    child, process, fault = paused_at(ctl, "openat", 1, ("openat", "write"))
+    os.kill(child, signal.SIGINT)
+    give_time_to(lambda: not any(ctl.path.glob(".*.varnelctl-*")))
+    result = go_on(ctl, process, fault)
+    # It comes too late where the files get their names before anybody takes it.
+    stopped, whole = (-signal.SIGINT, before), (GOOD, {**before, **outputs_of(SMALL)})
+    assert (result.run.status, ctl.tree()) in (stopped, whole)
+
+
 # --- Killed runs ----------------------------------------------------------------------------------
 
 
@@ -681,7 +735,8 @@ def test_a_failed_rename_takes_back_those_before_it(ctl, existing, failing):
     result = run_with_fault(ctl, f"failing:0:{errno.EIO}:renameat2:{temporary}", "split", "--replace")
     assert result.run.status == SYSTEM_FAILED and b"Input/output error" in result.run.stderr
     assert ctl.tree() == files
-    assert {name: whole[name] for name in OUTPUTS} == whole
+    assert split(ctl, "--replace").status == GOOD
+    assert {name: ctl.read(name) for name in OUTPUTS} == whole
 
 
 @pytest.mark.parametrize("existing", [False, True])
@@ -843,7 +898,6 @@ def rest_of(terminal):
 def test_a_stopped_run_on_a_terminal(ctl):
     given(ctl)
     main, side = pty.openpty()
-    run = StoppableRun.__new__(StoppableRun)
     fifo = ctl.path / "in.ldif"
     fifo.unlink()
     os.mkfifo(fifo)
@@ -859,7 +913,7 @@ def test_a_stopped_run_on_a_terminal(ctl):
     shown = rest_of(main).decode()
     os.close(main)
     assert screen(shown)[0].startswith("varnelctl: stopped at line ")
-    assert ctl.tree() == before and run is not None
+    assert ctl.tree() == before
 
 
 # --- Use ------------------------------------------------------------------------------------------

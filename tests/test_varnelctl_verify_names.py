@@ -188,6 +188,20 @@ def test_a_compressed_export(export, names):
     result_of(site, "verify", "--names", status=GOOD)
 
 
+@pytest.mark.parametrize("files", [["a.ldif", "a.ldif"], ["a.ldif", "b.ldif", "a.ldif"]])
+def test_a_file_of_several_servers_has_their_base_entry_once(site, files):
+    base = b"ou=people,o=example"
+    site.configure(*configuration({base: files}))
+    site.write("in.ldif", b"\n".join([entry(base, b"x"), *(entry(b"cn=%d,%s" % (i, base), b"y") for i in range(20))]))
+    exports = {name: [] for name in [*files, REST]}
+    for dn in input_lines(site.read("in.ldif")):
+        for name in set(split_model.route(dn, {base: files}, REST)):
+            exports[name].append(entry(dn, b"z"))
+    for name, entries in exports.items():
+        site.write(name, b"\n".join(entries))
+    result_of(site, "verify", "--names", status=GOOD)
+
+
 def test_a_name_that_the_input_has_twice(export, names):
     dn = names["t1.ldif"][2]
     site = export(names)

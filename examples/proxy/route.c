@@ -6,11 +6,11 @@
  * count. With -s, names compare by the schema of those files, for a directory that was split with
  * -I. A request is a line:
  *
- *   read DN            compare, bind, or a search of the entry alone: any server of the answer will
- * do write DN           add, modify, delete: each server of the answer does it one DN             a
- * search of the entries directly below: each server does it, the proxy merges sub DN             a
- * search of the entry and all below it: the same rename DN TAB DN   the servers where both names
- * are; none where the entry has to move
+ *   read DN            compare, bind, or a search of the entry alone: any of the servers does it
+ *   write DN           add, modify, delete: each of the servers does it
+ *   one DN             a search of the entries directly below: each does it, the proxy merges
+ *   sub DN             a search of the entry and all below it: the same
+ *   rename DN TAB DN   the servers where both names are; none where the entry has to move
  *
  * The answer is a line too: the URLs of the servers, or "parent" for the server that holds what is
  * below no base DN, or "error" and why. */

@@ -119,8 +119,9 @@ constexpr CatalogMessage catalog[] = {
      "Input file %2$s ends in line %1$s without a line end. It may have been cut short: check that "
      "its last entry is whole."},
     {32, 70, 'W', 2,
-     "Input file %2$s, line %1$s: a change record. Its lines are copied as if they were those of an "
-     "entry; split an export of entries, and apply changes to the servers."},
+     "Input file %2$s, line %1$s: a change record. Its lines are taken for those of an entry, and a "
+     "line of a hyphen alone, which no entry has, stops the run: split an export of entries, and apply "
+     "changes to the servers."},
     {32, 71, 'W', 2,
      "Two servers of the base DN %1$s have the same URL, %2$s: its entries are spread over both "
      "files. If one of the lines was copied and not changed, mend it, remove the output files and "
