@@ -282,7 +282,9 @@ class ScriptedServer:
                 if operation == self.BIND:
                     connection.sendall(self.answer(number, self.BOUND, 0))
                 elif operation == self.SEARCH and self.code == self.BREAKING_OFF:
-                    return
+                    # It goes on reading, so that it is an answer that fails and no question.
+                    connection.shutdown(socket.SHUT_WR)
+                    self.code = self.SILENCE
                 elif operation == self.SEARCH and self.code != self.SILENCE:
                     connection.sendall(self.answer(number, self.SEARCHED, self.code))
 
