@@ -19,7 +19,8 @@ struct KindOfRemark {
 /// By InputRemarks::Kind.
 constexpr KindOfRemark kinds[] = {
     {"unusable_dn", true, 0, "an entry without a usable DN", ""},
-    {"not_ldif", true, 0, "no line of LDIF", ""},
+    {"not_ldif", true, 0, "no line of LDIF",
+     "where it is the rest of a line of more than 4095 bytes, fold the input with varnelctl fold"},
     {"empty_input", true, 0, "the input is empty", ""},
     {"unwritable_line", true, 0, "a line without an attribute type", ""},
     {"in_pieces", false, 60,

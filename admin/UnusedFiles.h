@@ -11,7 +11,12 @@
 class UnusedFiles : public LookedAtFiles {
  public:
   bool add(const std::string& /*name*/, FileRole /*role*/) override { return true; }
-  void requireDirectory(const std::string& /*directory*/, int /*line*/) override {}
+  /// It need not be there, but has to be known: the working directory may have been removed.
+  void requireDirectory(const std::string& directory, int line) override {
+    if (directory.empty()) {
+      LookedAtFiles::requireDirectory(directory, line);
+    }
+  }
   void requireInputFile(const std::string& name, int line) override {
     note(name, FileRole::input, line);
   }

@@ -40,7 +40,7 @@ void addCheck(CLI::App& program, Task& task) {
 
 void addPlan(CLI::App& program, Task& task) {
   const auto options = std::make_shared<PlanOptions>();
-  CLI::App* const verb = program.add_subcommand("plan", "what a split would put where");
+  CLI::App* const verb = program.add_subcommand("plan", "Show what a split would put where");
   addCommon(*verb, options->common);
   verb->add_option("--servers", options->servers,
                    "also show what would move if each base DN had N servers")
@@ -72,7 +72,7 @@ void addSplit(CLI::App& program, Task& task) {
 void addVerify(CLI::App& program, Task& task) {
   const auto options = std::make_shared<VerifyOptions>();
   CLI::App* const verb =
-      program.add_subcommand("verify", "compares the output files with the input");
+      program.add_subcommand("verify", "Compare the output files with the input");
   addCommon(*verb, options->common);
   verb->add_flag("--names", options->names,
                  "the files are exports of the running servers: compare the names only");
@@ -89,7 +89,7 @@ void addVerify(CLI::App& program, Task& task) {
 void addProbe(CLI::App& program, Task& task) {
   const auto options = std::make_shared<ProbeOptions>();
   CLI::App* const verb =
-      program.add_subcommand("probe", "asks the running servers for entries of the input");
+      program.add_subcommand("probe", "Ask the running servers for entries of the input");
   addCommon(*verb, options->common);
   verb->add_option("--sample", options->sample,
                    "how many entries are looked for, drawn evenly, or all; base entries always "
@@ -126,7 +126,7 @@ void addProbe(CLI::App& program, Task& task) {
 
 void addWhere(CLI::App& program, Task& task) {
   const auto options = std::make_shared<WhereOptions>();
-  CLI::App* const verb = program.add_subcommand("where", "which server holds a name");
+  CLI::App* const verb = program.add_subcommand("where", "Tell which server holds a name");
   addCommon(*verb, options->common);
   addJson(*verb, options->json);
   verb->add_option("DN", options->names,
@@ -147,7 +147,8 @@ void addWhere(CLI::App& program, Task& task) {
 
 void addFold(CLI::App& program, Task& task) {
   const auto options = std::make_shared<FoldOptions>();
-  CLI::App* const verb = program.add_subcommand("fold", "LDIF with lines of at most 76 bytes");
+  CLI::App* const verb =
+      program.add_subcommand("fold", "Fold the lines of LDIF that have more than 76 bytes");
   verb->add_option("FILE", options->file, "LDIF, compressed or not; without it, standard input")
       ->option_text(" ");
   verb->footer(

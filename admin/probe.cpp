@@ -2,7 +2,6 @@
 #include <chrono>
 #include <cinttypes>
 #include <cstdio>
-#include <fstream>
 #include <memory>
 #include <random>
 #include <string>
@@ -16,6 +15,7 @@
 #include "admin/Routing.h"
 #include "admin/UnusedFiles.h"
 #include "admin/verbs.h"
+#include "common/AutoClose.h"
 #include "platform/text/onOneLine.h"
 
 namespace {
@@ -214,18 +214,14 @@ void printJsonOf(const Prober& prober, const Sampler& sampler, double seconds, b
 
 /// The whole file without its last line end.
 std::string readPassword(const std::string& name) {
-  std::ifstream file(name, std::ios::binary);
-  if (!file) {
-    throw SystemError::of(text::onOneLine(name));
-  }
+  const AutoClose file(std::fopen(name.c_str(), "rb"));
   std::string password;
-  // By read(), which says that a read failed; an iterator would throw the library's own words.
   std::array<char, 256> block{};
-  do {
-    file.read(block.data(), block.size());
-    password.append(block.data(), static_cast<std::size_t>(file.gcount()));
-  } while (file);
-  if (file.bad()) {
+  std::size_t size = 0;
+  while (file != nullptr && (size = std::fread(block.data(), 1, block.size(), file.get())) != 0) {
+    password.append(block.data(), size);
+  }
+  if (file == nullptr || std::ferror(file.get()) != 0) {
     throw SystemError::of(text::onOneLine(name));
   }
   if (!password.empty() && password.back() == '\n') {

@@ -13,7 +13,7 @@ build=build/coverage
 ./scripts/install-packages.sh \
   g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev python3 python3-pytest slapd ldap-utils \
   mandoc zstd make pkg-config zsh fish libcli11-dev nlohmann-json3-dev libarchive-dev libldap-dev 389-ds-base \
-  parallel python3-ldap
+  parallel python3-ldap openssh-server openssh-client
 
 cmake --preset coverage
 # The counts of other runs. From the beginning, since the build runs programs whose output the tests look at.

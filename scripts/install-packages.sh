@@ -2,7 +2,7 @@
 # Installs the Debian packages that are named and not yet installed, and says what it does:
 # install-packages.sh PACKAGE...
 #
-# Works as root or through sudo. No server is left running: a slapd that this installs is neither
+# Works as root or through sudo. No server is left running: a slapd or sshd that this installs is neither
 # started now nor at the next start of the machine.
 set -euo pipefail
 
@@ -62,8 +62,13 @@ echo "Installing: ${missing[*]}"
 apt_get update
 apt_get install --yes --no-install-recommends "${missing[@]}"
 
-if [[ " ${missing[*]} " == *' slapd '* ]]; then
-  echo "Leaving the slapd of the package stopped and switched off: only private ones are started."
-  "${as_root[@]}" invoke-rc.d slapd stop >/dev/null 2>&1 || true
-  "${as_root[@]}" update-rc.d slapd disable >/dev/null 2>&1 || true
-fi
+# leave_off PACKAGE SERVICE: if this run installed the package.
+leave_off() {
+  if [[ " ${missing[*]} " == *" $1 "* ]]; then
+    echo "Leaving the $2 of the package stopped and switched off: only private ones are started."
+    "${as_root[@]}" invoke-rc.d "$2" stop >/dev/null 2>&1 || true
+    "${as_root[@]}" update-rc.d "$2" disable >/dev/null 2>&1 || true
+  fi
+}
+leave_off slapd slapd
+leave_off openssh-server ssh

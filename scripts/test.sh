@@ -162,7 +162,7 @@ heading "Packages"
   g++ cmake ninja-build clang clang-format clang-tidy libclang-rt-14-dev \
   libgtest-dev libgmock-dev libbenchmark-dev python3 python3-pytest slapd ldap-utils openssl mandoc shellcheck \
   valgrind cppcheck zstd make pkg-config zsh fish libcli11-dev nlohmann-json3-dev libarchive-dev libldap-dev \
-  389-ds-base parallel python3-ldap
+  389-ds-base parallel python3-ldap openssh-server openssh-client
 
 if [[ -x scripts/fetch-389-schema.sh ]]; then
   heading "Schema files of another server, as test input"
@@ -181,9 +181,9 @@ check "Man pages" check_man_pages
 # The tests of the whole program and the counts of its instructions are for g++ alone: the unit tests
 # show what a compiler makes of the sources.
 build_and_test clang -E '^(tests|bench)\.'
-# Four themes of the second program take minutes there; its other themes and all unit tests go through most of
+# Five themes of the second program take minutes there; its other themes and all unit tests go through most of
 # the same sources.
-build_and_test asan -E '^tests\.test_varnelctl_(probe|split|verify|verify_names)$'
+build_and_test asan -E '^tests\.test_varnelctl_(faults|probe|split|verify|verify_names)$'
 check "Threads" check_threads
 check "Memory" check_memory
 check "Static analysis: clang-tidy" check_with_clang_tidy

@@ -290,6 +290,18 @@ def test_completion_works_in_bash(words, offered, tmp_path):
     assert (done.stdout, done.stderr) == (offered, "")
 
 
+def test_tests_that_the_page_on_reliability_names_are_there():
+    page = read("docs/reliability.md")
+    themes = {path.stem: path.read_text(encoding="utf-8") for path in (SOURCES / "tests").glob("test_*.py")}
+    functions = set(re.findall(r"^def (test_\w+)\(", "\n".join(themes.values()), re.MULTILINE))
+    named = set(re.findall(r"`(?:tests/)?(test_\w+)(?:\.py)?(?:\[[^`]*)?`", page))
+    assert len(named) > 40
+    assert named - functions - set(themes) == set()
+    units = "".join(path.read_text(encoding="utf-8") for path in SOURCES.rglob("*_test.cpp"))
+    for suite, name in re.findall(r"`([A-Z]\w+)\.([A-Z]\w+)`", page):
+        assert re.search(rf"\b{suite},\s*{name}\)", units), (suite, name)
+
+
 @pytest.mark.parametrize("page", ["README.md", "CONTRIBUTING.md"])
 def test_links_lead_somewhere(page):
     targets = re.findall(r"\]\(([^)#:]+)\)", read(page))

@@ -40,6 +40,15 @@ def test_the_release_preset_is_hardened():
     assert variables["release"]["VARNEL_HARDEN"] == "ON"
 
 
+@pytest.mark.skipif(bool(os.environ.get("VARNEL_SANITIZE")), reason="a sanitizer is a library of its own")
+@EACH_FILE
+def test_it_needs_no_library_beyond_those_of_the_language_and_of_the_system(file):
+    """varnelctl alone is linked with others."""
+    needed = re.findall(r"\(NEEDED\).*\[(.*)\]", readelf("--dynamic", file))
+    assert needed
+    assert [name for name in needed if not re.match(r"(libstdc\+\+|libm|libgcc_s|libc|ld-linux[\w-]*)\.so\.", name)] == []
+
+
 @HARDENED
 @EACH_FILE
 def test_it_is_loaded_at_any_address(file):

@@ -8,8 +8,8 @@ import pytest
 
 from fault_runs import SANITIZED
 from varnel_run import (
-    BASE, DEFAULT_NAME, GLOBAL_LINES, HEADER, ONE_SERVER, SUCCESS, URL1, at_line,
-    failed_configuration, failed_split, m, with_file_size_limit,
+    BASE, DEFAULT_NAME, GLOBAL_LINES, HEADER, MEASURES_MEMORY, ONE_SERVER, SUCCESS, URL1, at_line,
+    failed_configuration, failed_split, m, peak_memory, with_file_size_limit,
 )  # fmt: skip
 
 RECOVERY = (m(30, DEFAULT_NAME),)
@@ -312,3 +312,19 @@ def test_a_stream_on_a_full_device(ready, stream):
     with open("/dev/full", "wb") as full:
         assert ready.run("-d", "1", **{stream: full}).status == 0
     assert ready.tree() == {**before, **WRITTEN}
+
+
+# --- Memory ---------------------------------------------------------------------------------------
+
+
+@MEASURES_MEMORY
+def test_memory_does_not_grow_with_the_input(site):
+    site.configure(*ONE_SERVER)
+
+    def peak(count):
+        site.write("in.ldif", b"".join(b"dn: cn=%d,o=example\ncn: %d\n\n" % (n, n) for n in range(count)))
+        for name in ("one.ldif", "rest.ldif"):
+            (site.path / name).unlink(missing_ok=True)
+        return peak_memory(site.binary, site.path)
+
+    assert peak(400_000) < peak(20_000) + 2_000

@@ -234,6 +234,15 @@ def test_an_unfolded_export_is_folded_on_the_way(example):
     assert b"l: " + b"a word " * 900 + b"end" in written
     assert b"description: " + "Åkesson ".encode() * 700 + b"end" in written
     assert not any(line.startswith(b"#") for line in written)
+    if "VARNELCTL_BINARY" in os.environ:
+        page = (SOURCES / "docs/loading.md").read_text(encoding="utf-8")
+        (command,) = re.findall(r"`(varnelctl fold [^`]*)`", page)
+        status, _, errors = run(
+            f"examples={EXAMPLES}; set -o pipefail; rm people?.ldif devices?.ldif parent.ldif\n{command}", directory
+        )
+        assert status == 0, errors
+        again = [line for data in split_files(directory).values() for line in values(data)]
+        assert again == written
     # Without the filter the same export stops the run.
     status, _, errors = run(f"rm people?.ldif devices?.ldif parent.ldif\nvarnel -I {EXAMPLES}/instance", directory)
     assert status == 1 and "VNL032033E" in errors

@@ -6,6 +6,7 @@ test_documentation.py.
 
 import datetime
 import gzip
+import json
 import os
 import pathlib
 import re
@@ -584,3 +585,66 @@ def test_synopsis_of_varnelctl_has_each_verb():
     named = re.findall(r"^ +varnelctl (\w+)", synopsis, re.MULTILINE)
     verbs = list(dict.fromkeys(verb for verb, _, _ in options_of_varnelctl()))
     assert named == verbs == ["check", "plan", "split", "verify", "probe", "where", "fold"]
+
+
+@with_varnelctl
+def test_examples_of_the_page_of_varnelctl(directory):
+    shutil.copytree(SOURCES / "examples/split", directory, dirs_exist_ok=True)
+    (directory / "password").write_text("secret\n")
+    configuration = directory / "varnelConfig"
+    section = rendered_page.section(rendered_page.rendered("varnelctl.1"), "EXAMPLES")
+    look, more, split, where, fold, probe = re.findall(r"^ +(varnelctl .*)$", section, re.MULTILINE)
+
+    done = shell(look, directory)
+    assert (done.returncode, done.stderr) == (0, "") and done.stdout.startswith("0 errors, 0 warnings\n")
+    done = shell(more, directory)
+    assert done.returncode == 0 and "With 4 servers in place of 3" in done.stdout
+    (directory / "parent.ldif").write_text("that of the last time")
+    done = shell(split, directory)
+    assert (done.returncode, done.stderr) == (0, "") and done.stdout.endswith(" files: all right\n")
+    done = shell(where, directory)
+    number, _, file, _, name = done.stdout.rstrip("\n").split("\t")
+    assert done.returncode == 0 and number in "123"
+    assert f"\ndn: {name}\n" in pathlib.Path(file).read_text()
+    done = shell(fold, directory)
+    assert (done.returncode, done.stderr) == (0, "")
+    unfolded = [(directory / name).read_text().replace("\n ", "") for name in ("directory.ldif", "folded.ldif")]
+    assert unfolded[0] == unfolded[1]
+    # Where servers answer, test_varnelctl_probe.py asks them. Nobody has this port.
+    text = configuration.read_text()
+    configuration.write_text(re.sub(r"ldap://[\w.:]+", "ldap://127.0.0.1:1", text))
+    done = shell(probe, directory)
+    assert done.returncode == 1 and re.search(r", \d+ unreachable \(100\.00 %\)", done.stdout), done
+
+
+@with_varnelctl
+def test_keys_of_the_json_are_those_of_the_page(directory):
+    """Those of the object itself and, behind them, of what its lists hold."""
+    section = rendered_page.section(rendered_page.rendered("varnelctl.1"), "JSON")
+    told = dict(re.findall(r"^     (\w+) {2,}(\w.*(?:\n {9,}.*|\n)*)", section, re.MULTILINE))
+    shutil.copytree(SOURCES / "examples/split", directory, dirs_exist_ok=True)
+    configuration = directory / "varnelConfig"
+    configuration.write_text(re.sub(r"ldap://[\w.:]+", "ldap://127.0.0.1:1", configuration.read_text()))
+    assert shell("varnelctl split", directory).returncode == 0
+    (directory / "people1.ldif").unlink()
+    commands = {
+        "check": ["check"],
+        "plan": ["plan --servers 4"],
+        "where": ["where cn=x x"],
+        "verify": ["verify", "verify --names"],
+        "probe": ["probe"],
+    }
+    assert set(told) == set(commands)
+    for verb, lines in commands.items():
+        own, inner = [], set()
+        for line in lines:
+            result = json.loads(shell(f"varnelctl {line} --json", directory).stdout)
+            own += [key for key in result if key not in own]
+            for key in ("findings", "names", "differences", "servers", "base_dns"):
+                inner.update(*result.get(key, []))
+        words = re.findall(r"\w+", told[verb])
+        assert set(own) <= set(words), verb
+        assert inner <= set(words), verb
+        # And none that there is not: up to where the page speaks of one of them.
+        listed = re.split(r"\.\s", re.sub(r"\([^)]*\)", "", told[verb]))[0]
+        assert set(re.findall(r"\w+", listed)) - {"or"} == set(own), verb

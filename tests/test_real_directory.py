@@ -101,6 +101,7 @@ class Slapd:
         self.suffix = suffix
         self.process = None
         self.url = None
+        self.secure_url = None  # where it has a certificate
         self.directory = directory
         self.root = "cn=admin," + suffix
         self.config = directory / "slapd.conf"
@@ -125,13 +126,18 @@ class Slapd:
     def start(self):
         slapd = find_program("slapd")
         for _ in range(5):
-            with socket.socket() as probe:
-                probe.bind(("127.0.0.1", 0))
-                port = probe.getsockname()[1]
-            self.url = f"ldap://127.0.0.1:{port}"
+            with socket.socket() as probe, socket.socket() as other:
+                places = []
+                for each in (probe, other):
+                    each.bind(("127.0.0.1", 0))
+                    places.append(f"127.0.0.1:{each.getsockname()[1]}")
+            self.url = "ldap://" + places[0]
+            if "TLSCertificateFile" in self.config.read_text():
+                self.secure_url = "ldaps://" + places[1]
+            urls = " ".join(filter(None, [self.url, self.secure_url]))
             with open(self.directory / "log", "ab") as log:
                 self.process = subprocess.Popen(
-                    [slapd, "-f", self.config, "-h", self.url, "-d", "0"],
+                    [slapd, "-f", self.config, "-h", urls, "-d", "0"],
                     stdin=subprocess.DEVNULL,
                     stdout=log,
                     stderr=log,

@@ -1,14 +1,18 @@
 """docs/scale.md is true: the parts of an export, split by several jobs at a time, are together what one run
-gives. Needs the package parallel, and slapd for the loading."""
+gives. Needs the package parallel, slapd for the loading, and openssh-server and openssh-client for the hosts."""
 
+import getpass
 import os
 import pathlib
 import random
 import re
 import shutil
+import socket
 import subprocess
+import time
 
 import pytest
+from test_real_directory import find_program
 
 SOURCES = pathlib.Path(os.environ["VARNEL_SOURCES"])
 BINARY = pathlib.Path(os.environ["VARNEL_BINARY"]).resolve()
@@ -49,7 +53,10 @@ def invent_export():
         text += chance.choice(["", f"# entry {number}, of\n# dn: cn={number}\n", "\n", "#\n\n"])
         folded = chance.choice(["", "\n "])
         text += f"dn: cn=dn: {number},{folded}ou={unit},dc=example,dc=org\nobjectClass: person\ncn: dn: {number}\n"
-        text += f"seeAlso: cn=x\nmemberdn: dn: {number}\ndescription: a\n dn: folded\n dn:: b\n"
+        text += "seeAlso: cn=x\n"
+        # Where two jobs cut, so that a cut at any line is one inside an entry.
+        for line in range(400 if number == 300 else 1):
+            text += f"memberdn: dn: {number}\ndescription: {line}\n dn: folded\n dn:: b\n"
         text += f"description: {'dn:' * chance.randrange(200)}\n\n"
     return text + "dn: cn=localhost\nobjectClass: device\ncn: localhost\n"
 
@@ -99,20 +106,111 @@ def test_a_dozen_parts_stay_in_order(site):
     expect_whole(site, *range(3, 13))
 
 
-def test_two_hosts_give_what_one_run_gives(site):
-    """The command goes through ssh as it does to a host; here it is a script that runs it on this machine, in the
-    environment of a login."""
+class Hosts:
+    """host1 and host2: an sshd that listens on two ports of loopback, whose logins are those of the user at hand,
+    with a home and a PATH of their own. `config` is a configuration of ssh that knows them and nothing else."""
+
+    def __init__(self, directory):
+        self.directory = directory
+        self.config = directory / "config"
+        self.log = directory / "log"
+        (directory / "home").mkdir()
+        self.process = None
+        # sshd does not start as root without it; the service's own start makes it.
+        self.separation = pathlib.Path("/run/sshd") if os.geteuid() == 0 else None
+        self.made_separation = False
+        for key in ("host_key", "user_key"):
+            subprocess.run([find_program("ssh-keygen"), "-q", "-t", "ed25519", "-N", "", "-f", directory / key],
+                           stdin=subprocess.DEVNULL, check=True)  # fmt: skip
+
+    def start(self):
+        for _ in range(5):
+            if self.separation is not None and not self.separation.exists():
+                self.separation.mkdir(mode=0o755)
+                self.made_separation = True
+            with socket.socket() as one, socket.socket() as other:
+                for each in (one, other):
+                    each.bind(("127.0.0.1", 0))
+                self.ports = [each.getsockname()[1] for each in (one, other)]
+            self.configure()
+            with open(self.log, "wb") as log:
+                self.process = subprocess.Popen(
+                    [find_program("sshd"), "-D", "-e", "-f", self.directory / "sshd_config"],
+                    stdin=subprocess.DEVNULL, stdout=log, stderr=log,
+                )  # fmt: skip
+            if self.answers():
+                return
+            self.stop()
+        pytest.fail("sshd does not start: " + self.log.read_text())
+
+    def configure(self):
+        here = self.directory
+        (here / "sshd_config").write_text(
+            "".join(f"ListenAddress 127.0.0.1:{port}\n" for port in self.ports)
+            + f"HostKey {here}/host_key\nAuthorizedKeysFile {here}/user_key.pub\nPidFile none\n"
+            "StrictModes no\nUsePAM no\nPasswordAuthentication no\nKbdInteractiveAuthentication no\n"
+            "PermitRootLogin prohibit-password\nSubsystem sftp internal-sftp\nLogLevel VERBOSE\n"
+            f'SetEnv HOME={here}/home "PATH={BINARY.parent}:/usr/local/bin:/usr/bin:/bin"\n'
+        )
+        key = (here / "host_key.pub").read_text()
+        (here / "known_hosts").write_text("".join(f"[127.0.0.1]:{port} {key}" for port in self.ports))
+        self.config.write_text(
+            "".join(f"Host host{i}\nPort {port}\n" for i, port in enumerate(self.ports, 1))
+            + f"Host *\nHostName 127.0.0.1\nUser {getpass.getuser()}\nIdentityFile {here}/user_key\n"
+            f"IdentitiesOnly yes\nIdentityAgent none\nUserKnownHostsFile {here}/known_hosts\n"
+            "GlobalKnownHostsFile /dev/null\nStrictHostKeyChecking yes\nBatchMode yes\n"
+        )
+
+    def answers(self):
+        deadline = time.monotonic() + 60
+        while time.monotonic() < deadline and self.process.poll() is None:
+            if self.log.read_text().count("Server listening on") == len(self.ports):
+                return True
+            time.sleep(0.05)
+        return False
+
+    def stop(self):
+        if self.process is not None:
+            self.process.terminate()
+            self.process.wait(PATIENCE)
+        if self.made_separation:
+            self.separation.rmdir()
+            self.made_separation = False
+
+    def connections(self):
+        """How many each host had."""
+        return [self.log.read_text().count(f" on 127.0.0.1 port {port} ") for port in self.ports]
+
+
+@pytest.fixture
+def hosts(tmp_path_factory):
+    made = Hosts(tmp_path_factory.mktemp("hosts"))
+    try:
+        made.start()
+        yield made
+    finally:
+        made.stop()
+
+
+@pytest.mark.parametrize("site", ["invented"], indirect=True)
+def test_two_hosts_give_what_one_run_gives(site, hosts):
+    """Nothing of the single run can help: the hosts have their files elsewhere."""
     configure = blocks("On many cores")[0].split("\n")[0]
-    (split,) = blocks("On many machines")
-    ssh = site / "ssh"
-    ssh.write_text(
-        "#!/bin/bash\nexport SHELL=/bin/sh\nwhile [[ $1 == -* ]]; do shift; done\n"
-        f'echo "$1" >>{site}/hosts\nshift\neval "$@"\n'
+    prepare, split = blocks("On many machines")
+    script = "\n".join(
+        [
+            f'ssh() {{ command ssh -F {hosts.config} "$@"; }}',
+            f'scp() {{ command scp -q -F {hosts.config} "$@"; }}',
+            configure,
+            prepare,
+            split.replace("parallel ", f"parallel --ssh 'ssh -F {hosts.config}' "),
+        ]
     )
-    ssh.chmod(0o755)
-    split = split.replace("parallel ", f"parallel --ssh {ssh} ").replace("/var/tmp/split", str(site))
-    run_well(f"{configure}\n{split}", site)
-    assert set((site / "hosts").read_text().split()) == {"host1", "host2"}
+    run_well(script.replace("/var/tmp/split", f"{site}/far"), site)
+    # Of each host mkdir, scp, and the part.
+    assert all(count >= 3 for count in hosts.connections()), hosts.log.read_text()
+    for part in (site / "far").glob("part*"):
+        part.rename(site / part.name)
     expect_whole(site, 2)
 
 

@@ -4,15 +4,14 @@ import base64
 import bz2
 import gzip
 import lzma
-import os
 import random
 import re
 import subprocess
 
 import pytest
-from varnelctl_run import GOOD, MISUSE, SYSTEM_FAILED, ControlSite
+from varnelctl_run import GOOD, MISUSE, SYSTEM_FAILED, ControlSite, peak_memory
 
-from varnel_run import ONE_SERVER, SUCCESS
+from varnel_run import MEASURES_MEMORY, ONE_SERVER, SUCCESS
 
 LONGEST = 76
 
@@ -257,14 +256,11 @@ def test_a_compressed_input_that_was_cut_short(site):
     assert run.stderr.startswith(b"varnelctl: in.gz: ")
 
 
+@MEASURES_MEMORY
 def test_the_memory_does_not_grow_with_a_line(site):
     def peak(size):
         site.write("in", b"dn: o=x\nd: " + b"x" * size + b"\n")
-        process = site.start("fold", "in", stdout=subprocess.DEVNULL)
-        _, status, usage = os.wait4(process.pid, 0)
-        process.returncode = os.waitstatus_to_exitcode(status)
-        assert process.returncode == GOOD
-        return usage.ru_maxrss
+        return peak_memory(site.path, "fold", "in")
 
     assert peak(60_000_000) < peak(1_000_000) + 4_000
 

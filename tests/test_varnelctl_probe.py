@@ -6,6 +6,7 @@ as test_real_directory.py does.
 """
 
 import dataclasses
+import errno
 import io
 import os
 import shutil
@@ -15,6 +16,7 @@ import tempfile
 import threading
 import pathlib
 
+import fault_runs
 import pytest
 import verified_split
 from test_real_directory import Slapd, find_program, run_well
@@ -59,15 +61,21 @@ class Place:
 @pytest.fixture(scope="module")
 def directory():
     made = pathlib.Path(tempfile.mkdtemp(prefix="varnel-probe."))
-    yield made
+    (made / "site").mkdir()
+    yield made / "site"
     shutil.rmtree(made)
 
 
-def add_tls(server, directory):
+def make_certificate(directory, name):
     """A certificate for loopback that nobody trusts by itself."""
-    key, certificate = directory / "key.pem", directory / "certificate.pem"
+    key, certificate = directory / f"{name}.key", directory / f"{name}.pem"
     run_well("openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "30", "-keyout", key,
              "-out", certificate, "-subj", "/CN=127.0.0.1", "-addext", "subjectAltName=IP:127.0.0.1")  # fmt: skip
+    return key, certificate
+
+
+def add_tls(server, directory):
+    key, certificate = make_certificate(directory, "server")
     lines = f"TLSCertificateFile {certificate}\nTLSCertificateKeyFile {key}\n"
     server.config.write_text(server.config.read_text().replace("database mdb\n", lines + "database mdb\n", 1))
     return certificate
@@ -330,7 +338,7 @@ def test_binding_with_a_password(site):
     done = control(site, "probe", "-D", "cn=x", "-y", "nowhere")
     assert done.returncode == SYSTEM_FAILED and b"nowhere: No such file" in done.stderr
     done = control(site, "probe", "-D", "cn=x", "-y", ".")
-    assert done.returncode == SYSTEM_FAILED and b".: Is a directory" in done.stderr
+    assert (done.returncode, done.stderr) == (SYSTEM_FAILED, b"varnelctl: .: Is a directory\n")
     (site.path / "from-elsewhere").write_bytes(Slapd.PASSWORD.encode() + b"\r\n")
     login[-1] = "from-elsewhere"
     assert counts(result_of(site, "probe", *login, status=GOOD)) == {"found": PEOPLE + 1}
@@ -357,6 +365,84 @@ def test_a_certificate_that_cannot_be_read(site):
     result = result_of(site, "probe", "--starttls", "--ca", "nowhere", status=WRONG)
     assert counts(result) == {"unreachable": PEOPLE + 1}
     assert {each["failure"] for each in result["servers"]} == {"Local error"}
+
+
+@pytest.mark.parametrize("more", [(), ("--starttls",)])
+def test_ldaps(site, more):
+    """There StartTLS has nothing to begin."""
+    site.configure([site.servers[0].secure_url] * SERVERS)
+    try:
+        arguments = ["--sample", "all", *more]
+        result = result_of(site, "probe", *arguments, "--ca", str(site.certificate), status=WRONG)
+        assert [each["url"] for each in result["servers"]] == [site.servers[0].secure_url]
+        assert counts(result) == {"found": len(site.names[0]) + 1, "missing": PEOPLE - len(site.names[0])}
+    finally:
+        site.configure([server.url for server in site.servers])
+
+
+def test_one_server_by_ldaps_and_the_others_not(site):
+    urls = [server.url for server in site.servers]
+    site.configure([site.servers[0].secure_url, *urls[1:]])
+    try:
+        result = result_of(site, "probe", "--sample", "all", "--others", "--ca", str(site.certificate), status=GOOD)
+        assert counts(result) == {"found": PEOPLE + 1}
+    finally:
+        site.configure(urls)
+
+
+def test_a_certificate_that_is_not_trusted(site):
+    """That of another server is no reason to trust this one, whatever the system trusts."""
+    _, other = make_certificate(site.path, "other")
+    urls = [server.url for server in site.servers]
+    site.configure([site.servers[0].secure_url, *urls[1:]])
+    try:
+        environment = {**os.environ, "LDAPTLS_REQCERT": "never", "LDAPTLS_CACERT": str(site.certificate)}
+        done = control(site, "probe", "--sample", "all", "--json", "--ca", str(other), env=environment)
+        result = verified_split.json.loads(done.stdout)
+        share = len(site.names[0]) + 1
+        assert done.returncode == WRONG
+        assert counts(result) == {"found": PEOPLE + 1 - share, "unreachable": share}
+        assert [bool(each["failure"]) for each in result["servers"]] == [True, False, False]
+    finally:
+        site.configure(urls)
+
+
+class Probed:
+    """What fault_runs works with."""
+
+    def __init__(self, site):
+        self.path = site.path
+        self.binary = os.path.realpath(os.environ["VARNELCTL_BINARY"])
+
+
+def test_each_call_on_its_files_fails(site):
+    """The answer is the right one, or the status says that there is none."""
+    calls = ("openat", "read", "newfstatat", "fstat", "statx", "getcwd", "fcntl", "write", "writev")
+    arguments = ["probe", "--sample", "all", "--json", "-D", site.servers[0].root, "-y", "password"]
+    program = Probed(site)
+    good = fault_runs.run_with_fault(program, fault_runs.GOOD_RUN, *arguments, calls=calls)
+    assert good.run.status == GOOD
+    wanted = counts(verified_split.json.loads(good.run.stdout))
+    names = ["in.ldif", "password", "varnelConfig", "1", ""]
+    wrong, failed = [], set()
+    for index in range(fault_runs.first_call_of_main(good.calls), len(good.calls)):
+        call = good.calls[index]
+        name = call.path.rpartition("/")[2]
+        of_it = call.path.startswith(str(site.path)) or name == call.path or call.path.startswith("./")
+        if name not in names or not of_it or not fault_runs.is_of_the_program(program, call):
+            continue
+        fault = fault_runs.fault_at("fail", good.calls, index, errno.EIO)
+        run = fault_runs.run_with_fault(program, fault, *arguments, calls=calls).run
+        if run.status == GOOD:
+            if counts(verified_split.json.loads(run.stdout)) != wanted:
+                wrong.append((call, run))
+        elif run.status not in (WRONG, SYSTEM_FAILED) or run.stderr == b"":
+            wrong.append((call, run))
+        elif call.name in ("read", "write"):
+            failed.add((name, run.status))
+    assert wrong == []
+    assert failed == {("in.ldif", SYSTEM_FAILED), ("password", SYSTEM_FAILED), ("varnelConfig", WRONG),
+                      ("1", SYSTEM_FAILED)}  # fmt: skip
 
 
 def test_an_unusable_line_of_the_input(site):

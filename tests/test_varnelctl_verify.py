@@ -16,8 +16,8 @@ from verified_split import (
     input_lines, ordinary_input, result_of,
 )  # fmt: skip
 
-from varnel_run import GLOBAL_LINES, HEADER
-from varnelctl_run import ControlSite
+from varnel_run import GLOBAL_LINES, HEADER, MEASURES_MEMORY
+from varnelctl_run import ControlSite, peak_memory
 
 DATA = ordinary_input()
 LINES = input_lines(DATA)
@@ -170,6 +170,20 @@ def test_large_entries_are_compared_in_pieces(site):
     begin = text.index(b"\ndn: cn=2")
     site.write("t1.ldif", text[:begin] + text[text.index(b"\ndn: cn=3") :])
     expect_one(site, "missing", dn="cn=2,ou=things,o=example")
+
+
+@MEASURES_MEMORY
+@pytest.mark.parametrize("arguments", [["verify"], ["verify", "--names"], ["split", "--replace"]], ids=" ".join)
+def test_memory_does_not_grow_with_the_input(site, arguments):
+    site.configure(*configuration())
+
+    def peak(people):
+        site.write("in.ldif", ordinary_input(people))
+        assert control(site, "split", "--replace").returncode == GOOD
+        return peak_memory(site.path, *arguments)
+
+    # What is filled up to a limit, the smaller one fills too.
+    assert peak(300_000) < peak(60_000) + 4_000
 
 
 def test_a_file_that_stands_for_two_servers(site):

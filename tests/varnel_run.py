@@ -18,10 +18,12 @@ import resource
 import shutil
 import stat
 import subprocess
+import sys
 import tempfile
 import time
 
 import message_texts
+import pytest
 import split_model
 
 # Long enough for a sanitizer build on a busy machine: a guard against a run that hangs.
@@ -348,3 +350,32 @@ class UnprivilegedSite(Site):
         if self.drops:
             options.update(user=NOBODY, group=NOBODY, extra_groups=[])
         return super().start(*arguments, **options)
+
+
+# --- Memory ---------------------------------------------------------------------------------------
+
+# A process begins with the peak of the one that it was started from, so that this has to be a small one.
+STARTER = """
+import os, sys
+pid = os.posix_spawn(sys.argv[1], sys.argv[1:], os.environ,
+                     file_actions=[(os.POSIX_SPAWN_OPEN, 1, "/dev/null", os.O_WRONLY, 0)])
+_, status, usage = os.wait4(pid, 0)
+print(os.waitstatus_to_exitcode(status), usage.ru_maxrss)
+"""
+
+
+def peak_memory(program, directory, *arguments):
+    """In kB, of a run with status 0 whose standard output goes nowhere."""
+    done = subprocess.run(
+        [sys.executable, "-c", STARTER, program, *arguments],
+        cwd=directory, stdin=subprocess.DEVNULL, capture_output=True, check=True, timeout=HANG_GUARD_SECONDS,
+    )  # fmt: skip
+    status, peak = done.stdout.split()
+    assert int(status) == 0, done
+    return int(peak)
+
+
+# What a sanitizer keeps of memory that was given back grows.
+MEASURES_MEMORY = pytest.mark.skipif(
+    bool(os.environ.get("VARNEL_SANITIZE")), reason="the memory is that of the sanitizer"
+)

@@ -32,3 +32,8 @@ class ControlSite(varnel_run.Site):
         run = self.run(*arguments, "--json", **options)
         assert run.status == status, run
         return json.loads(run.stdout)
+
+
+def peak_memory(directory, *arguments):
+    """In kB, of a good run."""
+    return varnel_run.peak_memory(BINARY, directory, *arguments)

@@ -108,7 +108,8 @@ constexpr CatalogMessage catalog[] = {
      "the default output file. Name a base DN with one value in its RDN."},
     {32, 66, 'W', 2,
      "Input file %2$s, line %1$s: \"dn\" is in other letters here, so that the line starts no entry. "
-     "It was copied as a line of the entry before it; write it in small letters to start one."},
+     "It was copied as a line of the entry before it, if there is one; write it in small letters to "
+     "start one."},
     {32, 67, 'W', 2,
      "Input file %2$s, line %1$s: an attribute line before the first dn line belongs to no entry. "
      "Such lines are left out."},
