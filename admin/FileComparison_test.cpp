@@ -118,8 +118,6 @@ class FileComparisonTest : public ::testing::Test {
   std::vector<Difference> kept_;  // of the last comparison
 };
 
-constexpr std::size_t FileComparisonTest::window;
-
 const std::string missing = nameOf(Difference::missing);
 const std::string foreign = nameOf(Difference::foreign);
 const std::string changed = nameOf(Difference::changed);
