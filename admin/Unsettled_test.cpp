@@ -49,4 +49,68 @@ TEST(RecentNames, HashesEveryByte) {
   EXPECT_NE(hashOf(""), 0U);
 }
 
+/// More than is compared: so many of each kind are kept.
+constexpr std::size_t most = 32768;
+
+class UnsettledTest : public ::testing::Test {
+ protected:
+  UnsettledTest()
+      : config_("unread", false),
+        routing_(config_),
+        differences_(1),
+        unsettled_(differences_, routing_, files_) {}
+
+  /// A different entry for each number.
+  EntryPrint printOf(std::size_t number) const {
+    const std::string name = "dn: cn=" + std::to_string(number) + ",o=example\n";
+    EntryPrinter printer(key_);
+    printer.add(name.data(), name.size());
+    return printer.print();
+  }
+
+  void miss(std::size_t first, std::size_t end, bool isAtEnd) {
+    for (std::size_t i = first; i < end; ++i) {
+      unsettled_.add(Unsettled::Expected{0, printOf(i), 1, i, isAtEnd, false});
+    }
+  }
+
+  void find(std::size_t first, std::size_t end) {
+    for (std::size_t i = first; i < end; ++i) {
+      unsettled_.add(Unsettled::Found{0, printOf(i), 0, i, ""});
+    }
+  }
+
+  const VarnelConfig config_;
+  const Routing routing_;
+  const std::vector<std::string> files_{"one.ldif"};
+  const KeyedHash::Key key_ = KeyedHash::newKey();
+  Differences differences_;
+  Unsettled unsettled_;
+};
+
+TEST_F(UnsettledTest, CountsWhatIsTooManyToBeCompared) {
+  miss(0, most - 1, false);
+  EXPECT_TRUE(unsettled_.hasRoom());
+  miss(most - 1, most + 10, false);
+  EXPECT_FALSE(unsettled_.hasRoom());
+  find(0, most + 20);
+  unsettled_.settle();
+  EXPECT_EQ(differences_.count(Difference::outOfOrder), most);
+  EXPECT_EQ(differences_.count(Difference::missing), 10U);
+  EXPECT_EQ(differences_.count(Difference::foreign), 20U);
+  EXPECT_EQ(differences_.total(), most + 30);
+}
+
+TEST_F(UnsettledTest, CountsWhatIsMissingAtTheEnd) {
+  miss(0, most + 10, true);
+  unsettled_.countAtEnd(0);
+  unsettled_.settle();
+  EXPECT_EQ(differences_.count(Difference::missing), most + 11);
+  EXPECT_EQ(differences_.count(Difference::truncated), 1U);
+  ASSERT_EQ(differences_.kept().size(), 1U);
+  EXPECT_EQ(differences_.kept()[0].expected, "the file ends before this and " +
+                                                 std::to_string(most + 11) +
+                                                 " entries are missing, expected the entry");
+}
+
 }  // namespace

@@ -201,7 +201,8 @@ void NamesVerifier::readExport(std::uint32_t number, bool isFirst, const Visit& 
   const auto fault = [&](const ldifsplit::UnusableLine& line) { noteFault(file.stored, line, ""); };
   NameReader reader(key_, each, isFirst ? NameReader::Fault(fault) : nullptr);
   const DiscardingObserver::End end = reader.run(file.stored, actors_, config_.defaultOutputFile_);
-  if (!end.isWhole() && isFirst) {
+  // A server without entries exports nothing.
+  if (!end.isWhole() && end.stop != DiscardingObserver::Stop::emptyInput && isFirst) {
     differences_.add({Difference::unusableLine, file.stored, end.line, "", end.why, 0});
   }
 }

@@ -7,11 +7,13 @@ as test_real_directory.py does.
 
 import dataclasses
 import errno
+import io
 import os
 import shutil
 import socket
 import subprocess
 import tempfile
+import threading
 import pathlib
 
 import fault_runs
@@ -19,6 +21,8 @@ import pytest
 import verified_split
 from test_real_directory import Slapd, find_program, run_well
 from verified_split import GOOD, MISUSE, SYSTEM_FAILED, WRONG, control, counts, result_of
+
+from varnel_run import HANG_GUARD_SECONDS
 
 SUFFIX = "dc=example,dc=com"
 BASE = "ou=People," + SUFFIX
@@ -249,6 +253,81 @@ def test_a_server_that_stops_counts_its_share(site):
         site.configure([server.url for server in site.servers])
 
 
+def taken(stream):
+    """The next element of a BER encoding: its tag, and its content."""
+    tag, size = stream.read(2)
+    if size > 127:
+        size = int.from_bytes(stream.read(size - 128), "big")
+    return tag, stream.read(size)
+
+
+def element(tag, content):
+    return bytes([tag, len(content)]) + content
+
+
+class ScriptedServer:
+    """Lets everybody bind, and answers each search with this result code; silence and breaking off in
+    place of an answer are below."""
+
+    SILENCE, BREAKING_OFF = -1, -2
+    BIND, BOUND, SEARCH, SEARCHED = 0x60, 0x61, 0x63, 0x65
+
+    def __init__(self, code):
+        self.code = code
+        self.listener = socket.create_server(("127.0.0.1", 0))
+        self.url = f"ldap://127.0.0.1:{self.listener.getsockname()[1]}"
+        self.thread = threading.Thread(target=self.serve)
+        self.thread.start()
+
+    def serve(self):
+        connection, _ = self.listener.accept()
+        with connection, connection.makefile("rb") as stream:
+            while stream.peek(1):
+                _, message = taken(stream)
+                request = io.BytesIO(message)
+                _, number = taken(request)
+                operation = request.read(1)[0]
+                if operation == self.BIND:
+                    connection.sendall(self.answer(number, self.BOUND, 0))
+                elif operation == self.SEARCH and self.code == self.BREAKING_OFF:
+                    # It goes on reading, so that it is an answer that fails and no question.
+                    connection.shutdown(socket.SHUT_WR)
+                    self.code = self.SILENCE
+                elif operation == self.SEARCH and self.code != self.SILENCE:
+                    connection.sendall(self.answer(number, self.SEARCHED, self.code))
+
+    @staticmethod
+    def answer(number, operation, code):
+        result = element(0x0A, bytes([code])) + 2 * element(0x04, b"")
+        return element(0x30, element(0x02, number) + element(operation, result))
+
+    def stop(self):
+        self.thread.join(HANG_GUARD_SECONDS)
+        self.listener.close()
+
+
+@pytest.mark.parametrize("code, kind, failure", [
+    (32, "missing", ""),  # noSuchObject
+    (34, "missing", ""),  # invalidDNSyntax
+    (50, "unreachable", "Insufficient access"),  # insufficientAccessRights
+    (ScriptedServer.SILENCE, "unreachable", "no answer in 2 seconds"),
+    (ScriptedServer.BREAKING_OFF, "unreachable", "the connection broke off"),
+])  # fmt: skip
+def test_a_server_that_answers_no_search_counts_its_share(site, code, kind, failure):
+    urls = [server.url for server in site.servers]
+    scripted = ScriptedServer(code)
+    site.configure([urls[0], scripted.url, urls[2]])
+    try:
+        result = result_of(site, "probe", "--sample", "all", "--timeout", "2", status=WRONG)
+    finally:
+        site.configure(urls)
+    scripted.stop()
+    share = len(site.names[1]) + 1
+    assert counts(result) == {"found": PEOPLE + 1 - share, kind: share}
+    assert [each["failure"] for each in result["servers"]] == ["", failure, ""]
+    assert differences(result)[0][2] == scripted.url
+
+
 def test_binding_with_a_password(site):
     login = ["-D", site.servers[0].root, "-y", "password"]
     assert counts(result_of(site, "probe", *login, status=GOOD)) == {"found": PEOPLE + 1}
@@ -260,6 +339,9 @@ def test_binding_with_a_password(site):
     assert done.returncode == SYSTEM_FAILED and b"nowhere: No such file" in done.stderr
     done = control(site, "probe", "-D", "cn=x", "-y", ".")
     assert (done.returncode, done.stderr) == (SYSTEM_FAILED, b"varnelctl: .: Is a directory\n")
+    (site.path / "from-elsewhere").write_bytes(Slapd.PASSWORD.encode() + b"\r\n")
+    login[-1] = "from-elsewhere"
+    assert counts(result_of(site, "probe", *login, status=GOOD)) == {"found": PEOPLE + 1}
 
 
 def test_starttls(site):
@@ -277,6 +359,12 @@ def test_starttls(site):
         site.configure([server.url for server in site.servers])
     result = result_of(site, "probe", "--sample", "all", *trusted, status=WRONG)
     assert counts(result) == {"found": len(site.names[0]), "unreachable": PEOPLE + 1 - len(site.names[0])}
+
+
+def test_a_certificate_that_cannot_be_read(site):
+    result = result_of(site, "probe", "--starttls", "--ca", "nowhere", status=WRONG)
+    assert counts(result) == {"unreachable": PEOPLE + 1}
+    assert {each["failure"] for each in result["servers"]} == {"Local error"}
 
 
 @pytest.mark.parametrize("more", [(), ("--starttls",)])
@@ -362,8 +450,28 @@ def test_an_unusable_line_of_the_input(site):
         (site.path / "in.ldif").write_text(INPUT + "no LDIF\n")
         result = result_of(site, "probe", status=WRONG)
         assert counts(result) == {"found": PEOPLE + 1} and result["unusable_lines"] == 1
+        (site.path / "in.ldif").write_text(INPUT + "no LDIF\n" * 30)
+        done = control(site, "probe")
+        assert (done.returncode, done.stderr.count(b"no LDIF line: a split stops here\n")) == (WRONG, 20)
+        assert result_of(site, "probe", status=WRONG)["unusable_lines"] == 30
+        (site.path / "in.ldif").write_text("")
+        done = control(site, "probe")
+        assert (done.returncode, done.stderr.splitlines()[-1].split(b":", 1)[1]) == (
+            WRONG, b"1: the input is empty: a split stops here"
+        )  # fmt: skip
     finally:
         (site.path / "in.ldif").write_text(INPUT)
+
+
+def test_an_unusable_configuration(site):
+    urls = [server.url for server in site.servers]
+    site.configure(["no url", *urls])
+    try:
+        done = control(site, "probe")
+    finally:
+        site.configure(urls)
+    assert (done.returncode, done.stdout) == (WRONG, b"")
+    assert b"varnelConfig:7: error: " in done.stderr
 
 
 def test_misuse(site):

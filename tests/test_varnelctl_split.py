@@ -547,13 +547,13 @@ def test_killed_runs_leave_no_half_file(ctl):
     durations = []
     for _ in range(3):
         began = time.monotonic()
-        assert split(ctl, "--replace").status == GOOD
+        assert split(ctl, "--replace", environment=UNCOUNTED).status == GOOD
         durations.append(time.monotonic() - began)
     killed, found = 0, {"nothing or the old": 0, "the new": 0, "both": 0}
     while killed < KILLED_RUNS:
         old = {name: b"old" for name in OUTPUTS} if killed % 2 else {}
         fault_runs.clear(ctl, {**before, **old})
-        process = ctl.start("split", "--replace", stderr=subprocess.DEVNULL)
+        process = ctl.start("split", "--replace", stderr=subprocess.DEVNULL, environment=UNCOUNTED)
         time.sleep(generator.random() * min(durations))
         process.kill()
         ended = process.wait(HANG_GUARD_SECONDS)
@@ -775,6 +775,26 @@ def test_a_file_that_appears_meanwhile_is_not_overwritten(ctl, way):
     result = fault_runs.finish(ctl, process, fault_of("pause", good.calls, index))
     assert result.run.status == WRONG and b"meanwhile" in result.run.stderr
     assert ctl.tree() == {**before, **{name: b"of another" for name in names}}
+
+
+def test_the_default_output_file_is_not_written(ctl):
+    before = given(ctl, SMALL, [x for x in TWO_SERVERS if x != REST])
+    fault = f"fail:0:{errno.ENOSPC}:write:{ctl.path}/.parent.ldif.varnelctl-??????"
+    result = run_with_fault(ctl, fault, "split", calls=CALLS)
+    assert result.run.status == SYSTEM_FAILED, result.shown()
+    assert result.run.stderr == b"varnelctl: parent.ldif: No space left on device\n"
+    assert ctl.tree() == before
+
+
+def test_a_pipe_that_cannot_be_opened(ctl):
+    given(ctl, b"dn: o=elsewhere\no: elsewhere\n")
+    os.mkfifo(ctl.path / "two.ldif")
+    before = ctl.tree()
+    fault = f"failing:0:{errno.EACCES}:openat:{ctl.absolute('two.ldif')}"
+    result = run_with_fault(ctl, fault, "split", calls=CALLS)
+    assert result.run.status == SYSTEM_FAILED, result.shown()
+    assert result.run.lines("stderr")[-1] == f"varnelctl: {ctl.absolute('two.ldif')}: Permission denied"
+    assert ctl.tree() == before
 
 
 def test_a_full_disk(ctl):

@@ -1,10 +1,13 @@
 """varnelctl verify: the output files against the input, byte for byte."""
 
 import bz2
+import errno
 import gzip
 import lzma
+import os
 import random
 
+import fault_runs
 import memcheck
 import pytest
 import split_model
@@ -15,7 +18,7 @@ from verified_split import (
 )  # fmt: skip
 
 from varnel_run import GLOBAL_LINES, HEADER, MEASURES_MEMORY
-from varnelctl_run import peak_memory
+from varnelctl_run import ControlSite, peak_memory
 
 DATA = ordinary_input()
 LINES = input_lines(DATA)
@@ -433,6 +436,16 @@ def test_what_cannot_be_read(split):
     (split.path / "p1.ldif.gz").mkdir()
     done = control(split, "verify")
     assert done.returncode == SYSTEM_FAILED and b"p1.ldif.gz: " in done.stderr
+
+
+@pytest.mark.parametrize("call, error", [("openat", "EACCES"), ("read", "EIO")])
+def test_a_file_that_fails(binary, split, call, error):
+    ctl = ControlSite(binary, split.path)
+    fault = f"failing:0:{getattr(errno, error)}:{call}:{split.absolute('p1.ldif')}"
+    result = fault_runs.run_with_fault(ctl, fault, "verify")
+    reason = os.strerror(getattr(errno, error))
+    assert result.run.status == SYSTEM_FAILED, result.shown()
+    assert result.run.stderr.decode() == f"varnelctl: {split.absolute('p1.ldif')}: {reason}\n"
 
 
 def test_the_model_routes_as_the_files_say(split):

@@ -165,6 +165,15 @@ def test_more_than_are_named(export, names):
     assert lines[3:] == [f"and {lost - 3} more", f"names of {len(LINES)} entries in 5 exports: {lost} missing"]
 
 
+def test_more_in_another_file_than_are_named(export, names):
+    moved = [names["p1.ldif"].pop() for _ in range(5)]
+    names["p3.ldif"] += moved
+    site = export(names)
+    result = result_of(site, "verify", "--names", "--limit", "2", status=WRONG)
+    assert counts(result) == {"misplaced": 5} and result["more"] == 3
+    assert {each["kind"] for each in result["differences"]} == {"misplaced"}
+
+
 def test_a_missing_export(export, names):
     site = export(names)
     (site.path / "t1.ldif").unlink()
@@ -207,6 +216,25 @@ def test_an_unusable_line(export, names, name):
     site.write(name, site.read(name) + b"no LDIF\n")
     result, found = differences(site)
     assert found == {("unusable_line", site.absolute(name), "")}
+
+
+def test_an_empty_input_is_refused_by_a_split(export, names):
+    site = export({file: [] for file in FILES})
+    for file in ("in.ldif", *FILES):
+        site.write(file, b"")
+    result, found = differences(site)
+    assert found == {("unusable_line", site.absolute("in.ldif"), "")}
+    assert result["differences"][0]["expected"] == "the input is empty: a split stops here"
+
+
+def test_a_compressed_export_of_nothing(export, names):
+    lost = len(names["t1.ldif"])
+    names["t1.ldif"] = []
+    site = export(names)
+    site.write("t1.ldif.gz", gzip.compress(b""))
+    (site.path / "t1.ldif").unlink()
+    result, _ = differences(site)
+    assert counts(result) == {"missing": lost}
 
 
 def test_an_input_that_can_be_read_once(export, names):

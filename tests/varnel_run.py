@@ -30,7 +30,8 @@ HANG_GUARD_SECONDS = memcheck.patience(240)
 NOBODY = 65534
 
 # A program that counts its lines adds them to files of the build when it ends. Where it may not write
-# all of them, they must not be touched: half a file would take the counts of all other runs with it.
+# all of them, or may be killed while it does, they must not be touched: half a file would take the counts
+# of all other runs with it.
 COVERED = os.environ.get("VARNEL_COVERAGE") == "1"
 UNCOUNTED = {"GCOV_PREFIX": "/dev/null"} if COVERED else {}
 COMPLAINT_OF_COUNTING = re.compile(rb"^(libgcov )?profiling( error)?:.*\n", re.MULTILINE)
