@@ -207,7 +207,10 @@ def test_two_hosts_give_what_one_run_gives(site, hosts):
             split.replace("parallel ", f"parallel --ssh 'ssh -F {hosts.config}' "),
         ]
     )
-    run_well(script.replace("/var/tmp/split", f"{site}/far"), site)
+    done = run(script.replace("/var/tmp/split", f"{site}/far"), site)
+    if "because account is locked" in hosts.log.read_text():
+        pytest.skip("sshd lets nobody into the account that runs the tests, whatever the key")
+    assert done.returncode == 0, (done.stdout, done.stderr)
     # Of each host mkdir, scp, and the part.
     assert all(count >= 3 for count in hosts.connections()), hosts.log.read_text()
     for part in (site / "far").glob("part*"):
