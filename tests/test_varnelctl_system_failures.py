@@ -3,6 +3,7 @@
 import resource
 
 import fault_runs
+import memcheck
 import pytest
 from test_foreign_formats import compressed
 from varnelctl_run import GOOD, SYSTEM_FAILED, ControlSite
@@ -24,6 +25,7 @@ def expect_failure(run, reason):
     assert run.lines("stderr")[-1].startswith("varnelctl: ") and reason in run.lines("stderr")[-1], run
 
 
+@pytest.mark.skipif(memcheck.ON, reason=memcheck.NEEDS_MEMORY)
 @pytest.mark.skipif(fault_runs.SANITIZED, reason="a sanitizer takes more address space than that")
 @pytest.mark.parametrize("verb", READING_VERBS, ids=" ".join)
 def test_no_memory(site, verb):
