@@ -340,6 +340,7 @@ def test_no_directory_for_a_file(ctl):
 
 
 @pytest.mark.skipif(memcheck.ON, reason=memcheck.NEEDS_DESCRIPTORS)
+@pytest.mark.skipif(SANITIZED, reason="a sanitizer needs descriptors, too")
 def test_too_few_descriptors(ctl):
     lines = [*GLOBAL_LINES, BASE]
     for i in range(40):
