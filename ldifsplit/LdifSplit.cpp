@@ -119,6 +119,7 @@ class Splitter {
   void readFirstLine();
   void readPhysicalLine();
   void readContinuations();
+  void tellOfPieces(int line);
 
   void splitLine();
   void dropLine();
@@ -145,7 +146,6 @@ class Splitter {
   void noteReadFailure() const;
   void traceReadError() const;
   [[noreturn]] void throwReadError() const;
-  void tellOfPieces(int line);
   [[noreturn]] void throwInvalidLine() const;
   [[noreturn]] void throwWriteFailure(const Target& target, int line) const;
   void warnOfPiece() const;

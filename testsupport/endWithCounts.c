@@ -1,7 +1,6 @@
 /* For builds that count the lines that were run. The counts are written to files where a process
    ends by exit(), and are lost where it ends by raise(), _Exit() or _exit(). The linker hands those
-   calls to the functions here
-   (--wrap), which write the counts first. */
+   calls to the functions here (--wrap), which write the counts first. */
 
 void __gcov_dump(void);
 void __gcov_reset(void);
